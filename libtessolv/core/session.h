@@ -1,0 +1,33 @@
+// Session: what an engine keeps of a model between runs, so that solving again starts warm.
+#pragma once
+
+#include <utility>
+#include <vector>
+
+namespace tso {
+
+// The base of what an engine keeps; the engine layer derives from it.
+struct Session {
+    virtual ~Session() = default;
+};
+
+// What has changed in the model since an engine was last given it. The model keeps this up to date; an engine reads it
+// at the next run, sends just these edits and calls settle. Engine columns are in the model's order always, since
+// elements are only ever appended or taken out.
+struct Changes {
+    enum : unsigned char { kBounds = 1, kCost = 2, kType = 4 };
+
+    bool everything = true;                    // no engine has the model, or edits were too many: send it whole
+    std::vector<int> col_origin, row_origin;   // model column j < size() is engine column col_origin[j]; further ones are new
+    int engine_cols = 0, engine_rows = 0;      // how many the engine has
+    std::vector<unsigned char> col, row;       // what changed of the columns and rows that the engine has (kBounds, ...)
+    std::vector<std::pair<int, int>> coefficients;  // (row, column), both known to the engine; may repeat
+    bool any_col = false, any_row = false;     // whether col, row hold a non-zero mark
+    bool quadratic = false, sense = false, constant = false;
+
+    // The engine now has cols columns and rows rows, equal to the model.
+    void settle(int cols, int rows);
+    void drop() { *this = Changes(); }
+};
+
+}  // namespace tso
