@@ -10,11 +10,21 @@
 namespace tso {
 
 enum class AttrType : uint8_t {
-    Char = TSO_ATTR_CHAR, Int = TSO_ATTR_INT, Double = TSO_ATTR_DOUBLE, String = TSO_ATTR_STRING, Matrix = TSO_ATTR_MATRIX
+    Char = TSO_ATTR_CHAR,
+    Int = TSO_ATTR_INT,
+    Double = TSO_ATTR_DOUBLE,
+    String = TSO_ATTR_STRING,
+    Matrix = TSO_ATTR_MATRIX
 };
 enum class Owner : uint8_t {
-    Model = TSO_OWNER_MODEL, Var = TSO_OWNER_VAR, Constr = TSO_OWNER_CONSTR, Sos = TSO_OWNER_SOS,
-    QConstr = TSO_OWNER_QCONSTR, GenConstr = TSO_OWNER_GENCONSTR, PsdVar = TSO_OWNER_PSDVAR, PsdConstr = TSO_OWNER_PSDCONSTR
+    Model = TSO_OWNER_MODEL,
+    Var = TSO_OWNER_VAR,
+    Constr = TSO_OWNER_CONSTR,
+    Sos = TSO_OWNER_SOS,
+    QConstr = TSO_OWNER_QCONSTR,
+    GenConstr = TSO_OWNER_GENCONSTR,
+    PsdVar = TSO_OWNER_PSDVAR,
+    PsdConstr = TSO_OWNER_PSDCONSTR
 };
 
 // Row number of each attribute in kAttrs.
@@ -310,6 +320,6 @@ inline constexpr AttrRow kAttrs[] = {
 inline constexpr int kAttrCount = static_cast<int>(std::size(kAttrs));
 static_assert(kAttrCount == 68);
 
-constexpr const AttrRow &row(Attr a) { return kAttrs[static_cast<int>(a)]; }
+constexpr const AttrRow& row(Attr a) { return kAttrs[static_cast<int>(a)]; }
 
-}  // namespace tso
+} // namespace tso

@@ -211,6 +211,6 @@ inline constexpr ParamRow kParams[] = {
 inline constexpr int kParamCount = static_cast<int>(std::size(kParams));
 static_assert(kParamCount == 45);
 
-constexpr const ParamRow &row(Param p) { return kParams[static_cast<int>(p)]; }
+constexpr const ParamRow& row(Param p) { return kParams[static_cast<int>(p)]; }
 
-}  // namespace tso
+} // namespace tso

@@ -9,18 +9,18 @@ namespace tso {
 class Env {
 public:
     Env() = default;
-    Env(const Env &) = default;  // a model's private copy: same values, the log file shared
+    Env(const Env&) = default; // a model's private copy: same values, the log file shared
 
-    const Params &params() const { return params_; }
-    Log &log() { return log_; }
+    const Params& params() const { return params_; }
+    Log& log() { return log_; }
     bool started() const { return started_; }
-    void start();                               // writes the banner once
+    void start(); // writes the banner once
 
     void set_int(Param p, int v);
     void set_double(Param p, double v);
-    void set_string(Param p, const std::string &v);  // LogFile opens at once; a failure leaves the old one
+    void set_string(Param p, const std::string& v); // LogFile opens at once; a failure leaves the old one
     void reset();
-    void replace(const Params &params);         // all at once, as from a file
+    void replace(const Params& params); // all at once, as from a file
 
 private:
     Params params_;
@@ -28,4 +28,4 @@ private:
     bool started_ = false;
 };
 
-}  // namespace tso
+} // namespace tso

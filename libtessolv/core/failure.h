@@ -12,7 +12,7 @@ class Failure : public std::runtime_error {
 public:
     explicit Failure(int code) : std::runtime_error("tessolv"), code_(code) {}
     // `text` goes to the log where the failing call has one: what was wrong, and what was given.
-    Failure(int code, const std::string &text) : std::runtime_error(text), code_(code), has_text_(true) {}
+    Failure(int code, const std::string& text) : std::runtime_error(text), code_(code), has_text_(true) {}
     int code() const noexcept { return code_; }
     bool has_text() const noexcept { return has_text_; }
 
@@ -21,4 +21,4 @@ private:
     bool has_text_ = false;
 };
 
-}  // namespace tso
+} // namespace tso

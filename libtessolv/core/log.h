@@ -13,9 +13,9 @@ namespace tso {
 // One log file; environments that were copied from one another share it until one of them changes LogFile.
 class LogFile {
 public:
-    explicit LogFile(const std::string &path);  // opens for appending; Failure(TSO_FILE_WRITE_ERROR)
+    explicit LogFile(const std::string& path); // opens for appending; Failure(TSO_FILE_WRITE_ERROR)
     ~LogFile();
-    void write_line(std::string_view line);     // line and newline in one write, so that lines of threads do not mix
+    void write_line(std::string_view line); // line and newline in one write, so that lines of threads do not mix
 
 private:
     int fd_;
@@ -24,14 +24,16 @@ private:
 class Log {
 public:
     // Opens, shares or closes the log file that params name. Failure(TSO_FILE_WRITE_ERROR) leaves the log as it was.
-    void configure(const Params &params);
+    void configure(const Params& params);
     bool on() const { return console_ || file_; }
-    // Writes the lines of text (split at newlines), flushed. A failing write is ignored: a full disk must not end a run.
+    // Writes the lines of text (split at newlines), flushed. A failing write is ignored: a full disk must not end a
+    // run.
     void line(std::string_view text);
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
-    void printf(const char *format, ...);
+    void
+    printf(const char* format, ...);
 
 private:
     bool console_ = true;
@@ -39,4 +41,4 @@ private:
     std::string path_;
 };
 
-}  // namespace tso
+} // namespace tso

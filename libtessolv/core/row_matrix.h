@@ -12,7 +12,7 @@ namespace tso {
 // entry of a new column to a row, take amortised constant time.
 class RowMatrix {
 public:
-    struct Columns {  // the same entries by column: entries of column j at begin[j] .. begin[j+1]-1, rows rising
+    struct Columns { // the same entries by column: entries of column j at begin[j] .. begin[j+1]-1, rows rising
         std::vector<int64_t> begin;
         std::vector<int> row;
         std::vector<double> value;
@@ -23,16 +23,16 @@ public:
 
     std::span<const int> columns_of(int i) const { return {col_.data() + begin_[i], static_cast<size_t>(len_[i])}; }
     std::span<const double> values_of(int i) const { return {val_.data() + begin_[i], static_cast<size_t>(len_[i])}; }
-    double get(int i, int j) const;  // binary search
-    const Columns &by_column(int cols) const;  // built on demand, kept until the next change
+    double get(int i, int j) const;           // binary search
+    const Columns& by_column(int cols) const; // built on demand, kept until the next change
 
     // Entries must be sorted by column without repetition (see sort_and_merge in model.cpp).
-    void append_row(const int *col, const double *val, int count);
+    void append_row(const int* col, const double* val, int count);
     void append_empty_rows(int count);
-    void append_entry(int i, int j, double v);  // j above every column of row i
-    void set(int i, int j, double v);           // 0 takes the entry out
-    void erase_rows(const std::vector<char> &gone);
-    void erase_columns(const std::vector<char> &gone, const std::vector<int> &new_index);
+    void append_entry(int i, int j, double v); // j above every column of row i
+    void set(int i, int j, double v);          // 0 takes the entry out
+    void erase_rows(const std::vector<char>& gone);
+    void erase_columns(const std::vector<char>& gone, const std::vector<int>& new_index);
     void truncate_rows(int rows);
     void reserve_more(int rows, int64_t entries);
     void clear();
@@ -47,4 +47,4 @@ private:
     mutable bool columns_valid_ = false;
 };
 
-}  // namespace tso
+} // namespace tso

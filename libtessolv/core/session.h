@@ -17,12 +17,13 @@ struct Session {
 struct Changes {
     enum : unsigned char { kBounds = 1, kCost = 2, kType = 4 };
 
-    bool everything = true;                    // no engine has the model, or edits were too many: send it whole
-    std::vector<int> col_origin, row_origin;   // model column j < size() is engine column col_origin[j]; further ones are new
-    int engine_cols = 0, engine_rows = 0;      // how many the engine has
-    std::vector<unsigned char> col, row;       // what changed of the columns and rows that the engine has (kBounds, ...)
-    std::vector<std::pair<int, int>> coefficients;  // (row, column), both known to the engine; may repeat
-    bool any_col = false, any_row = false;     // whether col, row hold a non-zero mark
+    bool everything = true; // no engine has the model, or edits were too many: send it whole
+    std::vector<int> col_origin,
+        row_origin; // model column j < size() is engine column col_origin[j]; further ones are new
+    int engine_cols = 0, engine_rows = 0; // how many the engine has
+    std::vector<unsigned char> col, row;  // what changed of the columns and rows that the engine has (kBounds, ...)
+    std::vector<std::pair<int, int>> coefficients; // (row, column), both known to the engine; may repeat
+    bool any_col = false, any_row = false;         // whether col, row hold a non-zero mark
     bool quadratic = false, sense = false, constant = false;
 
     // The engine now has cols columns and rows rows, equal to the model.
@@ -30,4 +31,4 @@ struct Changes {
     void drop() { *this = Changes(); }
 };
 
-}  // namespace tso
+} // namespace tso

@@ -11,10 +11,10 @@ namespace tso::io {
 
 // TSOreadmodel: a new model with a copy of env. Failure codes as the header tells; the text of a FORMAT_ERROR is
 // "file:line: what was expected, what was found" and is written into the log of env.
-std::unique_ptr<Model> read_model(const Env &env, const std::string &path);
-void read_into(Model &model, const std::string &path);  // TSOread
-void write(Model &model, const std::string &path);      // TSOwrite
-void read_params(Env &env, const std::string &path);    // TSOreadparams
-void write_params(const Env &env, const std::string &path);
+std::unique_ptr<Model> read_model(const Env& env, const std::string& path);
+void read_into(Model& model, const std::string& path); // TSOread
+void write(Model& model, const std::string& path);     // TSOwrite
+void read_params(Env& env, const std::string& path);   // TSOreadparams
+void write_params(const Env& env, const std::string& path);
 
-}  // namespace tso::io
+} // namespace tso::io
