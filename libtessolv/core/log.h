@@ -14,8 +14,10 @@ namespace tso {
 class LogFile {
 public:
     explicit LogFile(const std::string& path); // opens for appending; Failure(TSO_FILE_WRITE_ERROR)
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
     ~LogFile();
-    void write_line(std::string_view line); // line and newline in one write, so that lines of threads do not mix
+    void write(std::string_view lines); // in one write, so that lines of threads do not mix
 
 private:
     int fd_;
@@ -25,7 +27,7 @@ class Log {
 public:
     // Opens, shares or closes the log file that params name. Failure(TSO_FILE_WRITE_ERROR) leaves the log as it was.
     void configure(const Params& params);
-    bool on() const { return console_ || file_; }
+    bool on() const { return !quiet_ && (console_ || file_); }
     // Writes the lines of text (split at newlines), flushed. A failing write is ignored: a full disk must not end a
     // run.
     void line(std::string_view text);
@@ -36,7 +38,7 @@ public:
     printf(const char* format, ...);
 
 private:
-    bool console_ = true;
+    bool quiet_ = false, console_ = true;
     std::shared_ptr<LogFile> file_;
     std::string path_;
 };

@@ -1,10 +1,8 @@
-// The version of library and module, once: the build and the package read the three numbers from here.
+// The version of the library, once.
 #pragma once
 
 namespace tso {
 
-inline constexpr int kVersionMajor = 1;
-inline constexpr int kVersionMinor = 0;
-inline constexpr int kVersionTechnical = 0;
+inline constexpr int kVersionMajor = 1, kVersionMinor = 0, kVersionTechnical = 0;
 
 } // namespace tso
