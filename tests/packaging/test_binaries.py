@@ -1,0 +1,73 @@
+"""What the installed binaries are called, show and need: other packages bring the same engines into one process."""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+import tessolvpy
+
+ROOT = Path(__file__).resolve().parents[2]
+MODULE = Path(tessolvpy.__file__)
+LIBS = MODULE.parent / "tessolvpy.libs"
+SANITIZED = b"__asan_init" in (LIBS / "libtessolv.so").read_bytes()
+SYSTEM = {"libc", "libm", "libdl", "libpthread", "librt", "libstdc++", "libgcc_s", "libz", "libbz2"}
+SYSTEM |= {"ld-linux-x86-64", "ld-linux-aarch64", *(["libasan", "libubsan"] if SANITIZED else [])}
+
+
+def exported(file):
+    lines = subprocess.check_output(["nm", "-D", "--defined-only", "--no-demangle", file], text=True).splitlines()
+    return sorted(line.split()[-1] for line in lines)
+
+
+def dynamic(file):
+    """The entries of the dynamic section that hold names: NEEDED, SONAME, RPATH, RUNPATH."""
+    text = subprocess.check_output(["readelf", "-d", "-W", file], text=True, env={**os.environ, "LC_ALL": "C"})
+    found = {"NEEDED": [], "SONAME": [], "RPATH": [], "RUNPATH": []}
+    for tag, name in re.findall(r"\((NEEDED|SONAME|RPATH|RUNPATH)\)\s+[^\[]*\[(.*)\]", text):
+        found[tag].append(name)
+    return found
+
+
+def test_library_exports_exactly_the_listed_functions():
+    listed = re.findall(r"X\((TSO\w+)\)", (ROOT / "libtessolv/include/tessolv_functions.h").read_text())
+    assert len(listed) == 82
+    assert exported(LIBS / "libtessolv.so") == sorted(listed)
+
+
+def test_module_exports_only_its_init_function():
+    assert exported(MODULE) == ["PyInit_tessolvpy"]
+
+
+def test_only_names_of_our_own_are_needed_beside_the_system():
+    bundled = {file.name for file in LIBS.iterdir()}
+    assert "libtessolv.so" in bundled
+    for file in [MODULE, *LIBS.iterdir()]:
+        entries = dynamic(file)
+        foreign = [name for name in entries["NEEDED"] if name not in bundled and name.split(".so")[0] not in SYSTEM]
+        assert not foreign, f"{file.name} needs {foreign}"
+        assert not entries["RPATH"], f"{file.name}: RPATH would come before LD_LIBRARY_PATH"
+        if file != MODULE:
+            assert entries["SONAME"] == [file.name]
+            assert file.name.startswith("libtessolv")
+            assert entries["RUNPATH"] == ["$ORIGIN"]
+    assert "libtessolv.so" in dynamic(MODULE)["NEEDED"]
+    assert dynamic(MODULE)["RUNPATH"] == ["$ORIGIN/tessolvpy.libs"]
+
+
+@pytest.mark.parametrize("variable", [None, "LD_LIBRARY_PATH"])
+def test_ld_library_path_puts_another_library_in_place(tmp_path, variable):
+    for file in LIBS.iterdir():
+        shutil.copy(file, tmp_path)
+    code = "import tessolvpy; print([line.split()[-1] for line in open('/proc/self/maps') if '/libtessolv.so' in line])"
+    more = {variable: str(tmp_path)} if variable else {}
+    loaded = eval(subprocess.check_output([sys.executable, "-c", code], env={**os.environ, **more}, text=True))
+    assert set(loaded) == {str((tmp_path if variable else LIBS) / "libtessolv.so")}
+
+
+def test_version_is_the_same_in_library_and_package_sources():
+    text = (ROOT / "libtessolv/core/version.h").read_text()
+    assert tessolvpy.version() == tuple(map(int, re.findall(r"kVersion(?:Major|Minor|Technical) = (\d+);", text)))
