@@ -2,6 +2,7 @@
 // time and touches no engine, bulk additions and deletions are linear, reading by index is constant time.
 #pragma once
 
+#include "core/entries.h"
 #include "core/env.h"
 #include "core/names.h"
 #include "core/row_matrix.h"
@@ -22,15 +23,15 @@ struct QuadTerm { // value * x[row] * x[col], as it was given
     double value;
 };
 
-struct SymEntry { // of a symmetric matrix: row >= col stands for itself and its mirror
-    int row, col;
-    double value;
-};
-
 struct PsdTerm { // one entry of the coefficient matrix of a psd variable in a row
     int psdvar, row, col;
     double value;
 };
+
+// Where a column that is in no basis rests.
+inline int8_t resting_status(double lower, double upper) {
+    return lower > -TSO_INFINITY ? TSO_BASIS_LOWER : upper < TSO_INFINITY ? TSO_BASIS_UPPER : TSO_BASIS_SUPER;
+}
 
 struct Columns {
     std::vector<double> lower, upper, cost; // infinite bounds are +-TSO_INFINITY
@@ -118,6 +119,8 @@ public:
                        char sense, double rhs);
     void add_psdvar(int dim, int entries, const int* row, const int* col, const double* val, const char* name);
     void set_psd_cost(int psdvar, std::vector<SymEntry> cost);
+    void set_psd_costs(int count, const int* ind, int entries, const int* begin, const int* row, const int* col,
+                       const double* val);
     void set_coefficients(int count, const int* row, const int* col, const double* val);
     // List writes: `ind` null means elements 0 to count-1.
     void set_lower(int count, const int* ind, const double* v);
@@ -138,6 +141,7 @@ public:
     void delete_sos(int count, const int* ind);
     void delete_indicators(int count, const int* ind);
     void reset(bool everything); // TSOreset
+    int cleanup_milp();          // TSOcleanupmilp: how many starts and stored solutions went
     // Takes over the problem (not the environment, not the parameters) of another model: reading a file into a model.
     void take_problem(Model&& other);
 
@@ -147,6 +151,18 @@ public:
     Changes changes;                  // since session last had the model
 
 private:
+    // Undo what an addition that failed half-way has appended.
+    void truncate_cols(int size, bool entries);
+    void truncate_rows(int size);
+    void append_col(double cost, double lower, double upper, char type, std::string_view name);
+    void append_row(double lower, double upper, std::string_view name); // all but the entries and the kind
+    void append_col_entries(int j, int count, const int* row, const double* val);
+    void add_special_row(RowKind kind, const Entries& linear, std::vector<QuadTerm> quadratic, std::vector<PsdTerm> psd,
+                         double lower, double upper, std::string_view name);
+    std::vector<QuadTerm> checked_terms(int terms, const int* row, const int* col, const double* val) const;
+    std::vector<SymEntry> checked_matrix(int dim, int entries, const int* row, const int* col, const double* val) const;
+    void prepare_basis();
+
     Columns cols_;
     Rows rows_;
     std::vector<QuadTerm> quadratic_;
@@ -160,6 +176,7 @@ private:
     double constant_ = 0;
     int num_quadratic_rows_ = 0, num_psd_rows_ = 0;
     int64_t num_discrete_ = 0; // columns that are not continuous
+    Entries entries_;          // of the row that is being added; kept for its memory
 };
 
 } // namespace tso

@@ -26,7 +26,7 @@ public:
     double get(int i, int j) const;           // binary search
     const Columns& by_column(int cols) const; // built on demand, kept until the next change
 
-    // Entries must be sorted by column without repetition (see sort_and_merge in model.cpp).
+    // Entries must be sorted by column without repetition (see Entries in entries.h).
     void append_row(const int* col, const double* val, int count);
     void append_empty_rows(int count);
     void append_entry(int i, int j, double v); // j above every column of row i
@@ -34,10 +34,14 @@ public:
     void erase_rows(const std::vector<char>& gone);
     void erase_columns(const std::vector<char>& gone, const std::vector<int>& new_index);
     void truncate_rows(int rows);
+    void truncate_columns(int cols); // takes out the entries of columns `cols` and above
     void reserve_more(int rows, int64_t entries);
     void clear();
 
 private:
+    void widen(int i);
+    void compact() noexcept;
+
     std::vector<int64_t> begin_;
     std::vector<int> len_, room_;
     std::vector<int> col_;

@@ -10,6 +10,11 @@
 
 namespace tso {
 
+struct SymEntry { // of a symmetric matrix: row >= col stands for itself and its mirror
+    int row, col;
+    double value;
+};
+
 struct PoolEntry {
     double objective;
     std::vector<double> x;
@@ -30,6 +35,7 @@ struct Solution {
     std::vector<double> dual_ray;             // rows: weights that prove infeasibility
     std::vector<PoolEntry> pool;              // best first; a MIP's also holds x itself in front
     std::vector<int8_t> iis_col, iis_row;     // 0 or 1
+    std::vector<std::vector<SymEntry>> psd;   // values of the psd variables
     double objective = 0;                     // of x; valid if x is not empty
     double bound = std::numeric_limits<double>::quiet_NaN(); // dual objective value; NaN if there is none
     double gap_abs = 0, gap_rel = 0; // MIPs: |objective - bound|, and that over max(1e-10, |objective|)
@@ -37,6 +43,7 @@ struct Solution {
     int64_t simplex_iterations = 0, ipm_iterations = 0, nodes = 0;
     double presolve_seconds = 0, solver_seconds = 0, total_seconds = 0;
 
+    bool has_run() const { return status != TSO_STATUS_UNKNOWN || total_seconds > 0; }
     bool has_primal() const { return !x.empty() || empty_but_solved; }
     bool has_dual() const { return !dual.empty() || !reduced_cost.empty() || (empty_but_solved && !is_mip); }
     bool empty_but_solved = false; // solved, and the model had no columns
