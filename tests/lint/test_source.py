@@ -1,0 +1,123 @@
+"""Rules of the sources that a compiler does not hold: layers, where exceptions are caught, format."""
+
+import re
+import shutil
+import subprocess
+import sys
+from fnmatch import fnmatch
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+# Low to high: a file includes its own layer and those before it. Folders that stand in one tuple don't see each other.
+# The first pattern that fits a file decides.
+LIBRARY = [("include/*",), ("catalog/*",), ("core/*",), ("io/*", "engine/*"), ("api/*",)]
+MODULE = [
+    ("py/*",),
+    ("module/name_index.h", "module/constants_catalog.h"),
+    ("module/state.*", "module/text.*", "module/readonly.*"),
+    ("solver/*",),
+    ("attr/*", "env/catalog.h"),
+    ("handles/*",),
+    ("expr/*",),
+    ("env/*",),
+    ("model/*",),
+    ("callback/*",),
+    ("module/*",),
+]
+CODE = [*sorted((ROOT / "libtessolv").rglob("*.[hc]*")), *sorted((ROOT / "src").rglob("*.[hc]*"))]
+CODE = [file for file in CODE if file.suffix in (".h", ".c", ".cpp")]
+COMMENT = re.compile(r'//[^\n]*|/\*.*?\*/|("(?:\\.|[^"\\\n])*")', re.S)
+
+
+def place(layers, path):
+    for level, patterns in enumerate(layers):
+        for pattern in patterns:
+            if fnmatch(path, pattern):
+                return level, pattern
+    raise AssertionError(f"{path} is in no layer: give it one in {Path(__file__).name}")
+
+
+def code_of(file):
+    """The text of a file without its comments, lines kept."""
+    return COMMENT.sub(lambda m: m[1] or "\n" * m[0].count("\n"), file.read_text())
+
+
+def lines_with(pattern, files):
+    for file in files:
+        for number, line in enumerate(code_of(file).splitlines(), 1):
+            if re.search(pattern, line):
+                yield f"{file.relative_to(ROOT)}:{number}: {line.strip()}"
+
+
+@pytest.mark.parametrize(("folder", "layers"), [("libtessolv", LIBRARY), ("src", MODULE)])
+def test_includes_go_down_the_layers(folder, layers):
+    root, wrong = ROOT / folder, []
+    for file in sorted(root.rglob("*.*")):
+        if file.suffix not in (".h", ".cpp"):
+            continue
+        path = file.relative_to(root).as_posix()
+        level, pattern = place(layers, path)
+        for name in re.findall(r'^\s*#\s*include\s+"([^"]+)"', file.read_text(), re.M):
+            if (ROOT / "libtessolv/include" / name).exists() or name.startswith("interfaces/highs"):
+                continue
+            if not (root / name).exists():
+                wrong.append(f"{path} includes {name}, which is not written from {folder}/")
+                continue
+            other, other_pattern = place(layers, name)
+            if other > level or (
+                other == level and other_pattern != pattern and not same_set(layers, pattern, other_pattern)
+            ):
+                wrong.append(f"{path} includes {name}")
+    assert not wrong, "\n".join(wrong)
+
+
+def same_set(layers, one, other):
+    """Single files that stand in one tuple are parts of one layer; folders that do are neighbours apart."""
+    return not (one.endswith("/*") and other.endswith("/*"))
+
+
+def test_only_the_engine_folder_names_an_engine():
+    files = [file for file in CODE if "libtessolv/engine" not in file.as_posix()]
+    assert not list(lines_with(r"highs_c_api|\bHighs_|\bkHighs|\bSCIP[a-z]|scip_min", files))
+
+
+def test_the_library_knows_no_python():
+    assert not list(lines_with(r"Python\.h|\bPy[A-Z]\w*|numpy", [f for f in CODE if ROOT / "libtessolv" in f.parents]))
+
+
+def test_exceptions_are_caught_at_the_edges_only():
+    # Each edge has one translator: to Python errors, to codes of the C interface, and out of the engine's thread.
+    homes = ("src/py/", "libtessolv/api/guard.", "libtessolv/engine/worker.")
+    files = [file for file in CODE if not file.relative_to(ROOT).as_posix().startswith(homes)]
+    assert not list(lines_with(r"catch\s*\(\s*\.\.\.\s*\)", files))
+
+
+def test_references_are_counted_by_their_owners():
+    files = [f for f in CODE if ROOT / "src" in f.parents and ROOT / "src/py" not in f.parents]
+    assert not list(lines_with(r"\bPy_X?(IN|DE)CREF\b", files))
+
+
+def test_files_are_short_enough_to_read():
+    assert not [f"{file.relative_to(ROOT)}" for file in CODE if file.read_text().count("\n") > 600]
+
+
+def sources(*suffixes):
+    listed = subprocess.check_output(["git", "ls-files", "-co", "--exclude-standard"], cwd=ROOT, text=True).splitlines()
+    return [name for name in listed if name.endswith(suffixes) and (ROOT / name).exists()]
+
+
+def test_cpp_is_formatted():
+    folder = Path(sys.executable).parent
+    formatter = shutil.which("clang-format", path=str(folder)) or shutil.which("clang-format")
+    run = subprocess.run(
+        [formatter, "--dry-run", "--Werror", *sources(".h", ".c", ".cpp")], cwd=ROOT, capture_output=True, text=True
+    )
+    assert run.returncode == 0, "scripts/format mends this:\n" + run.stderr[-4000:]
+
+
+@pytest.mark.parametrize("arguments", [["check"], ["format", "--check"]])
+def test_python_is_clean(arguments):
+    run = subprocess.run([sys.executable, "-m", "ruff", *arguments, "."], cwd=ROOT, capture_output=True, text=True)
+    assert run.returncode == 0, "scripts/format mends most of this:\n" + run.stdout[-4000:] + run.stderr[-2000:]
