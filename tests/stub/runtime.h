@@ -1,0 +1,344 @@
+// What every function of the stand-in does before it answers: write down its name and arguments, fail if it was asked to.
+// The answers themselves stand below as answer_TSO... functions; a function without one answers TSO_OKAY.
+#pragma once
+
+#include "catalog/attrs.h"
+#include "catalog/params.h"
+#include "tessolv.h"
+
+#include <dlfcn.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace stub {
+
+struct Failure {
+    std::string function;
+    int left; // calls until it happens
+    int code;
+};
+
+struct State {
+    std::recursive_mutex lock;
+    std::vector<std::string> log; // one JSON array a call: [name, interpreter lock held, argument...]
+    std::vector<Failure> failures;
+    std::map<const void*, std::string> names; // of the handles that were given out
+    std::map<std::string, int> ints;          // answers set by the test, by attribute
+    std::map<std::string, double> doubles;
+    std::map<std::string, std::string> texts;
+    std::map<std::string, int> unknown; // attributes that this "library" does not know
+    std::set<std::string> kept;         // texts that were given back, which stay where they are
+    int next = 0;
+    int environments = 0, models = 0;
+    int callbacks = 0, where = 4; // how often TSOoptimize calls back, and with what
+    bool on_thread = false;
+    int (*callback)(TSOmodel, TSOcbdata, int, void*) = nullptr;
+    void* usrdata = nullptr;
+};
+
+inline State& state() {
+    static State* s = new State; // never freed: calls come until the process is gone
+    return *s;
+}
+
+inline int variables() {
+    auto& ints = state().ints;
+    auto found = ints.find("NumVars");
+    return found == ints.end() ? 0 : found->second;
+}
+
+// An address that looks like a pointer and points nowhere: whoever follows it crashes.
+template <class Handle> Handle new_handle(const std::string& name) {
+    State& s = state();
+    auto* handle = reinterpret_cast<Handle>(static_cast<uintptr_t>(0x7000000000000000u + 0x1000u * ++s.next));
+    s.names[handle] = name;
+    return handle;
+}
+
+inline bool interpreter_lock_held() {
+    static auto* check = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "PyGILState_Check"));
+    static auto* alive = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "Py_IsInitialized"));
+    return check && alive && alive() && check();
+}
+
+class Record {
+public:
+    explicit Record(const char* name) : name_(name) {
+        line_ = std::string("[\"") + name + "\"," + (interpreter_lock_held() ? "true" : "false");
+    }
+    void value(int v) { raw(std::to_string(v)); }
+    void value(double v) { raw(number(v)); }
+    void value(char v) { raw(quoted(std::string(1, v))); }
+    void text(const char* v) { raw(v ? quoted(v) : "null"); }
+    void out(const void* v) { raw(v ? "\"out\"" : "null"); }
+    void address(const void* v) { raw(std::to_string(reinterpret_cast<uintptr_t>(v))); }
+    template <class F> void callback(F v) { raw(v ? "\"callback\"" : "null"); }
+    void handle(const void* v) { raw(quoted(handle_name(v))); }
+    template <class Handle> void old_handle(const Handle* v) {
+        raw(v ? "[\"out\"," + quoted(handle_name(*v)) + "]" : "null");
+    }
+    void array(const int* v, int n) {
+        list(v, n, [](int x) { return std::to_string(x); });
+    }
+    void array(const double* v, int n) { list(v, n, number); }
+    void array(const char* v, int n) { raw(v ? quoted(std::string(v, n)) : "null"); }
+    void array(const char** v, int n) {
+        list(v, n, [](const char* x) { return x ? quoted(x) : std::string("null"); });
+    }
+    // Stores the line; answers the code that this call shall fail with.
+    int finish() {
+        State& s = state();
+        std::lock_guard guard(s.lock);
+        s.log.push_back(line_ + "]");
+        if (const char* path = std::getenv("TESSOLV_STUB_LOG")) {
+            if (std::FILE* file = std::fopen(path, "a")) {
+                std::fprintf(file, "%s]\n", line_.c_str());
+                std::fclose(file);
+            }
+        }
+        for (Failure& f : s.failures)
+            if (f.function == name_ && f.left > 0 && --f.left == 0) return f.code;
+        return 0;
+    }
+
+private:
+    void raw(const std::string& v) { line_ += "," + v; }
+    static std::string handle_name(const void* v) {
+        if (!v) return "null";
+        auto found = state().names.find(v);
+        return found == state().names.end() ? std::to_string(reinterpret_cast<uintptr_t>(v)) : found->second;
+    }
+    static std::string number(double v) {
+        if (!std::isfinite(v)) return std::isnan(v) ? "NaN" : v > 0 ? "Infinity" : "-Infinity";
+        char buffer[40];
+        std::snprintf(buffer, sizeof buffer, "%.17g", v);
+        return std::strpbrk(buffer, ".e") ? buffer : std::string(buffer) + ".0";
+    }
+    static std::string quoted(const std::string& v) {
+        std::string out = "\"";
+        for (unsigned char c : v) {
+            char buffer[8];
+            if (c == '"' || c == '\\')
+                (out += '\\') += static_cast<char>(c);
+            else if (c < 32) {
+                std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
+                out += buffer;
+            } else
+                out += static_cast<char>(c);
+        }
+        return out + "\"";
+    }
+    template <class T, class F> void list(const T* v, int n, F show) {
+        if (!v) return raw("null");
+        std::string out = "[";
+        for (int i = 0; i < n; ++i) out += (i ? "," : "") + show(v[i]);
+        raw(out + "]");
+    }
+    std::string name_, line_;
+};
+
+inline const char* keep(const std::string& text) { return state().kept.insert(text).first->c_str(); }
+
+// ---- Environments ----
+
+inline int answer_TSOemptyenv(TSOenv* env) {
+    *env = new_handle<TSOenv>("env" + std::to_string(++state().environments));
+    return 0;
+}
+inline int answer_TSOloadenv(TSOenv* env, const char*) { return answer_TSOemptyenv(env); }
+
+// The same private environment for a model at every call, by name.
+inline TSOenv answer_TSOgetenv(TSOmodel model) {
+    State& s = state();
+    if (!s.names.count(model)) return nullptr;
+    std::string name = "env of " + s.names[model];
+    for (auto& [handle, known] : s.names)
+        if (known == name) return static_cast<TSOenv>(const_cast<void*>(handle));
+    return new_handle<TSOenv>(name);
+}
+inline void answer_TSOversion(int* major, int* minor, int* technical) { *major = 7, *minor = 8, *technical = 9; }
+inline const char* answer_TSOexplainerror(int code) { return keep("text of code " + std::to_string(code)); }
+
+// ---- Parameters: four different numbers, so that nobody can mix up current value, range and default ----
+
+template <class T> int four(T* current, T* least, T* greatest, T* fallback) {
+    if (current) *current = 11;
+    if (least) *least = 12;
+    if (greatest) *greatest = 13;
+    if (fallback) *fallback = 14;
+    return 0;
+}
+inline int answer_TSOgetintparam(TSOenv, const char*, int* value) { return four<int>(value, nullptr, nullptr, nullptr); }
+inline int answer_TSOgetdblparam(TSOenv, const char*, double* value) {
+    *value = 11.5;
+    return 0;
+}
+inline int answer_TSOgetstrparam(TSOenv, const char*, char* value) {
+    std::strcpy(value, "current text");
+    return 0;
+}
+inline int answer_TSOgetintparaminfo(TSOenv, const char*, int* c, int* l, int* g, int* f) { return four(c, l, g, f); }
+inline int answer_TSOgetdblparaminfo(TSOenv, const char*, double* c, double* l, double* g, double* f) {
+    return four(c, l, g, f);
+}
+inline int answer_TSOgetstrparaminfo(TSOenv, const char*, char* current, char* fallback) {
+    if (current) std::strcpy(current, "current text");
+    if (fallback) std::strcpy(fallback, "default text");
+    return 0;
+}
+
+// ---- Attributes: types and owners from the library's own table, values that tell the index they belong to ----
+
+inline int answer_TSOgetattrinfo(TSOmodel model, const char* name, int* type, int* owner, int* writable) {
+    if (!model) return TSO_INVALID_ARGUMENT;
+    if (state().unknown.count(name)) return TSO_MODEL_INVALID_ATTR_NAME;
+    for (const tso::AttrRow& row : tso::kAttrs) {
+        if (row.name != name) continue;
+        if (type) *type = static_cast<int>(row.type);
+        if (owner) *owner = static_cast<int>(row.owner);
+        if (writable) *writable = row.writable;
+        return 0;
+    }
+    return TSO_MODEL_INVALID_ATTR_NAME;
+}
+template <class T> int one(const std::map<std::string, T>& answers, const char* name, T* value) {
+    auto found = answers.find(name);
+    *value = found == answers.end() ? T(0) : found->second;
+    return 0;
+}
+inline int answer_TSOgetintattr(TSOmodel, const char* name, int* value) { return one(state().ints, name, value); }
+inline int answer_TSOgetdblattr(TSOmodel, const char* name, double* value) {
+    return one(state().doubles, name, value);
+}
+inline const char* text_of(const char* name, const std::string& otherwise) {
+    auto found = state().texts.find(name);
+    return keep(found == state().texts.end() ? otherwise : found->second);
+}
+inline int answer_TSOgetstrattr(TSOmodel, const char* name, const char** value) {
+    *value = text_of(name, "text");
+    return 0;
+}
+inline int answer_TSOgetintattrlist(TSOmodel, const char*, int len, const int* ind, int* values) {
+    for (int i = 0; i < len; ++i) values[i] = 10 * (ind ? ind[i] : i);
+    return 0;
+}
+inline int answer_TSOgetdblattrlist(TSOmodel, const char*, int len, const int* ind, double* values) {
+    for (int i = 0; i < len; ++i) values[i] = (ind ? ind[i] : i) + 0.5;
+    return 0;
+}
+inline int answer_TSOgetcharattrlist(TSOmodel, const char*, int len, const int* ind, char* values) {
+    for (int i = 0; i < len; ++i) values[i] = "CBI"[(ind ? ind[i] : i) % 3];
+    return 0;
+}
+inline int answer_TSOgetstrattrlist(TSOmodel, const char* name, int len, const int* ind, const char** values) {
+    for (int i = 0; i < len; ++i) values[i] = text_of(name, "n" + std::to_string(ind ? ind[i] : i));
+    return 0;
+}
+// Each matrix is [[1, 2], [2, 3]].
+inline int answer_TSOgetmatattrlist(TSOmodel, const char*, int len, const int*, int* sizes, int* starts, int* rows,
+                                    int* cols, double* values, int* counts) {
+    for (int i = 0; i < len; ++i) {
+        if (sizes) sizes[i] = 2;
+        if (counts) counts[i] = 3;
+        for (int k = 0; k < 3; ++k) {
+            if (rows) rows[3 * i + k] = k > 0;
+            if (cols) cols[3 * i + k] = k > 1;
+            if (values) values[3 * i + k] = k + 1;
+        }
+    }
+    for (int i = 0; starts && i <= len; ++i) starts[i] = 3 * i;
+    return 0;
+}
+
+// ---- Models ----
+
+inline TSOmodel another_model() { return new_handle<TSOmodel>("model" + std::to_string(++state().models)); }
+
+inline int answer_TSOnewmodel(TSOenv, TSOmodel* model, const char*, int, const double*, const double*, const double*,
+                              const char*, const char**) {
+    *model = another_model();
+    return 0;
+}
+inline TSOmodel answer_TSOcopymodel(TSOmodel) { return another_model(); }
+inline int answer_TSOreadmodel(TSOenv, const char*, TSOmodel* model) {
+    *model = another_model();
+    return 0;
+}
+inline int answer_TSOcleanupmilp(TSOmodel, int* removed) {
+    *removed = 17;
+    return 0;
+}
+inline int answer_TSOsetcallbackfunc(TSOmodel, int (*cb)(TSOmodel, TSOcbdata, int, void*), void* usrdata) {
+    state().callback = cb;
+    state().usrdata = usrdata;
+    return 0;
+}
+inline int answer_TSOoptimize(TSOmodel model) {
+    State& s = state();
+    auto run = [&] {
+        for (int i = 0; i < s.callbacks && s.callback; ++i) {
+            if (s.callback(model, new_handle<TSOcbdata>("cbdata"), s.where, s.usrdata)) return;
+        }
+    };
+    if (s.on_thread)
+        std::thread(run).join();
+    else
+        run();
+    return 0;
+}
+inline int answer_TSOcomputeIIS(TSOmodel model) { return answer_TSOoptimize(model); }
+inline int answer_TSOcbget(TSOcbdata, int, int, void* result) {
+    *static_cast<int*>(result) = variables();
+    return 0;
+}
+
+} // namespace stub
+
+// ---- The remote control, for the tests ----
+
+#define STUB_API extern "C" __attribute__((visibility("default")))
+
+STUB_API const char* stub_log() {
+    static std::string text;
+    std::lock_guard guard(stub::state().lock);
+    text.clear();
+    for (const std::string& line : stub::state().log) text += line + "\n";
+    return text.c_str();
+}
+STUB_API void stub_clear() {
+    std::lock_guard guard(stub::state().lock);
+    stub::state().log.clear();
+}
+// Forgets failures and answers, but not handles: other tests' objects still hold those.
+STUB_API void stub_reset() {
+    stub::State& s = stub::state();
+    std::lock_guard guard(s.lock);
+    s.log.clear(), s.failures.clear(), s.ints.clear(), s.doubles.clear(), s.texts.clear(), s.unknown.clear();
+    s.callbacks = 0, s.where = 4, s.on_thread = false;
+}
+STUB_API void stub_fail(const char* function, int nth, int code) {
+    std::lock_guard guard(stub::state().lock);
+    stub::state().failures.push_back({function, nth, code});
+}
+STUB_API void stub_unfail() { stub::state().failures.clear(); }
+STUB_API void stub_set_int(const char* name, int value) { stub::state().ints[name] = value; }
+STUB_API void stub_set_double(const char* name, double value) { stub::state().doubles[name] = value; }
+STUB_API void stub_set_text(const char* name, const char* value) { stub::state().texts[name] = value; }
+STUB_API void stub_set_unknown(const char* name) { stub::state().unknown[name] = 1; }
+STUB_API void stub_set_callbacks(int times, int where, int on_thread) {
+    stub::state().callbacks = times, stub::state().where = where, stub::state().on_thread = on_thread;
+}
+STUB_API const char* stub_name(uintptr_t handle) {
+    auto found = stub::state().names.find(reinterpret_cast<void*>(handle));
+    return found == stub::state().names.end() ? nullptr : found->second.c_str();
+}

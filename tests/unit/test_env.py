@@ -1,0 +1,162 @@
+"""Environments: what is called, in which order, and what is refused before anything is called."""
+
+import gc
+
+import pytest
+import tessolvpy as tso
+
+
+def test_construction(stub):
+    tso.Env()
+    tso.Env("run.log")
+    tso.Env(logfilename="é.log", empty=False, params=None)
+    tso.Env("run.log", True)
+    tso.Env(logfilename=None, empty=1)
+    tso.Env(params={})
+    assert stub.calls() == [
+        ("TSOloadenv", ["out", "3"], ""),
+        ("TSOloadenv", ["out", "3"], "run.log"),
+        ("TSOloadenv", ["out", "3"], "é.log"),
+        ("TSOemptyenv", ["out", "3"]),
+        ("TSOemptyenv", ["out", "3"]),
+        ("TSOloadenv", ["out", "3"], ""),
+    ]
+
+
+def test_parameters_come_before_the_environment(stub, capsys):
+    tso.Env(params={"maxtime": 5, "OutputFlag": 0, "LogFile": "x"})
+    assert stub.calls() == [
+        ("TSOsetdblparam", "null", "MaxTime", 5.0),
+        ("TSOsetintparam", "null", "OutputFlag", 0),
+        ("TSOsetstrparam", "null", "LogFile", "x"),
+        ("TSOloadenv", ["out", "3"], ""),
+    ]
+    assert capsys.readouterr().out == (
+        "Set parameter MaxTime to value 5\nSet parameter OutputFlag to value 0\nSet parameter LogFile to value x\n"
+    )
+    tso.Env(params={"nosuch": 1})
+    assert stub.names() == ["TSOloadenv"]
+    assert capsys.readouterr().out == "No parameters matching 'nosuch' found\n"
+
+
+@pytest.mark.parametrize(
+    ("arguments", "message"),
+    [
+        ({"params": [1]}, "Argument 'params' has incorrect type (expected dict, got list)"),
+        ({"logfilename": 3}, "Argument 'logfilename' has incorrect type (expected str, got int)"),
+        ({"logfilename": b"x"}, "Argument 'logfilename' has incorrect type (expected str, got bytes)"),
+    ],
+)
+def test_wrong_types(stub, arguments, message):
+    with pytest.raises(TypeError) as caught:
+        tso.Env(**arguments)
+    assert str(caught.value) == message
+    assert stub.calls() == []
+
+
+def test_refused_before_any_call(stub):
+    for arguments in ({"empty": "x"}, {"empty": object()}, {"empty": None}, {"logfilename": None}, {"nosuch": 1}):
+        with pytest.raises(TypeError):
+            tso.Env(**arguments)
+    with pytest.raises(OverflowError):
+        tso.Env(empty=2**40)
+    with pytest.raises(UnicodeEncodeError):
+        tso.Env("\ud800")
+    with pytest.raises((TypeError, ValueError)):
+        tso.Env(params={"Method": "abc"})
+    assert stub.calls() == []
+
+
+def test_params_that_change_meanwhile(stub):
+    class Greedy:
+        def __index__(self):
+            params["Presolve"] = 1
+            return 1
+
+        __int__ = __index__
+
+    params = {"Method": Greedy()}
+    with pytest.raises(RuntimeError, match="dictionary changed size during iteration"):
+        tso.Env(params=params)
+    assert stub.calls() == [("TSOsetintparam", "null", "Method", 1)]
+
+
+@pytest.mark.parametrize("function", ["TSOsetdblparam", "TSOloadenv"])
+def test_a_failed_construction_leaves_nothing_to_free(stub, function):
+    stub.fail(function, -4000)
+    with pytest.raises(tso.TessolvError) as caught:
+        tso.Env(params={"MaxTime": 1, "Method": 1})
+    assert caught.value.errno == -4000
+    del caught
+    gc.collect()
+    names = stub.names()
+    assert names[-1] == "TSOexplainerror"
+    assert ("TSOloadenv" in names) == (function == "TSOloadenv")
+    assert "TSOfreeenv" not in names
+
+
+def test_a_failed_environment_is_not_disposed_of_at_exit(run_script):
+    code = "stub.fail('TSOemptyenv', -10)\ntry:\n    tso.Env(empty=True)\nexcept tso.TessolvError:\n    e = tso.Env()"
+    _, _, calls = run_script(code)
+    assert [call for call in calls if call[0] == "TSOfreeenv"] == [("TSOfreeenv", "env1")]
+
+
+def test_start_acts_on_loaded_environments_only(stub):
+    loaded, empty = tso.Env(), tso.Env(empty=True)
+    stub.clear()
+    assert loaded.start() is None
+    assert empty.start() is None
+    assert [call[0] for call in stub.calls()] == ["TSOstartenv"]
+    stub.fail("TSOstartenv", -10)
+    with pytest.raises(tso.TessolvError) as caught:
+        loaded.start()
+    assert caught.value.errno == -10
+
+
+def test_parameters_of_an_environment(stub, env, capsys):
+    assert env.setParam("Maxtime", 3) is None
+    assert env.setParam(paramname="method", paramvalue=1) is None
+    stub.fail("TSOresetparams", -1)
+    assert env.resetParam() is None  # its result is not looked at
+    assert env.writeParams("a.prm") is None
+    calls = stub.calls()
+    handle = calls[0][1]
+    assert handle.startswith("env")
+    assert calls == [
+        ("TSOsetdblparam", handle, "MaxTime", 3.0),
+        ("TSOsetintparam", handle, "Method", 1),
+        ("TSOresetparams", handle),
+        ("TSOwriteparams", handle, "a.prm"),
+    ]
+    assert capsys.readouterr().out == "Set parameter MaxTime to value 3\nSet parameter Method to value 1\n"
+    stub.fail("TSOwriteparams", -1002)
+    with pytest.raises(tso.TessolvError) as caught:
+        env.writeParams("a.prm")
+    assert caught.value.errno == -1002
+    with pytest.raises(TypeError):
+        env.writeParams(None)
+
+
+def test_dispose_frees_once_and_keeps_the_stale_handle(stub, env, capsys):
+    env.setParam("Method", 0)
+    handle = stub.calls()[0][1]
+    assert env.dispose() is None
+    assert env.dispose() is None
+    assert stub.calls() == [("TSOfreeenv", handle)]
+    env.setParam("Method", 0)  # not guarded: the library answers for a freed handle
+    assert stub.calls() == [("TSOsetintparam", handle, "Method", 0)]
+
+
+def test_deleting_the_name_does_not_free(stub):
+    made = tso.Env()
+    stub.clear()
+    del made
+    gc.collect()
+    assert stub.calls() == []
+
+
+def test_nothing_else_is_visible(env):
+    for name in ("envptr", "alive", "empty", "__dict__"):
+        assert not hasattr(env, name)
+    with pytest.raises(AttributeError):
+        env.more = 1

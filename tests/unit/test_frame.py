@@ -1,0 +1,311 @@
+"""What the import leaves behind, the module's functions, and the end of the process."""
+
+import sys
+import types
+
+import pytest
+import tables
+import tessolvpy as tso
+
+HELPERS = {
+    "os": "os",
+    "inspect": "inspect",
+    "itertools": "itertools",
+    "_ctypes": "ctypes",
+    "fnmatch": "fnmatch",
+    "_np": "numpy",
+    "_sp": "scipy.sparse",
+    "time": "time",
+    "pydoc": "pydoc",
+    "threading": "threading",
+    "traceback": "traceback",
+    "atexit": "atexit",
+    "numbers": "numbers",
+}
+
+
+def test_helper_modules_are_bound_in_order():
+    bound = [name for name in vars(tso) if name in HELPERS]
+    assert bound == list(HELPERS)
+    for name, module in HELPERS.items():
+        assert getattr(tso, name) is sys.modules[module]
+
+
+def test_all_lists_what_exists_in_the_promised_order():
+    assert tso.__all__ == [name for name in tables.PUBLIC if hasattr(tso, name)]
+    assert {"TSO", "read", "version", "TessolvError", "Var", "PsdConstr", "Env", "Model"} <= set(tso.__all__)
+    assert "Operand" not in tso.__all__
+    assert isinstance(tso.Operand, type)
+    assert isinstance(tso.ParamClass, type)
+    space = {}
+    exec("from tessolvpy import *", space)
+    del space["__builtins__"]
+    assert sorted(space) == sorted(tso.__all__)
+
+
+def test_loop_variables_stay_and_singletons_are_bound():
+    for name in ("key", "p", "code"):
+        assert hasattr(tso, name)
+    assert tso.attr is tso.TSO.Attr
+    assert tso.param is tso.TSO.Param
+    assert tso.callback is tso.TSO.Callback
+    assert tso.__test__ == {}
+
+
+def test_second_import_is_refused(run_script):
+    code = """
+import importlib
+del sys.modules["tessolvpy"]
+try:
+    importlib.import_module("tessolvpy")
+except RuntimeError as error:
+    print(error)
+print(tso.version())
+"""
+    out, _, _ = run_script(code)
+    assert out == "Module 'tessolvpy' has already been imported. Re-initialisation is not supported.\n(7, 8, 9)\n"
+
+
+def test_import_and_exit_alone_call_nothing(run_script):
+    _, _, calls = run_script("")
+    assert calls == []
+
+
+def test_version(stub):
+    assert tso.version() == (7, 8, 9)
+    assert all(type(number) is int for number in tso.version())
+    assert stub.names() == ["TSOversion", "TSOversion"]
+
+
+def test_system_runs_the_command_and_forgets_its_status(tmp_path):
+    assert tso.system("exit 3") is None
+    assert tso.system(command=f"echo x > {tmp_path / 'made'}") is None
+    assert (tmp_path / "made").exists()
+    with pytest.raises(TypeError):
+        tso.system()
+
+
+# ---- Models in the caller's module ----
+
+
+def test_models_prints_the_models_of_the_callers_globals(stub, capsys):
+    first, hidden = tso.Model("a"), [tso.Model("b")]
+    space = {"tso": tso, "first": first, "number": 1, "again": first, "hidden": hidden}
+    exec("result = tso.models()", space)
+    assert space["result"] is None
+    assert capsys.readouterr().out == f"Currently loaded models:\nfirst : {first}\nagain : {first}\n"
+    exec("def f(m):\n    tso.models()\n", space)
+    del space["first"], space["again"]
+    space["f"](first)
+    assert capsys.readouterr().out == "No models currently loaded\n"
+
+
+def test_models_notices_that_its_dict_changes(stub, capsys):
+    class Spy(tso.Model):
+        def __str__(self):
+            space["new"] = 1
+            return "spy"
+
+    space = {"tso": tso, "m": Spy("a"), "n": tso.Model("b")}
+    exec("tso.models()", space)  # the list is complete before anything is printed
+    assert capsys.readouterr().out.splitlines()[1] == "m : spy"
+
+
+# ---- The default environment ----
+
+
+def test_default_environment_is_made_on_demand_and_anew_after_dispose(stub):
+    tso.disposeDefaultEnv()
+    assert stub.calls() == []
+    tso.Model()
+    tso.Model()
+    calls = stub.calls()
+    assert [c[0] for c in calls] == ["TSOloadenv", "TSOnewmodel", "TSOgetenv", "TSOnewmodel", "TSOgetenv"]
+    assert calls[0] == ("TSOloadenv", ["out", "3"], "")
+    default = calls[1][1]
+    assert calls[3][1] == default
+    assert tso.disposeDefaultEnv() is None
+    assert tso.disposeDefaultEnv() is None
+    assert stub.calls() == [("TSOfreeenv", default)]
+    tso.Model()
+    calls = stub.calls()
+    assert calls[0][0] == "TSOloadenv"
+    assert calls[1][1] != default
+
+
+def test_a_failing_default_environment_is_not_kept(stub):
+    stub.fail("TSOloadenv", -10)
+    with pytest.raises(tso.TessolvError, match="text of code -10"):
+        tso.Model()
+    assert stub.names() == ["TSOloadenv", "TSOexplainerror"]
+    tso.disposeDefaultEnv()
+    assert stub.calls() == []  # there is none to dispose of
+    tso.Model()
+    assert stub.names() == ["TSOloadenv", "TSOnewmodel", "TSOgetenv"]
+
+
+# ---- Reading a model ----
+
+COUNTS = ["NumConstrs", "NumVars", "NumPsdVars", "NumSOS", "NumGenConstrs"]
+
+
+def populating(model):
+    return [
+        call
+        for name in COUNTS
+        for call in (("TSOgetattrinfo", model, name, "out", "out", "out"), ("TSOgetintattr", model, name, "out"))
+    ]
+
+
+def test_read_calls(stub):
+    env = tso.Env()
+    name = stub.calls() and "env"
+    made = tso.read("folder/é.mps", env)
+    calls = stub.calls()
+    name = calls[0][1]
+    assert calls[0] == ("TSOreadmodel", name, "folder/é.mps", "out")
+    assert calls[1] == ("TSOloadenv", ["out", "3"], "")  # the default one, for the new Model
+    model = calls[2][1]
+    assert calls[2:] == [*populating(model), ("TSOgetenv", model)]
+    assert isinstance(made, tso.Model)
+
+    tso.read(filename="a.lp")
+    default = stub.calls()[0][1]
+    assert default not in (name, "null")
+    tso.read("a.lp", env=None)
+    assert stub.calls()[0][1] == default
+
+
+def test_read_refuses(stub):
+    with pytest.raises(TypeError, match=r"^Cannot convert int to (tessolvpy\.)?Env$"):
+        tso.read("a.lp", 5)
+    with pytest.raises(TypeError):
+        tso.read(None)
+    with pytest.raises(TypeError):
+        tso.read(b"a.lp")
+    with pytest.raises(UnicodeEncodeError):
+        tso.read("\ud800.lp")
+    with pytest.raises(TypeError):
+        tso.read()
+    assert "TSOreadmodel" not in stub.names()
+    stub.fail("TSOreadmodel", -1001)
+    with pytest.raises(tso.TessolvError) as caught:
+        tso.read("a.lp")
+    assert caught.value.errno == -1001
+    assert stub.names() == ["TSOreadmodel", "TSOexplainerror"]
+
+
+# ---- The end of the process ----
+
+
+def test_exit_disposes_models_then_environments_in_order(run_script):
+    code = """
+m1 = tso.Model("one")                   # makes the default environment: env1
+e2 = tso.Env()
+m2 = tso.Model("two", e2)
+e3 = tso.Env()
+gone = tso.Model("gone"); gone.dispose()
+e3.dispose()
+m4 = tso.Model("four"); del m4          # stays registered
+stub.clear()
+"""
+    _, _, calls = run_script(code)
+    frees = [call for call in calls if call[0].startswith("TSOfree")]
+    assert frees == [
+        ("TSOfreemodel", "model3"),
+        ("TSOfreeenv", "env3"),
+        ("TSOfreemodel", "model1"),
+        ("TSOfreemodel", "model2"),
+        ("TSOfreemodel", "model4"),
+        ("TSOfreeenv", "env1"),
+        ("TSOfreeenv", "env2"),
+    ]
+
+
+def test_models_from_files_are_not_registered(run_script):
+    _, _, calls = run_script("m = tso.Model('own')\nr = tso.read('a.lp')\nc = m.copy()\n")
+    frees = [call for call in calls if call[0].startswith("TSOfree")]
+    assert frees[:2] == [("TSOfreemodel", "model1"), ("TSOfreeenv", "env1")]
+    assert ("TSOfreemodel", "model3") not in frees  # a copy does not own its model
+
+
+def test_a_failing_dispose_ends_the_cleanup(run_script):
+    code = """
+class Broken(tso.Model):
+    def dispose(self):
+        raise ValueError("cannot go")
+
+first, broken, last = tso.Model(), Broken(), tso.Model()
+"""
+    _, err, calls = run_script(code)
+    assert "cannot go" in err
+    assert [call for call in calls if call[0].startswith("TSOfree")][:1] == [("TSOfreemodel", "model1")]
+    at_exit = [call for call in calls if call == ("TSOfreeenv", "env1")]
+    assert at_exit == []
+
+
+def test_failing_frees_are_silent(stub):
+    env, model = tso.Env(), tso.Model()
+    stub.fail("TSOfreeenv", -3)
+    stub.fail("TSOfreemodel", -3)
+    assert env.dispose() is None
+    assert model.dispose() is None
+    assert stub.names()[-2:] == ["TSOfreeenv", "TSOfreemodel"]
+
+
+# ---- TessolvError ----
+
+
+def test_error_forms(stub):
+    by_code = tso.TessolvError(-3)
+    assert (by_code.errno, by_code.message, str(by_code)) == (-3, "text of code -3", "text of code -3")
+    assert by_code.args == ("text of code -3",)
+    assert stub.calls() == [("TSOexplainerror", -3)]
+    for error, code, message in [
+        (tso.TessolvError("boom"), -1, "boom"),
+        (tso.TessolvError(b"boom\xc3\xa9"), -1, "boomé"),
+        (tso.TessolvError("boom", 17), -1, "boom"),
+        (tso.TessolvError(5, "x"), 5, "x"),
+        (tso.TessolvError(5, b"x"), 5, "x"),
+        (tso.TessolvError(True, "x"), 1, "x"),
+        (tso.TessolvError(tso._np.int64(7), "x"), 7, "x"),
+    ]:
+        assert (error.errno, error.message, str(error), error.args) == (code, message, message, (message,))
+        assert type(error.errno) is int
+    assert stub.calls() == []  # who has a message does not ask for one
+    assert issubclass(tso.TessolvError, Exception)
+
+
+@pytest.mark.parametrize("arguments", [(), (1, 2, 3), (None,), ("1", "2", "3"), ([],), (5, 7), (5, object())])
+def test_error_refuses(stub, arguments):
+    with pytest.raises(TypeError):
+        tso.TessolvError(*arguments)
+    assert stub.calls() == []
+
+
+def test_error_refuses_codes_and_texts_out_of_range(stub):
+    with pytest.raises(OverflowError):
+        tso.TessolvError(2**40)
+    with pytest.raises(UnicodeDecodeError):
+        tso.TessolvError(b"\xff")
+
+
+def test_error_fields_are_read_only(stub):
+    error = tso.TessolvError(5, "x")
+    for name in ("errno", "message"):
+        with pytest.raises(TypeError, match="^Value is readonly$"):
+            setattr(error, name, 1)
+    assert (error.errno, error.message) == (5, "x")
+    doc = type(error).errno.__doc__, type(error).message.__doc__
+    assert doc[0].startswith("The error code corresponding to the current exception")
+    assert doc[1].startswith("Text description corresponding to the current exception")
+
+
+def test_error_can_be_subclassed_and_chained(stub):
+    class Mine(tso.TessolvError):
+        pass
+
+    with pytest.raises(tso.TessolvError) as caught:
+        raise Mine(-1, "x") from ValueError("y")
+    assert isinstance(caught.value.__cause__, ValueError)
+    assert isinstance(tso.read, types.BuiltinFunctionType) or callable(tso.read)

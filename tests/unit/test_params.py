@@ -1,0 +1,266 @@
+"""Parameters by forgiving names: on an environment, on a model, and for all models at once."""
+
+import numpy
+import pytest
+import tables
+import tessolvpy as tso
+
+FUNCTIONS = {"int": "TSOsetintparam", "float": "TSOsetdblparam", "str": "TSOsetstrparam"}
+ROWS = [(name, kind) for kind, names in tables.PARAMETERS.items() for name in names]
+
+
+@pytest.mark.parametrize(("name", "kind"), ROWS)
+def test_every_parameter_reaches_its_function(stub, env, capsys, name, kind):
+    value = {"int": 1, "float": 0.5, "str": "é"}[kind]
+    for spelling in (name, name.upper(), name.lower().replace("/", "_")):
+        env.setParam(spelling, value)
+        assert stub.calls()[0][0::2] == (FUNCTIONS[kind], name)
+        assert capsys.readouterr().out == f"Set parameter {name} to value {value}\n"
+
+
+def test_wildcards(stub, env, capsys):
+    for pattern, name in [
+        ("MaxTi*", "MaxTime"),
+        ("mip/gapa?s", "MIP/GapAbs"),
+        ("*LinearizationBig[LMN]", "MIP/LinearizationBigM"),
+    ]:
+        env.setParam(pattern, 10)
+        assert stub.calls()[0][0::2] == ("TSOsetdblparam", name)
+        assert capsys.readouterr().out == f"Set parameter {name} to value 10\n"
+
+    assert env.setParam("MIP/Gap*", 1) is None
+    first, second = capsys.readouterr().out.splitlines()
+    assert first.startswith("Matching parameters: ")
+    assert first.index("MIP/GapAbs") < first.index("MIP/GapRel")
+    assert "Cutoff" not in first
+    assert second == "No parameters matching 'MIP/Gap*' found"
+
+    env.setParam("*", 1)
+    first = capsys.readouterr().out.splitlines()[0]
+    listed = [first.find(f"'{name}'") for name in (tso.TSO.Param.Method, tso.TSO.Param.MaxTime, tso.TSO.Param.LogFile)]
+    assert listed == sorted(listed)
+    assert -1 not in listed
+    for name in ("nosuch", "", "Meth", "[", "MIP/", "é*"):
+        assert env.setParam(name, 1) is None
+        assert capsys.readouterr().out == f"No parameters matching '{name}' found\n"
+    assert stub.calls() == []
+
+
+def test_an_exact_name_is_no_pattern(stub, env, capsys):
+    env.setParam("presolve", 1)  # also the start of nothing else; a wildcard would find it as well
+    env.setParam("presolv*", 0)
+    assert [call[2:] for call in stub.calls()] == [("Presolve", 1), ("Presolve", 0)]
+
+
+def test_default(stub, env, capsys):
+    env.setParam("maxtime", "DEFAULT")
+    env.setParam("Method", "default")
+    env.setParam("logfile", "Default")
+    calls = stub.calls()
+    handle = calls[0][1]
+    assert calls == [
+        ("TSOgetdblparaminfo", handle, "MaxTime", "out", "out", "out", "out"),
+        ("TSOsetdblparam", handle, "MaxTime", 14.0),
+        ("TSOgetintparaminfo", handle, "Method", "out", "out", "out", "out"),
+        ("TSOsetintparam", handle, "Method", 14),
+        ("TSOgetstrparaminfo", handle, "LogFile", "out", "out"),
+        ("TSOsetstrparam", handle, "LogFile", "default text"),
+    ]
+    assert capsys.readouterr().out.splitlines() == [
+        "Set parameter MaxTime to value 14.0",
+        "Set parameter Method to value 14",
+        "Set parameter LogFile to value default text",
+    ]
+    for name in ("dbl", "int", "str"):
+        stub.fail(f"TSOget{name}paraminfo", -4001)
+    for name in ("MaxTime", "Method", "LogFile"):
+        with pytest.raises(tso.TessolvError) as caught:
+            env.setParam(name, "default")
+        assert caught.value.errno == -4001
+    assert not [name for name in stub.names() if name.startswith("TSOset")]
+    assert capsys.readouterr().out == ""
+
+
+@pytest.mark.parametrize(
+    ("name", "value"),
+    [
+        ("Method", "abc"),
+        ("Method", None),
+        ("Method", [1]),
+        ("Method", 2**40),
+        ("Method", -(2**31) - 1),
+        ("MaxTime", "abc"),
+        ("MaxTime", None),
+        ("MaxTime", 1j),
+        ("MaxTime", 10**400),
+        ("LogFile", 5),
+        ("LogFile", None),
+        ("LogFile", b"x"),
+        ("LogFile", "\ud800"),
+    ],
+)
+def test_values_of_a_wrong_type_reach_no_call(stub, env, capsys, name, value):
+    with pytest.raises((TypeError, ValueError, OverflowError)):
+        env.setParam(name, value)
+    assert stub.calls() == []
+
+
+def test_values_that_convert(stub, env, capsys):
+    for name, value in [
+        ("Method", True),
+        ("Method", numpy.int64(1)),
+        ("MaxTime", 1),
+        ("MaxTime", numpy.float32(1)),
+        ("MaxTime", numpy.int8(1)),
+    ]:
+        env.setParam(name, value)
+        assert stub.calls()[0][2:] == (name, 1)
+
+
+def test_names_that_are_no_text(stub, env):
+    for name in (None, 5, b"Method"):
+        with pytest.raises((TypeError, AttributeError)):
+            env.setParam(name, 1)
+    assert stub.calls() == []
+
+
+@pytest.mark.parametrize("name", ["Method", "MaxTime", "LogFile"])
+def test_a_refused_value(stub, env, capsys, name):
+    for function in FUNCTIONS.values():
+        stub.fail(function, -4000)
+    with pytest.raises(tso.TessolvError, match="text of code -4000"):
+        env.setParam(name, "x" if name == "LogFile" else 1)
+    assert capsys.readouterr().out.startswith("Set parameter ")
+
+
+# ---- Of a model ----
+
+
+def test_proxy(stub, model, capsys):
+    assert model.Params is model.params
+    assert (model.Params.maxtime, model.Params.MIP_MaxSols, model.params.LogFile) == (11.5, 11, "current text")
+    calls = stub.calls()
+    handle = calls[0][1]
+    assert handle.startswith("env of model")
+    assert calls == [
+        ("TSOgetdblparam", handle, "MaxTime", "out"),
+        ("TSOgetintparam", handle, "MIP/MaxSols", "out"),
+        ("TSOgetstrparam", handle, "LogFile", "out"),
+    ]
+    model.Params.MaxTime = 3
+    model.Params.nosuch = 3
+    setattr(model.Params, "MIP/GapAb*", "default")
+    assert [call[:3] for call in stub.calls()] == [
+        ("TSOsetdblparam", handle, "MaxTime"),
+        ("TSOgetdblparaminfo", handle, "MIP/GapAbs"),
+        ("TSOsetdblparam", handle, "MIP/GapAbs"),
+    ]
+    assert "No parameters matching 'nosuch' found\n" in capsys.readouterr().out
+    for name in ("nosuch", "MIP*"):
+        with pytest.raises(AttributeError) as caught:
+            getattr(model.Params, name)
+        assert str(caught.value) == f"Param `{name}` does not exist"
+    assert stub.calls() == []
+    for function in ("TSOgetdblparam", "TSOgetintparam", "TSOgetstrparam"):
+        stub.fail(function, -4001)
+    for name in ("MaxTime", "Method", "LogFile"):
+        with pytest.raises(tso.TessolvError, match="text of code -4001"):
+            getattr(model.Params, name)
+
+
+def test_model_functions(stub, model, capsys):
+    model.setParam("MaxTime", 2)
+    model.resetParams()
+    calls = stub.calls()
+    handle = next(call[1] for call in calls if call[0] == "TSOsetdblparam")
+    assert handle.startswith("env of model")
+    assert [call for call in calls if call[0] != "TSOgetenv"] == [
+        ("TSOsetdblparam", handle, "MaxTime", 2.0),
+        ("TSOresetparams", handle),
+    ]
+    stub.fail("TSOresetparams", -1)
+    assert model.resetParams() is None
+
+
+def test_param_info(stub, model):
+    for name, function, numbers in [
+        ("method", "TSOgetintparaminfo", [11, 12, 13, 14]),
+        ("MaxTi*", "TSOgetdblparaminfo", [11, 12, 13, 14]),
+        ("LogFile", "TSOgetstrparaminfo", ["current text", "default text"]),
+    ]:
+        info = model.getParamInfo(name)
+        assert sorted(map(str, numbers)) == sorted(str(v).replace(".0", "") for v in info if v in numbers)
+        assert [n for n in stub.names() if n != "TSOgetenv"] == [function]
+        stub.fail(function, -4001)
+        with pytest.raises(tso.TessolvError, match="text of code -4001"):
+            model.getParamInfo(name)
+        stub.clear()
+
+
+# ---- For all models of the caller ----
+
+
+def everywhere(code, **names):
+    exec(code, {"tso": tso, **names})
+
+
+def test_functions_act_on_the_default_environment_and_the_callers_models(stub, capsys):
+    default_user, other = tso.Model("a"), tso.Model("b", tso.Env())
+    env = stub.calls()[1][1]
+    first, second = "env of " + _handle(stub, default_user), "env of " + _handle(stub, other)
+
+    everywhere("tso.setParam('Meth*', 1)", m=other, n=default_user, again=other)
+    calls = [call for call in stub.calls() if call[0] != "TSOgetenv"]
+    assert calls == [("TSOsetintparam", handle, "Method", 1) for handle in (env, second, first, second)]
+    assert capsys.readouterr().out == "Set parameter Method to value 1\n" * 4
+
+    everywhere("tso.resetParams()", m=other)
+    assert [call for call in stub.calls() if call[0] != "TSOgetenv"] == [
+        ("TSOresetparams", env),
+        ("TSOresetparams", second),
+    ]
+
+    everywhere("tso.readParams('a.prm')", m=other)
+    calls = [call for call in stub.calls() if call[0] != "TSOgetenv"]
+    assert calls[0] == ("TSOreadparams", env, "a.prm")
+    assert calls[1][0] in ("TSOreadparams", "TSOread")
+    assert calls[1][2] == "a.prm"
+    assert len(calls) == 2
+
+    everywhere("tso.writeParams('a.prm')", m=other)
+    assert stub.calls() == [("TSOwriteparams", env, "a.prm")]
+
+    for function, code in [("TSOreadparams", "readParams('a')"), ("TSOwriteparams", "writeParams('a')")]:
+        stub.fail(function, -1001)
+        with pytest.raises(tso.TessolvError, match="text of code -1001"):
+            everywhere(f"tso.{code}")
+    stub.clear()
+    tso.disposeDefaultEnv()
+    stub.clear()
+    everywhere("tso.setParam('Method', 1); tso.resetParams(); tso.readParams('a')")
+    assert stub.calls() == []  # no environment is made for it
+    with pytest.raises(Exception):  # noqa: B017, PT011 - there is nothing to write, in whatever words
+        everywhere("tso.writeParams('a')")
+    assert "TSOwriteparams" not in stub.names()
+
+
+def _handle(stub, model):
+    stub.clear()
+    model.reset()
+    return stub.calls()[0][1]
+
+
+def test_help(stub, capsys):
+    assert tso.paramHelp("maxtime") is None
+    first, second = capsys.readouterr().out.splitlines()[-2:]
+    assert first.startswith("MaxTime (")
+    assert "float" in first
+    assert first.endswith(")")
+    assert second == "    Set the maximum solve time"
+    tso.paramHelp("MIP/Gap*")
+    out = capsys.readouterr().out
+    assert out.startswith("Matching parameters: ")
+    assert out.index("MIP/GapAbs") < out.index("MIP/GapRel")
+    tso.paramHelp("nosuch")
+    assert "nosuch" in capsys.readouterr().out
+    assert stub.calls() == []

@@ -1,0 +1,188 @@
+"""Runs, files and messages: the calls, their order around the interpreter lock, and the callback's way in and out."""
+
+import gc
+import threading
+import weakref
+
+import pytest
+import tessolvpy as tso
+
+RUNS = [("optimize", "TSOoptimize"), ("computeIIS", "TSOcomputeIIS")]
+each_run = pytest.mark.parametrize(("method", "function"), RUNS, ids=[row[0] for row in RUNS])
+
+
+@pytest.fixture
+def mdl(stub, model):
+    model.reset()
+    return stub.calls()[0][1]
+
+
+@each_run
+def test_order_of_a_run(stub, model, mdl, method, function):
+    run = getattr(model, method)
+    assert run() is None
+    assert stub.calls() == [("TSOsetcallbackfunc", mdl, None, id(model)), (function, mdl)]
+    assert run(callback=None) is None
+    stub.clear()
+    run(lambda *_: None)
+    assert stub.calls() == [("TSOsetcallbackfunc", mdl, "callback", id(model)), (function, mdl)]
+    run()
+    assert stub.without_lock() == [function]
+
+
+@each_run
+def test_failures_of_a_run(stub, model, mdl, method, function):
+    run = getattr(model, method)
+    stub.fail("TSOsetcallbackfunc", -3)
+    with pytest.raises(tso.TessolvError, match="text of code -3"):
+        run()
+    assert stub.names() == ["TSOsetcallbackfunc", "TSOexplainerror"]
+    stub.fail(function, -9001)
+    with pytest.raises(tso.TessolvError) as caught:
+        run()
+    assert caught.value.errno == -9001
+    assert stub.without_lock() == [function]
+    run()
+    with pytest.raises(TypeError):
+        run(None, None)
+
+
+@each_run
+def test_the_last_callback_is_kept_until_the_next_run(stub, model, method, function):
+    def callback(m, where):
+        pass
+
+    kept = weakref.ref(callback)
+    getattr(model, method)(callback)
+    del callback
+    gc.collect()
+    assert kept() is not None
+    getattr(model, method)()
+    gc.collect()
+    assert kept() is None
+
+    def another(m, where):
+        pass
+
+    kept = weakref.ref(another)
+    stub.fail("TSOsetcallbackfunc", -3)
+    with pytest.raises(tso.TessolvError):
+        getattr(model, method)(another)
+    del another
+    gc.collect()
+    assert kept() is not None  # replaced even though the run did not begin
+
+
+@pytest.mark.parametrize("on_thread", [False, True], ids=["same thread", "another thread"])
+@each_run
+def test_callbacks_come_in(stub, model, capfd, on_thread, method, function):
+    seen = []
+
+    def callback(*arguments):
+        seen.append(arguments)
+        threads.add(threading.get_ident())
+        assert model.NumVars == 3
+        model.terminate()  # allowed in here
+
+    threads = set()
+    stub.call_back(3, where=5, on_thread=on_thread)
+    getattr(model, method)(callback)
+    assert seen == [(model, 5)] * 3
+    assert (threads == {threading.get_ident()}) is not on_thread
+    del callback
+    with pytest.raises(RuntimeError):
+        model.terminate()
+
+
+def test_callback_errors_are_printed_and_the_run_goes_on(stub, model, capfd):
+    calls = []
+
+    def callback(m, where):
+        calls.append(where)
+        raise ValueError("from the callback")
+
+    stub.call_back(2)
+    assert model.optimize(callback) is None
+    assert calls == [4, 4]
+    assert capfd.readouterr().err.count("ValueError: from the callback") == 2
+    assert model.optimize(5) is None  # not tested for being callable
+    assert capfd.readouterr().err.count("TypeError: 'int' object is not callable") == 2
+
+
+def test_other_threads_run_meanwhile(stub, model):
+    """The stand-in calls back from a thread of its own, which could never come in if the lock were held."""
+    entered = threading.Event()
+    stub.call_back(1, on_thread=True)
+    model.optimize(lambda m, where: entered.set())
+    assert entered.is_set()
+
+
+def test_terminate_outside_a_callback(stub, model):
+    with pytest.raises(RuntimeError, match="^method can only be called in callback function$"):
+        model.terminate()
+    assert stub.calls() == []
+
+
+def test_reset(stub, model, mdl):
+    before = model.getVars(), list(model.getVars())
+    assert model.reset() is None
+    model.reset(1)
+    model.reset(clearall=7)
+    model.reset(True)
+    assert stub.calls() == [("TSOreset", mdl, 0), ("TSOreset", mdl, 1), ("TSOreset", mdl, 7), ("TSOreset", mdl, 1)]
+    assert model.getVars() is before[0]
+    assert [x.index for x in before[1]] == [0, 1, 2]
+    for wrong in ("x", None, []):
+        with pytest.raises(TypeError):
+            model.reset(wrong)
+    with pytest.raises(OverflowError):
+        model.reset(2**40)
+    assert stub.calls() == []
+
+
+def test_cleanup_milp(stub, model, mdl):
+    assert model.cleanupMilp() == 17
+    assert type(model.cleanupMilp()) is int
+    assert stub.calls() == [("TSOcleanupmilp", mdl, "out")] * 2
+
+
+def test_message(stub, model, mdl):
+    assert model.message("é") is None
+    model.message(message="b")
+    stub.fail("TSOmsg", -3)
+    model.message("c")  # its result is not looked at
+    assert stub.calls() == [
+        call for text in ("é", "b", "c") for call in (("TSOgetenv", mdl), ("TSOmsg", f"env of {mdl}", text))
+    ]
+    with pytest.raises(TypeError, match="^expected bytes, NoneType found$"):
+        model.message(None)
+    with pytest.raises(TypeError) as caught:
+        model.message(5)
+    assert str(caught.value) == "Argument 'message' has incorrect type (expected str, got int)"
+    with pytest.raises(UnicodeEncodeError):
+        model.message("\ud800")
+    assert "TSOmsg" not in stub.names()
+
+
+@pytest.mark.parametrize(("method", "function"), [("read", "TSOread"), ("write", "TSOwrite")])
+def test_files(stub, model, mdl, method, function):
+    use = getattr(model, method)
+    before = [model.getVars(), model.getConstrs(), list(model.getVars())]
+    assert use("folder/é.sol.gz") is None
+    use(filename="b.prm")
+    assert stub.calls() == [(function, mdl, "folder/é.sol.gz"), (function, mdl, "b.prm")]
+    for wrong in (None, 5, b"a.lp", ["a.lp"]):
+        with pytest.raises(TypeError):
+            use(wrong)
+    with pytest.raises(UnicodeEncodeError):
+        use("\ud800.lp")
+    with pytest.raises(TypeError):
+        use()
+    assert stub.calls() == []
+    stub.fail(function, -1100)
+    with pytest.raises(tso.TessolvError) as caught:
+        use("a.xyz")
+    assert caught.value.errno == -1100
+    assert model.getVars() is before[0]
+    assert model.getConstrs() is before[1]
+    assert model.getVars() == before[2]
