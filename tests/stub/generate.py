@@ -1,6 +1,7 @@
 """Writes and builds the recording stand-in for libtessolv.so.
 
-The prototypes are taken from tessolv.h, so the stand-in has the library's 82 functions with their arguments. Each one writes down its name and its arguments; what it answers stands in runtime.h.
+The prototypes are taken from tessolv.h, so the stand-in has the library's 82 functions with their arguments. Each one
+writes down its name and its arguments; what it answers stands in runtime.h.
 """
 
 import re
