@@ -1,0 +1,228 @@
+// The type Model: its memory, its method table, its documentation.
+#include "model/model.h"
+
+#include "module/state.h"
+
+#include <cstddef>
+#include <structmember.h>
+
+namespace tsp {
+namespace {
+
+// Every object field, in the order of the struct.
+constexpr PyObject* Model::*kObjects[] = {
+    &Model::Params,   &Model::params,          &Model::env,      &Model::userattrs_,  &Model::callback_,
+    &Model::usersol_, &Model::callback_error_, &Model::vars_,    &Model::constrs_,    &Model::qconstrs_,
+    &Model::soss_,    &Model::genconstrs_,     &Model::psdvars_, &Model::psdconstrs_,
+};
+
+PyObject* model_tp_new(PyTypeObject* type, PyObject*, PyObject*) {
+    PyObject* self = type->tp_alloc(type, 0);
+    if (self) {
+        for (auto field : kObjects) {
+            Py_INCREF(Py_None);
+            reinterpret_cast<Model*>(self)->*field = Py_None;
+        }
+    }
+    return self;
+}
+
+int model_traverse(PyObject* self, visitproc visit, void* arg) {
+    Py_VISIT(Py_TYPE(self));
+    for (auto field : kObjects)
+        Py_VISIT(reinterpret_cast<Model*>(self)->*field);
+    return 0;
+}
+
+int model_clear(PyObject* self) {
+    for (auto field : kObjects)
+        Py_CLEAR(reinterpret_cast<Model*>(self)->*field);
+    return 0;
+}
+
+void model_finalize(PyObject* self) {
+    SavedError saved;
+    PyObject* result = PyObject_CallMethodNoArgs(self, state().s_dispose);
+    if (!result)
+        PyErr_WriteUnraisable(self);
+    Py_XDECREF(result);
+}
+
+void model_dealloc(PyObject* self) {
+    if (PyObject_CallFinalizerFromDealloc(self) < 0)
+        return; // somebody took it back
+    PyObject_GC_UnTrack(self);
+    model_dispose(*reinterpret_cast<Model*>(self));
+    model_clear(self);
+    plain_dealloc(self);
+}
+
+PyMemberDef model_members[] = {
+    {"Params", T_OBJECT, offsetof(Model, Params), READONLY, "The parameters of the model, as attributes."},
+    {"params", T_OBJECT, offsetof(Model, params), READONLY, "The parameters of the model, as attributes."},
+    {},
+};
+
+PyMethodDef model_methods[] = {
+    keywords<model_optimize>(
+        "optimize",
+        "optimize($self, callback=None)\n--\n\n"
+        "Solves the model. Other Python threads run meanwhile; Ctrl-C ends the run and keeps what was found.\n\n"
+        "callback: a function callback(model, where) that is called while a MIP is solved, or None. Only names that\n"
+        "begin with \"_\" may be added to the model, to pass context to it.\n"
+        "Returns None; the outcome is in the attributes Status, ObjVal, X and others. Infeasible and unbounded are\n"
+        "statuses, not errors. Raises TessolvError when a limit or an interrupt ended the run (errno one of the\n"
+        "ABORT_ codes; what was found can be read), or when no engine can solve such a model.\n\n"
+        "Example: m.optimize(); print(m.ObjVal)"),
+    keywords<model_computeIIS>(
+        "computeIIS",
+        "computeIIS($self, callback=None)\n--\n\n"
+        "Finds an irreducible infeasible subsystem: rows and bounds that contradict one another, of which none can be\n"
+        "left out. It is read through the attributes IISConstr and IISVar.\n\n"
+        "callback: as for optimize.\n"
+        "Raises TessolvError with errno IIS_FEASIBLE if the model is feasible.\n\n"
+        "Example: m.computeIIS(); [c for c in m.getConstrs() if c.IISConstr]"),
+    keywords<model_reset>("reset",
+                          "reset($self, clearall=0)\n--\n\n"
+                          "Forgets the solution.\n\n"
+                          "clearall: int, 0 clears the solution only, 1 all related data: starts and basis too.\n"
+                          "Handles stay valid. Raises TessolvError if the solver refuses.\n\n"
+                          "Example: m.reset(1)"),
+    no_args<model_cleanupMilp>("cleanupMilp",
+                               "cleanupMilp($self)\n--\n\n"
+                               "Drops start values and stored solutions that no longer fit the model.\n\n"
+                               "Returns how many were dropped, as int.\n\n"
+                               "Example: m.cleanupMilp()"),
+    no_args<model_terminate>(
+        "terminate", "terminate($self)\n--\n\n"
+                     "Asks the running solve to stop. Only for callbacks; optimize then fails with the code for an\n"
+                     "aborted run, ABORT_CTRL_C.\n\n"
+                     "Raises RuntimeError outside of a callback.\n\n"
+                     "Example: m.optimize(lambda model, where: model.terminate())"),
+    keywords<model_message>("message", "message($self, message)\n--\n\n"
+                                       "Writes a line into the log of the model.\n\n"
+                                       "message: str. Raises TypeError for anything else.\n\n"
+                                       "Example: m.message(\"second phase\")"),
+    keywords<model_read>(
+        "read", "read($self, filename)\n--\n\n"
+                "Reads parameters, start values, a basis or a solution into the model.\n\n"
+                "filename: str; the suffix tells what is read: .prm, .mst, .sol, .bas, each also with .gz or .bz2.\n"
+                "A whole model is read by tessolvpy.read.\n"
+                "Raises TessolvError if the file is missing or malformed.\n\n"
+                "Example: m.read(\"trial1.prm\")"),
+    keywords<model_write>(
+        "write", "write($self, filename)\n--\n\n"
+                 "Writes the model or a part of it.\n\n"
+                 "filename: str; the suffix tells what is written: .lp, .mps, .qps the model itself, .sol the\n"
+                 "solution, .bas the basis, .prm parameter settings, .mst MIP starts; a further .gz or .bz2\n"
+                 "compresses.\n"
+                 "Raises TessolvError if the file cannot be written; the old file is then as it was.\n\n"
+                 "Example: m.write(\"model.lp.gz\")"),
+    keywords<model_getAttr>(
+        "getAttr", "getAttr($self, attrname, objs=None)\n--\n\n"
+                   "Values of an attribute.\n\n"
+                   "attrname: str, in any case, \"_\" as good as \"/\".\n"
+                   "objs: None for an attribute of the model; one handle; or a list of handles of one kind, which is\n"
+                   "read with a single solver call.\n"
+                   "Returns one value, or a list with one value for each handle.\n"
+                   "Raises AttributeError for a name that this kind of element does not have, TypeError for objects\n"
+                   "that are no handles, TessolvError when there is no value.\n\n"
+                   "Example: m.getAttr(\"X\", m.getVars())"),
+    keywords<model_setAttr>(
+        "setAttr", "setAttr($self, attrname, objs, newvalues=None)\n--\n\n"
+                   "Sets an attribute.\n\n"
+                   "attrname: str, as for getAttr.\n"
+                   "objs: with newvalues None, the value for an attribute of the model; otherwise a handle or a list\n"
+                   "of handles of one kind.\n"
+                   "newvalues: one value for one handle, as many values as handles for a list.\n"
+                   "Raises AttributeError for an unknown name, ValueError if values and handles do not fit, TypeError\n"
+                   "for objects that are no handles, TessolvError when the solver refuses.\n\n"
+                   "Example: m.setAttr(\"UB\", m.getVars(), [1.0, 2.0])"),
+    keywords<model_setParam>(
+        "setParam",
+        "setParam($self, paramname, paramvalue)\n--\n\n"
+        "Sets a parameter of this model.\n\n"
+        "paramname: str, in any case, \"_\" as good as \"/\", \"*\" and \"?\" as wildcards that must match\n"
+        "one name.  paramvalue: int, float or str by the parameter, or \"default\".\n"
+        "Prints what was set, or that nothing matches. Raises TypeError for a value of a wrong type,\n"
+        "TessolvError for one out of range.\n\n"
+        "Example: m.setParam(\"MIP/GapRel\", 0.01)"),
+    keywords<model_getParamInfo>(
+        "getParamInfo", "getParamInfo($self, paramname)\n--\n\n"
+                        "Value and range of a parameter of this model.\n\n"
+                        "paramname: str, as for setParam.\n"
+                        "Returns (name, current, least, greatest, default); for texts least and greatest are None.\n"
+                        "An unknown name is printed and gives None.\n\n"
+                        "Example: m.getParamInfo(\"MaxTime\")"),
+    no_args<model_resetParams>("resetParams", "resetParams($self)\n--\n\n"
+                                              "Sets all parameters of this model to their defaults.\n\n"
+                                              "Example: m.resetParams()"),
+    no_args<model_getVars>("getVars", "getVars($self)\n--\n\n"
+                                      "The variables, in order: the live list of Var handles, not a copy.\n\n"
+                                      "Example: m.getVars()[0].VarName"),
+    no_args<model_getConstrs>("getConstrs", "getConstrs($self)\n--\n\n"
+                                            "All rows as Constr handles, in order: the live list, not a copy.\n\n"
+                                            "Example: [c.DualSoln for c in m.getConstrs()]"),
+    no_args<model_getQConstrs>("getQConstrs", "getQConstrs($self)\n--\n\n"
+                                              "All rows as QConstr handles, in order: the live list, not a copy.\n\n"
+                                              "Example: len(m.getQConstrs())"),
+    no_args<model_getSOSs>("getSOSs", "getSOSs($self)\n--\n\n"
+                                      "The special ordered sets, in order: the live list, not a copy.\n\n"
+                                      "Example: len(m.getSOSs())"),
+    no_args<model_getGenConstrs>("getGenConstrs", "getGenConstrs($self)\n--\n\n"
+                                                  "The general constraints, in order: the live list, not a copy.\n\n"
+                                                  "Example: len(m.getGenConstrs())"),
+    no_args<model_getPsdVars>("getPsdVars", "getPsdVars($self)\n--\n\n"
+                                            "The semi-definite variables, in order: the live list, not a copy.\n\n"
+                                            "Example: len(m.getPsdVars())"),
+    no_args<model_getPsdConstrs>("getPsdConstrs",
+                                 "getPsdConstrs($self)\n--\n\n"
+                                 "All rows as PsdConstr handles, in order: the live list, not a copy.\n\n"
+                                 "Example: len(m.getPsdConstrs())"),
+    no_args<model_copy>("copy", "copy($self)\n--\n\n"
+                                "A copy of the model with handles of its own. Its Params reads None.\n\n"
+                                "Raises TessolvError if memory runs out.\n\n"
+                                "Example: m2 = m.copy()"),
+    no_args<model_disposeMethod>("dispose", "dispose($self)\n--\n\n"
+                                            "Frees the solver model. Handles must not be used any more. A second call\n"
+                                            "does nothing.\n\n"
+                                            "Example: m.dispose()"),
+    no_args<model_ctypes>("ctypes",
+                          "ctypes($self)\n--\n\n"
+                          "The raw solver pointers, for code that calls the solver library itself: an object\n"
+                          "with env, data and datap (ctypes pointers) and reload().\n\n"
+                          "Example: m.ctypes().data.value"),
+    {},
+};
+
+PyType_Slot model_slots[] = {
+    {Py_tp_doc,
+     const_cast<char*>(
+         "Model(name=\"\", env=None, empty=False)\n--\n\n"
+         "An optimisation model. Attributes are read and assigned by name, in any case: m.ObjVal, m.NumVars,\n"
+         "m.ModelSense = TSO.MAXIMIZE. Names that begin with \"_\" are the user's own.\n\n"
+         "name: str, its name.\n"
+         "env: Env, or None for the default environment, which is made when it is first needed.\n"
+         "empty: if true, no solver model is made; for internal use.\n"
+         "Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
+         "Example: m = Model(\"diet\")")},
+    {Py_tp_new, reinterpret_cast<void*>(&model_tp_new)},
+    slot<model_init>(Py_tp_init),
+    {Py_tp_traverse, reinterpret_cast<void*>(&model_traverse)},
+    {Py_tp_clear, reinterpret_cast<void*>(&model_clear)},
+    {Py_tp_finalize, reinterpret_cast<void*>(&model_finalize)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(&model_dealloc)},
+    slot<model_getattro>(Py_tp_getattro),
+    slot<model_setattro>(Py_tp_setattro),
+    {Py_tp_members, model_members},
+    {Py_tp_methods, model_methods},
+    {},
+};
+PyType_Spec model_spec = {"tessolvpy.Model", sizeof(Model), 0,
+                          Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE | Py_TPFLAGS_HAVE_GC, model_slots};
+
+} // namespace
+
+PyTypeObject* make_model_type() { return make_type(model_spec); }
+
+} // namespace tsp

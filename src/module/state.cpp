@@ -1,0 +1,7 @@
+#include "module/state.h"
+
+namespace tsp {
+
+State g_state{};
+
+} // namespace tsp

@@ -1,0 +1,35 @@
+// State: everything that the module keeps between calls. There is one, for the one interpreter that may import it.
+#pragma once
+
+#include "py/ref.h"
+
+namespace tsp {
+
+// All fields are owned references, set in the import sequence and kept until the process ends.
+struct State {
+    PyObject* module = nullptr;
+
+    // Types
+    PyTypeObject *tessolv_error, *env, *param_class, *model;
+    PyTypeObject *operand, *var, *constr, *qconstr, *sos, *genconstr, *psdvar, *psdconstr;
+
+    // Modules and what is used of them
+    PyObject *np, *np_array, *np_isscalar;
+    PyObject* spmatrix;
+    PyObject *ctypes, *fnmatch, *traceback;
+
+    // Objects of the module's own
+    PyObject* default_env;    // the default Env, or None
+    PyObject* model_registry; // list of Model; append only, strong, walked by cleanup
+    PyObject* env_registry;   // list of Env; likewise
+    PyObject* callback_lock;  // a threading.Lock around every entry of the solver into Python
+    PyObject* tso;            // the public object TSO
+
+    // Interned names
+    PyObject *s_dispose, *s_index;
+};
+
+extern State g_state;
+inline State& state() { return g_state; }
+
+} // namespace tsp

@@ -1,0 +1,40 @@
+// Text and value tests that every layer above uses.
+#pragma once
+
+#include "py/args.h"
+
+#include <string>
+#include <string_view>
+
+namespace tsp {
+
+// The UTF-8 form of a str, NUL-terminated: the one way in which text reaches the solver. It holds as long as this
+// object and costs no copy. What is not a str raises the TypeError of bytes(value, "UTF-8").
+class Chars {
+public:
+    explicit Chars(Borrowed value);
+    const char* get() const { return text_; }
+    operator const char*() const { return text_; }
+
+private:
+    Ref keep_;
+    const char* text_;
+};
+inline Chars str2chars(Borrowed value) { return Chars(value); }
+
+// Text from the solver as a str. Invalid UTF-8 raises UnicodeDecodeError.
+inline Ref chars2str(const char* text, Py_ssize_t length) {
+    return Ref::steal(PyUnicode_DecodeUTF8(text, length, nullptr));
+}
+inline Ref chars2str(const char* text) {
+    return chars2str(text, static_cast<Py_ssize_t>(std::char_traits<char>::length(text)));
+}
+Ref chars2str(Borrowed bytes); // a bytes-like object, as str(bytes, "UTF-8")
+
+// numpy.isscalar(value); the usual types are told apart without asking NumPy.
+bool is_scalar(Borrowed value);
+
+// The built-in print with one argument.
+void print(Ref text);
+
+} // namespace tsp

@@ -1,0 +1,46 @@
+#include "py/error.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <exception>
+#include <new>
+
+namespace tsp {
+
+void raise(PyObject* type, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    PyErr_FormatV(type, format, args);
+    va_end(args);
+    throw PythonError();
+}
+
+const char* type_name(Borrowed object) {
+    const char* name = Py_TYPE(object)->tp_name;
+    const char* dot = std::strrchr(name, '.');
+    return dot ? dot + 1 : name;
+}
+
+void raise_argument_type(const char* argument, const char* expected, Borrowed given) {
+    raise(PyExc_TypeError, "Argument '%.200s' has incorrect type (expected %.200s, got %.200s)", argument, expected,
+          Py_TYPE(given)->tp_name);
+}
+
+void error_from_exception() noexcept {
+    try {
+        throw;
+    } catch (const PythonError&) {
+        if (!PyErr_Occurred())
+            PyErr_SetString(PyExc_SystemError, "a failure without an error set");
+    } catch (const Error& e) {
+        e.set();
+    } catch (const std::bad_alloc&) {
+        PyErr_NoMemory();
+    } catch (const std::exception& e) {
+        PyErr_SetString(PyExc_SystemError, e.what());
+    } catch (...) {
+        PyErr_SetString(PyExc_SystemError, "an unknown failure");
+    }
+}
+
+} // namespace tsp
