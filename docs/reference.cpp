@@ -1,6 +1,5 @@
 // Writes the reference pages out of the catalogues: reference <folder>.
 #include "catalog/attrs.h"
-#include "catalog/codes.h"
 #include "catalog/params.h"
 #include "module/constants_catalog.h"
 
@@ -84,8 +83,8 @@ void parameters(std::ostream& out) {
 void codes(std::ostream& out) {
     out << "# Codes\n\nThe codes of `TessolvError.errno`, each also as `TSO.NAME` and `TSO.Error.NAME`.\n\n"
            "| name | value | meaning |\n| --- | --- | --- |\n";
-    for (const auto& row : tso::kCodes)
-        out << "| " << code(row.name) << " | " << row.value << " | " << row.text << " |\n";
+    for (const tsp::CodeRow& row : tsp::kErrorCodes)
+        out << "| " << code(row.name) << " | " << row.code << " | " << TSOexplainerror(row.code) << " |\n";
     out << "\n## Values of the attribute `Status`\n\nEach also as `TSO.NAME` and `TSO.Status.NAME`.\n\n"
            "| name | value |\n| --- | --- |\n";
     for (const tsp::CodeRow& row : tsp::kStatusCodes)

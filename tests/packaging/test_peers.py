@@ -76,7 +76,9 @@ def test_both_solve_in_one_process(peer, order):
     code = f"MODEL = {str(MODEL)!r}\n{OURS}{PEERS[peer]}\n{ORDERS[order]}\nimport sys, os\n"
     code += "print(*{line.split()[-1] for line in open('/proc/self/maps') if '.so' in line}, sep='\\n')\n"
     code += "print('done', flush=True)"
-    run = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, timeout=120, env=dict(os.environ))
+    run = subprocess.run(
+        [sys.executable, "-c", code], capture_output=True, text=True, timeout=120, env=dict(os.environ)
+    )
     assert run.returncode == 0, f"{run.returncode}\n{run.stdout[-2000:]}\n{run.stderr[-4000:]}"
     assert run.stdout.endswith("done\n")
     # Ours runs on the engine that it was tested with, never on the peer's copy.
