@@ -1,0 +1,329 @@
+"""Runs beside runs: threads, time limits, interrupts, models that go away, and the end of the process."""
+
+import os
+import signal
+import subprocess
+import sys
+import threading
+import time
+from pathlib import Path
+
+import problems
+import pytest
+import tessolvpy as tso
+
+TSO = tso.TSO
+DATA = Path(__file__).resolve().parents[1] / "data"
+
+
+@pytest.fixture
+def script(tmp_path):
+    """Runs a script in a process of its own; `hard` is the path of a model that it can't solve in time."""
+    path = problems.market_split(rows=6, columns=60).write_lp(tmp_path / "hard.lp")
+    head = "import os, signal, sys, threading, time\nimport tessolvpy as tso\n"
+    head += f"hard, data = {str(path)!r}, {str(DATA)!r}\nenv = tso.Env(empty=True)\nenv.setParam('OutputFlag', 0)\n"
+
+    def run(code, timeout=60):
+        started = subprocess.run(
+            [sys.executable, "-X", "faulthandler", "-c", head + code], capture_output=True, text=True, timeout=timeout
+        )
+        assert started.returncode == 0, f"{started.returncode}: {started.stderr[-3000:]}"
+        return started.stdout.splitlines()[1:]  # without the line about OutputFlag
+
+    return run
+
+
+def test_several_models_in_threads(read):
+    names = {"lp/25fv47.mps": 5501.845888287, "mip/p0201.mps": 7615.0, "qp/cvxqp1_s.qps": 11590.7181}
+    names["mip/stein27.mps"] = 18.0
+    models = [(read(DATA / name), optimum) for name, optimum in names.items() for _ in range(3)]
+    failures = []
+
+    def solve(model, optimum):
+        try:
+            for _ in range(2):
+                model.optimize()
+                assert model.ObjVal == pytest.approx(optimum, rel=1e-6)
+                model.reset(1)
+        except BaseException as error:
+            failures.append(error)
+
+    threads = [threading.Thread(target=solve, args=pair) for pair in models]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert failures == []
+
+
+def test_python_runs_while_the_library_solves(hard, capsys):
+    hard.Params.MaxTime = 2
+    ticks = []
+    done = threading.Event()
+
+    def tick():
+        while not done.wait(0.01):
+            ticks.append(time.monotonic())
+
+    thread = threading.Thread(target=tick)
+    thread.start()
+    with pytest.raises(tso.TessolvError):
+        hard.optimize()
+    done.set()
+    thread.join()
+    assert len(ticks) > 50
+    assert max(b - a for a, b in zip(ticks, ticks[1:])) < 0.5
+
+
+def test_time_limit_holds_and_counts_each_run_afresh(hard, capsys):
+    hard.Params.MaxTime = 1.5
+    for _ in range(2):
+        started = time.monotonic()
+        with pytest.raises(tso.TessolvError) as caught:
+            hard.optimize()
+        took = time.monotonic() - started
+        assert caught.value.errno == TSO.ABORT_TIME_LIMIT
+        assert 1.2 < took < 1.5 * 1.1 + 1
+        assert hard.SolutionTime == pytest.approx(took, abs=0.5)
+        assert hard.HasSolution == 1
+
+
+def test_a_limit_of_no_time(hard, capsys):
+    hard.Params.MaxTime = 0
+    with pytest.raises(tso.TessolvError) as caught:
+        hard.optimize()
+    assert caught.value.errno == TSO.ABORT_TIME_LIMIT
+
+
+# ---- Ctrl-C ----
+
+
+def test_interrupt_keeps_what_was_found(script):
+    code = """
+m = tso.read(hard, env)
+old = signal.getsignal(signal.SIGINT)
+threading.Timer(1.5, os.kill, (os.getpid(), signal.SIGINT)).start()
+sent = time.monotonic() + 1.5
+try:
+    m.optimize()
+except tso.TessolvError as error:
+    print(error.errno, time.monotonic() - sent < 1)
+print(m.Status, m.HasSolution, m.SolCount > 0, len(m.getAttr("X", m.getVars())))
+print(signal.getsignal(signal.SIGINT) is old)
+try:                                          # the handler is Python's own again
+    os.kill(os.getpid(), signal.SIGINT)
+    time.sleep(5)
+except KeyboardInterrupt:
+    print("interrupted")
+m.Params.MaxTime = 1
+try:
+    m.optimize()                              # and the next run is not ended by the last one's interrupt
+except tso.TessolvError as error:
+    print(error.errno)
+"""
+    lines = script(code)
+    assert lines[0] == f"{TSO.ABORT_INTERRUPTED} True"
+    assert lines[1] == f"{TSO.SUB_OPTIMAL} 1 True 72"
+    assert lines[2] == "True"
+    assert lines[3] == "interrupted"
+    assert lines[-1] == str(TSO.ABORT_TIME_LIMIT)
+
+
+def test_a_handler_of_the_users_own_is_put_back(script):
+    code = """
+seen = []
+signal.signal(signal.SIGINT, lambda *_: seen.append(1))
+m = tso.read(hard, env)
+threading.Timer(1, os.kill, (os.getpid(), signal.SIGINT)).start()
+try:
+    m.optimize()
+except tso.TessolvError as error:
+    print(error.errno)
+before = len(seen)
+os.kill(os.getpid(), signal.SIGINT)
+time.sleep(0.1)
+print(len(seen) - before)
+"""
+    assert script(code) == [str(TSO.ABORT_INTERRUPTED), "1"]
+
+
+def test_runs_on_other_threads_leave_the_handler(script):
+    code = """
+m = tso.read(hard, env)
+m.Params.MaxTime = 3
+codes = []
+def solve():
+    try:
+        m.optimize()
+    except tso.TessolvError as error:
+        codes.append(error.errno)
+thread = threading.Thread(target=solve)
+thread.start()
+time.sleep(0.5)
+try:
+    os.kill(os.getpid(), signal.SIGINT)
+    time.sleep(5)
+except KeyboardInterrupt:
+    print("interrupted")
+thread.join()
+print(*codes)
+"""
+    assert script(code)[-2:] == ["interrupted", str(TSO.ABORT_TIME_LIMIT)]
+
+
+# ---- Models that are gone, models in use ----
+
+
+def test_handles_of_a_disposed_model(read):
+    m = read(DATA / "lp/afiro.mps")
+    m.optimize()
+    x, c, params = m.getVars()[0], m.getConstrs()[0], m.Params
+    m.dispose()
+    twin = m
+    for act in (
+        lambda: x.X,
+        lambda: setattr(x, "UB", 1),
+        lambda: str(c),
+        lambda: m.NumVars,
+        lambda: m.getAttr("X", m.getVars()),
+        lambda: m.setAttr("LB", m.getVars(), [0.0] * 32),
+        lambda: m.optimize(),
+        lambda: m.computeIIS(),
+        lambda: m.reset(),
+        lambda: m.cleanupMilp(),
+        lambda: m.write("a.lp"),
+        lambda: m.read("a.lp"),
+        lambda: m.copy(),
+        lambda: params.MaxTime,
+        lambda: setattr(params, "MaxTime", 1),
+        lambda: m.ctypes().reload(),
+    ):
+        with pytest.raises(tso.TessolvError):
+            act()
+    m.message("nobody hears it")
+    m.resetParams()
+    twin.dispose()
+
+
+def test_a_disposed_environment_leaves_its_models(read):
+    env = tso.Env(empty=True)
+    env.setParam("OutputFlag", 0)
+    m = tso.read(str(DATA / "lp/afiro.mps"), env)
+    env.dispose()
+    m.optimize()
+    assert m.ObjVal == pytest.approx(-464.7531428571)
+    m.dispose()
+    for act in (env.start, lambda: env.setParam("Method", 1), lambda: tso.read(str(DATA / "lp/afiro.mps"), env)):
+        with pytest.raises(tso.TessolvError):
+            act()
+    with pytest.raises(tso.TessolvError):
+        tso.Model("m", env)
+
+
+def test_parameters_reach_the_models_of_an_environment(capsys):
+    env = tso.Env(params={"OutputFlag": 0, "MaxTime": 7.5}, empty=True)
+    m = tso.Model("m", env)
+    assert m.Params.MaxTime == 7.5
+    env.setParam("MaxTime", 8)
+    assert m.Params.MaxTime == 7.5  # it has a copy of its own
+    m.dispose()
+    plain = tso.Model("n", tso.Env(empty=True))
+    assert plain.Params.MaxTime != 7.5  # those of the last environment went with it
+    plain.dispose()
+    with pytest.raises(tso.TessolvError) as caught:
+        tso.Env(params={"MaxTime": -1})
+    assert caught.value.errno == TSO.PARAM_SET_ERROR
+    with pytest.raises(tso.TessolvError):
+        env.setParam("MaxTime", float("nan"))
+
+
+def test_one_model_from_two_threads(hard, capsys):
+    """While one thread solves, every call of another one fails or is safe, and the run goes on."""
+    hard.Params.MaxTime = 2
+    outcome = []
+
+    def solve():
+        try:
+            hard.optimize()
+        except tso.TessolvError as error:
+            outcome.append(error.errno)
+
+    thread = threading.Thread(target=solve)
+    thread.start()
+    time.sleep(0.3)
+    x = hard.getVars()[0]
+    refused = 0
+    while thread.is_alive():
+        for act in (
+            lambda: x.X,
+            lambda: setattr(x, "UB", 1.0),
+            lambda: hard.NumVars,
+            lambda: hard.optimize(),
+            lambda: hard.reset(),
+            lambda: hard.copy(),
+            lambda: str(x),
+        ):
+            try:
+                act()
+            except tso.TessolvError as error:
+                refused += error.errno == TSO.ERROR
+    thread.join()
+    assert outcome == [TSO.ABORT_TIME_LIMIT]
+    assert refused > 0
+
+
+def test_disposing_of_a_model_that_another_thread_solves(script):
+    code = """
+m = tso.read(hard, env)
+def solve():
+    try:
+        m.optimize()
+    except tso.TessolvError as error:
+        print("ended", error.errno < 0)
+thread = threading.Thread(target=solve)
+thread.start()
+time.sleep(0.5)
+m.dispose()
+thread.join(5)
+print(thread.is_alive())
+"""
+    assert script(code) == ["ended True", "False"]
+
+
+# ---- The end of the process ----
+
+
+def test_exit_with_live_models_is_fast(script):
+    code = """
+models = []
+for i in range(20):
+    m = tso.read(data + "/lp/25fv47.mps", env); m.optimize(); models.append(m)
+    n = tso.Model(str(i), env); models.append(n)
+models.append(models[0].copy())
+x = models[0].getVars()[0]
+print(time.time())
+"""
+    lines = script(code)
+    assert time.time() - float(lines[-1]) < 1
+
+
+def test_exit_while_a_thread_solves(script):
+    code = """
+m = tso.read(hard, env)
+threading.Thread(target=m.optimize, daemon=True).start()
+time.sleep(0.5)
+print(time.time())
+"""
+    lines = script(code)
+    assert time.time() - float(lines[-1]) < 3
+
+
+def test_exit_by_an_exception_or_a_signal(script, tmp_path):
+    path = problems.market_split(rows=6, columns=60).write_lp(tmp_path / "h.lp")
+    code = f"import tessolvpy as tso\nm = tso.read({str(path)!r})\nprint('ready', flush=True)\nm.optimize()"
+    child = subprocess.Popen([sys.executable, "-c", code], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    assert child.stdout.readline().strip()
+    time.sleep(1)
+    os.kill(child.pid, signal.SIGINT)
+    assert child.wait(10) == 1  # an uncaught TessolvError
+    child.stdout.close()

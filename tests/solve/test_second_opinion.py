@@ -1,0 +1,123 @@
+"""Random problems, solved here and by SciPy, through both file formats."""
+
+import numpy as np
+import problems
+import pytest
+import scipy.optimize
+import tessolvpy as tso
+
+TSO = tso.TSO
+SEEDS = range(60)
+
+
+def opinion(p):
+    """SciPy's status and objective."""
+    sign = -1 if p.maximize else 1
+    constraints = scipy.optimize.LinearConstraint(p.matrix, p.low, p.high)
+    bounds = scipy.optimize.Bounds(p.lb, p.ub)
+    result = scipy.optimize.milp(
+        sign * p.cost, integrality=p.integer.astype(int), constraints=constraints, bounds=bounds
+    )
+    return result.status, sign * result.fun if result.fun is not None else None
+
+
+def linear_opinion(p):
+    sign = -1 if p.maximize else 1
+    upper, lower = p.high < np.inf, p.low > -np.inf
+    result = scipy.optimize.linprog(
+        sign * p.cost,
+        A_ub=np.vstack([p.matrix[upper], -p.matrix[lower]]),
+        b_ub=np.concatenate([p.high[upper], -p.low[lower]]),
+        bounds=np.column_stack([p.lb, p.ub]),
+    )
+    return result.status, sign * result.fun if result.fun is not None else None
+
+
+def agree(model, opinion):
+    status, objective = opinion
+    model.optimize()
+    if status == 0:
+        assert model.Status == TSO.OPTIMAL
+        assert model.ObjVal == pytest.approx(objective, abs=1e-6, rel=1e-6)
+    elif status == 2:
+        assert model.Status == TSO.INFEASIBLE
+    elif status == 3:
+        assert model.Status == TSO.UNBOUNDED
+    else:
+        assert model.Status in (TSO.INFEASIBLE, TSO.UNBOUNDED)
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_linear(read, tmp_path, seed):
+    rng = np.random.default_rng(seed)
+    p = problems.random_problem(rng, *rng.integers(1, 12, 2), maximize=bool(seed % 2))
+    expected = linear_opinion(p)
+    for model in (read(p.write_lp(tmp_path / "a.lp")), read(p.write_mps(tmp_path / "a.mps"))):
+        agree(model, expected)
+        if model.Status == TSO.OPTIMAL:
+            proof(p, model)
+
+
+def proof(p, model):
+    """Duals and reduced costs prove the optimum: no second solver is needed to believe it."""
+    rows, columns = model.getConstrs(), model.getVars()
+    order = np.argsort([int(name[1:]) for name in model.getAttr("VarName", columns)])
+    x, rc = (np.array(model.getAttr(name, columns))[order] for name in ("X", "RC"))
+    order = np.argsort([int(name[1:]) for name in model.getAttr("ConstrName", rows)])
+    y, activity = (np.array(model.getAttr(name, rows))[order] for name in ("DualSoln", "Activity"))
+    assert activity == pytest.approx(p.matrix @ x, abs=1e-6)
+    assert rc == pytest.approx(p.cost - p.matrix.T @ y, abs=1e-6)
+    sign = -1 if p.maximize else 1
+    dual_value = 0.0
+    for multiplier, value, low, high in [*zip(y, activity, p.low, p.high), *zip(rc, x, p.lb, p.ub)]:
+        # A positive price (for a minimisation) holds the value down at its lower bound, a negative one at its upper.
+        if sign * multiplier > 1e-7:
+            assert value == pytest.approx(low, abs=1e-6)
+        elif sign * multiplier < -1e-7:
+            assert value == pytest.approx(high, abs=1e-6)
+        else:
+            continue
+        dual_value += multiplier * value
+    assert model.ObjVal == pytest.approx(dual_value, abs=1e-5)
+    assert model.DualObjVal == pytest.approx(dual_value, abs=1e-5)
+    basic = sum(v == 1 for v in model.getAttr("ColBasis", columns) + model.getAttr("RowBasis", rows))
+    assert basic == len(rows)
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_mixed_integer(read, tmp_path, seed):
+    rng = np.random.default_rng(1000 + seed)
+    p = problems.random_problem(rng, *rng.integers(1, 10, 2), integers=True, maximize=bool(seed % 2))
+    expected = opinion(p)
+    for model in (read(p.write_lp(tmp_path / "a.lp")), read(p.write_mps(tmp_path / "a.mps"))):
+        agree(model, expected)
+        if model.Status == TSO.OPTIMAL:
+            for value, kind in zip(*(model.getAttr(name, model.getVars()) for name in ("X", "IsInteger"))):
+                assert not kind or abs(value - round(value)) < 1e-5
+
+
+@pytest.mark.parametrize("seed", range(12))
+def test_edited_problems(read, tmp_path, seed):
+    """Solved, edited through attributes and solved again, against the edited problem solved afresh."""
+    rng = np.random.default_rng(2000 + seed)
+    p = problems.random_problem(rng, 6, 8, integers=bool(seed % 2))
+    model = read(p.write_lp(tmp_path / "a.lp"))
+    columns = {int(v.VarName[1:]): v for v in model.getVars()}
+    rows = {int(c.ConstrName[1:]): c for c in model.getConstrs()}
+    agree(model, opinion(p))
+    for _ in range(8):
+        j, i = int(rng.integers(len(p.cost))), int(rng.integers(len(p.low)))
+        what = rng.integers(4)
+        if what == 0:
+            p.ub[j] = max(p.lb[j], rng.integers(-1, 5)) if p.lb[j] > -np.inf else rng.integers(-1, 5)
+            columns[j].UB = p.ub[j]
+        elif what == 1:
+            p.cost[j] = rng.integers(-9, 10)
+            columns[j].Obj = p.cost[j]
+        elif what == 2:
+            p.high[i] = max(p.low[i], rng.integers(0, 30)) if p.low[i] > -np.inf else rng.integers(0, 30)
+            rows[i].RHS = p.high[i]
+        else:
+            p.low[i] = min(p.high[i], rng.integers(-30, 10))
+            rows[i].LHS = p.low[i]
+        agree(model, opinion(p))
