@@ -1,0 +1,162 @@
+// A sparse symmetric elimination in order of least degree, which goes over to a dense one when fill has made what is
+// left dense. The matrix is scaled to a unit diagonal first, so that one tolerance fits all pivots.
+#include "engine/convex.h"
+
+#include <algorithm>
+#include <cmath>
+#include <queue>
+#include <unordered_map>
+
+namespace tso::engine {
+namespace {
+
+constexpr double kPivotTolerance = 1e-9; // of a unit diagonal: pivots within it count as zero
+constexpr double kCoupling = 1e-6;       // largest entry beside a zero pivot that counts as rounding
+
+using Row = std::unordered_map<int, double>; // without the diagonal
+
+// What is left of the matrix, dense and column by column; pivots on the largest diagonal entry.
+bool dense_is_semidefinite(std::vector<double>& a, int n) {
+    const auto at = [&](int i, int j) -> double& { return a[static_cast<size_t>(j) * n + i]; };
+    std::vector<char> used(n, 0);
+    std::vector<double> column(n);
+    for (int step = 0; step < n; ++step) {
+        int p = -1;
+        for (int i = 0; i < n; ++i) {
+            if (used[i])
+                continue;
+            if (at(i, i) < -kPivotTolerance)
+                return false;
+            if (p < 0 || at(i, i) > at(p, p))
+                p = i;
+        }
+        used[p] = 1;
+        const double pivot = at(p, p);
+        if (pivot <= kPivotTolerance) { // the largest one: all that is left must vanish
+            for (int j = 0; j < n; ++j)
+                for (int i = 0; i < n; ++i)
+                    if (i != j && (!used[i] || i == p) && (!used[j] || j == p) && std::fabs(at(i, j)) > kCoupling)
+                        return false;
+            return true;
+        }
+        for (int i = 0; i < n; ++i)
+            column[i] = used[i] ? 0 : at(i, p);
+        for (int j = 0; j < n; ++j) {
+            if (column[j] == 0)
+                continue;
+            const double factor = column[j] / pivot;
+            double* target = &a[static_cast<size_t>(j) * n];
+            for (int i = 0; i < n; ++i)
+                target[i] -= factor * column[i];
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool is_convex(const std::vector<QuadTerm>& terms, double sign) {
+    // Only the variables that occur, numbered afresh.
+    std::unordered_map<int, int> number;
+    const auto numbered = [&](int j) { return number.emplace(j, static_cast<int>(number.size())).first->second; };
+    std::vector<double> diagonal;
+    std::vector<Row> off;
+    for (const QuadTerm& t : terms) {
+        const int i = numbered(t.row), j = numbered(t.col);
+        diagonal.resize(number.size(), 0.0);
+        off.resize(number.size());
+        if (i == j) {
+            diagonal[i] += 2 * sign * t.value;
+        } else {
+            off[i][j] += sign * t.value;
+            off[j][i] += sign * t.value;
+        }
+    }
+    const int n = static_cast<int>(number.size());
+    double largest = 0;
+    for (double d : diagonal)
+        largest = std::max(largest, std::fabs(d));
+    for (const Row& r : off)
+        for (const auto& [j, v] : r)
+            largest = std::max(largest, std::fabs(v));
+    if (largest == 0)
+        return true;
+    std::vector<double> scale(n);
+    for (int i = 0; i < n; ++i) {
+        if (diagonal[i] < -1e-12 * largest)
+            return false;
+        const bool zero = diagonal[i] <= 1e-15 * largest;
+        for (const auto& [j, v] : off[i])
+            if (zero && std::fabs(v) > 1e-12 * largest)
+                return false;
+        scale[i] = zero ? 0.0 : 1 / std::sqrt(diagonal[i]);
+    }
+    for (int i = 0; i < n; ++i) {
+        for (auto& [j, v] : off[i])
+            v *= scale[i] * scale[j];
+        std::erase_if(off[i], [](const auto& e) { return e.second == 0; });
+        diagonal[i] = scale[i] == 0 ? 0.0 : 1.0;
+    }
+
+    std::vector<char> gone(n, 0);
+    using Entry = std::pair<size_t, int>;
+    std::priority_queue<Entry, std::vector<Entry>, std::greater<>> by_degree;
+    for (int i = 0; i < n; ++i)
+        by_degree.emplace(off[i].size(), i);
+    int left = n;
+    while (!by_degree.empty()) {
+        const auto [degree, p] = by_degree.top();
+        by_degree.pop();
+        if (gone[p] || degree != off[p].size())
+            continue;
+        if (degree > 60 && degree * 2 > static_cast<size_t>(left))
+            break; // the least of all: dense
+        gone[p] = 1;
+        --left;
+        const double pivot = diagonal[p];
+        if (pivot < -kPivotTolerance)
+            return false;
+        if (pivot <= kPivotTolerance) {
+            for (const auto& [j, v] : off[p])
+                if (std::fabs(v) > kCoupling)
+                    return false;
+            for (const auto& [j, v] : off[p]) {
+                off[j].erase(p);
+                by_degree.emplace(off[j].size(), j);
+            }
+            continue;
+        }
+        const std::vector<std::pair<int, double>> row(off[p].begin(), off[p].end());
+        for (const auto& [j, v] : row) {
+            off[j].erase(p);
+            diagonal[j] -= v * v / pivot;
+        }
+        for (size_t a = 0; a < row.size(); ++a)
+            for (size_t b = a + 1; b < row.size(); ++b) {
+                const double change = row[a].second * row[b].second / pivot;
+                off[row[a].first][row[b].first] -= change;
+                off[row[b].first][row[a].first] -= change;
+            }
+        for (const auto& [j, v] : row)
+            by_degree.emplace(off[j].size(), j);
+        off[p] = Row();
+    }
+    if (left == 0)
+        return true;
+    std::vector<int> position(n, -1);
+    int m = 0;
+    for (int i = 0; i < n; ++i)
+        if (!gone[i])
+            position[i] = m++;
+    std::vector<double> dense(static_cast<size_t>(m) * m, 0.0);
+    for (int i = 0; i < n; ++i) {
+        if (gone[i])
+            continue;
+        dense[static_cast<size_t>(position[i]) * m + position[i]] = diagonal[i];
+        for (const auto& [j, v] : off[i])
+            dense[static_cast<size_t>(position[j]) * m + position[i]] = v;
+    }
+    return dense_is_semidefinite(dense, m);
+}
+
+} // namespace tso::engine

@@ -1,0 +1,241 @@
+// One run of HiGHS on a worker: what it is told to look at, and what is asked again where its answer is open.
+#include "engine/highs_engine.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tso::engine {
+namespace {
+
+// The QP solver and the first-order method look at nothing but their time limit. They get their time in slices, each
+// twice as long as the one before, so that one that was left behind ends by itself before long.
+constexpr double kFirstQpSlice = 1, kFirstPdlpSlice = 10;
+
+void keep_solution(HighsExchange& x, const HighsCallbackDataOut& out) {
+    if (!out.mip_solution || static_cast<size_t>(out.mip_solution_size) < x.columns)
+        return;
+    ++x.improving;
+    if (x.pool.size() >= x.pool_size)
+        x.pool.erase(x.pool.begin());
+    x.pool.push_back({out.objective_function_value, {out.mip_solution, out.mip_solution + x.columns}});
+}
+
+// Called by HiGHS on the worker. Nothing may be thrown through HiGHS.
+void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallbackDataIn* in, void* user) noexcept {
+    HighsExchange& x = *static_cast<HighsExchange*>(user);
+    try {
+        std::lock_guard lock(x.mutex);
+        if (x.first_poll < 0)
+            x.first_poll = std::chrono::duration<double>(Run::Clock::now() - x.begin).count();
+        switch (type) {
+        case kHighsCallbackSimplexInterrupt:
+            x.news.iterations = out->simplex_iteration_count;
+            x.news.interior = false;
+            break;
+        case kHighsCallbackIpmInterrupt:
+            x.news.iterations = out->ipm_iteration_count;
+            x.news.interior = true;
+            break;
+        case kHighsCallbackMipInterrupt:
+            x.news.nodes = out->mip_node_count;
+            x.news.iterations = out->mip_total_lp_iterations;
+            x.news.incumbent = finite_or_none(out->mip_primal_bound);
+            x.news.bound = finite_or_none(out->mip_dual_bound);
+            break;
+        case kHighsCallbackMipImprovingSolution:
+            if (x.collecting)
+                keep_solution(x, *out);
+            break;
+        }
+    } catch (...) { // out of memory: a solution less in the pool
+    }
+    // Assigned always: HiGHS does not take a flag of an earlier run back. It asserts that others do not interrupt.
+    const bool asks = type == kHighsCallbackSimplexInterrupt || type == kHighsCallbackIpmInterrupt ||
+                      type == kHighsCallbackMipInterrupt;
+    if (in)
+        in->user_interrupt = asks && x.stop.load();
+}
+
+void on_nothing(int, const char*, const HighsCallbackDataOut*, HighsCallbackDataIn*, void*) {}
+
+constexpr int kEvents[] = {kHighsCallbackSimplexInterrupt, kHighsCallbackIpmInterrupt, kHighsCallbackMipInterrupt,
+                           kHighsCallbackMipImprovingSolution};
+
+// All that the worker touches.
+struct Job {
+    std::shared_ptr<HighsObject> object;
+    std::shared_ptr<HighsExchange> exchange;
+    std::shared_ptr<HighsOutcome> outcome;
+    Run::Clock::time_point begin;
+    double max_seconds;
+    bool mip, quadratic, first_order;
+    int threads;
+    std::vector<double> cost; // of a MIP, to be put back
+
+    void operator()();
+
+private:
+    double left() const { return max_seconds - std::chrono::duration<double>(Run::Clock::now() - begin).count(); }
+    bool stopped() const { return exchange->stop.load(); }
+    int run(double limit = std::numeric_limits<double>::infinity());
+    int run_sliced(double slice);
+    void keep_feasible_point();
+    int tell_unbounded_mip();
+    int tell_unbounded_lp();
+    void read_rays();
+};
+
+int Job::run(double limit) {
+    void* h = object->get();
+    limit = std::min(limit, left());
+    Highs_zeroAllClocks(h);
+    object->set("time_limit", limit >= TSO_INFINITY ? std::numeric_limits<double>::infinity() : std::max(limit, 1e-3));
+    outcome->return_code = Highs_run(h);
+    return Highs_getModelStatus(h);
+}
+
+int Job::run_sliced(double slice) {
+    object->set("qp_allow_hot_start", false);
+    for (;; slice *= 2) {
+        const bool last = slice >= left();
+        int status = run(slice);
+        if (status == kHighsModelStatusSolveError && quadratic && slice > kFirstQpSlice && !stopped()) {
+            object->set("qp_allow_hot_start", false); // it did not like its own point
+            status = run();
+        }
+        if (status != kHighsModelStatusTimeLimit || last || stopped() || left() <= 0)
+            return status;
+        if (quadratic) {
+            keep_feasible_point();
+            object->set("qp_allow_hot_start", true);
+        }
+    }
+}
+
+// So that a run that is left behind has what its last slice had.
+void Job::keep_feasible_point() {
+    if (object->info("primal_solution_status") != kHighsSolutionStatusFeasible)
+        return;
+    std::vector<double> x(exchange->columns);
+    Highs_getSolution(object->get(), x.data(), nullptr, nullptr, nullptr);
+    std::lock_guard lock(exchange->mutex);
+    exchange->news.iterations = static_cast<int64_t>(object->info("qp_iteration_count"));
+    exchange->news.incumbent = Highs_getObjectiveValue(object->get());
+    exchange->pool.clear();
+    exchange->pool.push_back({exchange->news.incumbent, std::move(x)});
+}
+
+// A MIP that is infeasible or unbounded: unbounded if the relaxation is and there is a feasible point.
+int Job::tell_unbounded_mip() {
+    void* h = object->get();
+    {
+        std::lock_guard lock(exchange->mutex);
+        exchange->collecting = false;
+    }
+    object->set("presolve", "off");
+    object->set("solve_relaxation", true);
+    int status = run();
+    if (status == kHighsModelStatusUnboundedOrInfeasible)
+        status = tell_unbounded_lp();
+    if (status == kHighsModelStatusUnbounded)
+        read_rays();
+    object->set("solve_relaxation", false);
+    if (status == kHighsModelStatusOptimal)
+        return kHighsModelStatusInfeasible; // bounded after all, so the other
+    if (status != kHighsModelStatusUnbounded)
+        return status;
+    const std::vector<double> zero(cost.size(), 0.0);
+    const HighsInt last = static_cast<HighsInt>(cost.size()) - 1;
+    Highs_changeColsCostByRange(h, 0, last, zero.data());
+    object->set("presolve", "choose");
+    status = run();
+    Highs_changeColsCostByRange(h, 0, last, cost.data());
+    if (status == kHighsModelStatusOptimal)
+        return kHighsModelStatusUnbounded;
+    outcome->primal_ray.clear();
+    return status;
+}
+
+int Job::tell_unbounded_lp() {
+    object->set("solver", "simplex");
+    object->set("simplex_strategy", 4); // primal
+    object->set("presolve", "off");
+    return run();
+}
+
+void Job::read_rays() {
+    void* h = object->get();
+    HighsInt has = 0;
+    if (Highs_getModelStatus(h) == kHighsModelStatusUnbounded) {
+        std::vector<double> ray(Highs_getNumCol(h));
+        if (Highs_getPrimalRay(h, &has, ray.data()) != kHighsStatusError && has)
+            outcome->primal_ray = std::move(ray);
+    } else if (Highs_getModelStatus(h) == kHighsModelStatusInfeasible) {
+        std::vector<double> ray(Highs_getNumRow(h));
+        if (Highs_getDualRay(h, &has, ray.data()) != kHighsStatusError && has)
+            outcome->dual_ray = std::move(ray);
+    }
+}
+
+void Job::operator()() {
+    void* h = object->get();
+    Highs_setCallback(h, on_event, exchange.get());
+    for (int event : kEvents)
+        Highs_startCallback(h, event);
+    int status;
+    if (quadratic)
+        status = run_sliced(kFirstQpSlice);
+    else if (first_order)
+        status = run_sliced(kFirstPdlpSlice);
+    else
+        status = run();
+    if (mip) {
+        if ((status == kHighsModelStatusUnboundedOrInfeasible || status == kHighsModelStatusUnbounded) && !stopped())
+            status = tell_unbounded_mip();
+    } else if (!quadratic) {
+        if (status == kHighsModelStatusUnboundedOrInfeasible && !stopped())
+            status = tell_unbounded_lp();
+        read_rays();
+    }
+    outcome->status = status;
+    Highs_setCallback(h, on_nothing, nullptr);
+    if (threads > 1)
+        Highs_resetGlobalScheduler(1); // this thread's own
+}
+
+} // namespace
+
+HighsOutcome HighsEngine::run_highs(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange) {
+    auto outcome = std::make_shared<HighsOutcome>();
+    const Params& p = model.env.params();
+    Job job;
+    job.object = object_;
+    job.exchange = exchange;
+    job.outcome = outcome;
+    job.begin = run.begin;
+    job.max_seconds = run.max_seconds;
+    job.mip = model.is_mip();
+    job.quadratic = has_quadratic_;
+    job.first_order = !job.mip && !job.quadratic && p.get_int(Param::Method) == 4;
+    job.threads = std::max(1, p.get_int(Param::NumThreads));
+    if (job.mip)
+        job.cost = model.cols().cost;
+    ProgressLog progress(model, run);
+    const bool ended = run_on_worker(run, exchange, std::move(job), [&] {
+        News news;
+        {
+            std::lock_guard lock(exchange->mutex);
+            news = exchange->news;
+        }
+        progress.tell(news);
+    });
+    if (!ended) {
+        object_.reset(); // the worker's now
+        HighsOutcome lost;
+        lost.ended = false;
+        return lost;
+    }
+    return std::move(*outcome);
+}
+
+} // namespace tso::engine

@@ -1,0 +1,109 @@
+// What TSOoptimize and TSOcomputeIIS do around an engine.
+#include "engine/choose.h"
+#include "engine/progress.h"
+#include "engine/run_control.h"
+
+#include "core/failure.h"
+
+#include <cmath>
+
+namespace tso::engine {
+namespace {
+
+void begin(Model& model, Run& run) {
+    run.begin = Run::Clock::now();
+    run.max_seconds = model.env.params().get_double(Param::MaxTime);
+}
+
+// The engine that the problem needs: the one of the last run if it is that, with what it remembers. Null, and a line in
+// the log, if there is none.
+Engine* engine_for(Model& model, bool has_callback) {
+    const Features features = features_of(model, has_callback);
+    const EngineRow* row = choose(features);
+    Log& log = model.env.log();
+    if (!row) {
+        log.line("No engine can solve this model. It has: " + in_words(features) + ".");
+        return nullptr;
+    }
+    auto* engine = dynamic_cast<Engine*>(model.session.get());
+    if (!engine || !engine->name().starts_with(row->name)) {
+        model.session = row->make();
+        model.changes.drop();
+        engine = static_cast<Engine*>(model.session.get());
+    }
+    log.line("Engine: " + std::string(engine->name()));
+    return engine;
+}
+
+// No columns, nothing to choose: the rows hold at zero or they do not.
+bool solve_without_columns(const Model& model, Solution& result) {
+    if (model.cols().size() > 0 || !model.psdvars().empty())
+        return false;
+    const Rows& rows = model.rows();
+    const double tolerance = model.env.params().get_double(Param::SPX_PrimalTolerance);
+    result.status = TSO_STATUS_OPTIMAL;
+    for (int i = 0; i < rows.size(); ++i)
+        if (rows.lower[i] > tolerance || rows.upper[i] < -tolerance) {
+            result.status = TSO_STATUS_INFEASIBLE;
+            result.dual_ray.assign(rows.size(), 0.0);
+            result.dual_ray[i] = rows.lower[i] > tolerance ? 1 : -1;
+            return true;
+        }
+    result.empty_but_solved = true;
+    result.objective = result.bound = model.constant();
+    result.activity.assign(rows.size(), 0.0);
+    result.dual.assign(rows.size(), 0.0);
+    result.row_basis.assign(rows.size(), TSO_BASIS_BASIC);
+    return true;
+}
+
+int solve(Model& model, Run& run, bool has_callback) {
+    log_header(model);
+    Solution result;
+    if (solve_without_columns(model, result)) {
+        result.total_seconds = run.elapsed();
+        model.solution = std::move(result);
+        log_result(model, TSO_OKAY);
+        return TSO_OKAY;
+    }
+    Engine* engine = engine_for(model, has_callback);
+    if (!engine)
+        return TSO_ABORT_SOLVER_NOT_AVAILABLE;
+    model.solution = Solution();
+    int code;
+    if (run.remaining() <= 0) {
+        code = TSO_ABORT_TIME_LIMIT;
+        result.is_mip = model.is_mip();
+    } else {
+        try {
+            code = engine->solve(model, run, result);
+        } catch (...) { // what the engine holds now is anybody's guess
+            model.session.reset();
+            model.changes.drop();
+            throw;
+        }
+    }
+    result.total_seconds = run.elapsed();
+    result.solver_seconds = result.total_seconds - result.presolve_seconds;
+    model.solution = std::move(result);
+    if (code != TSO_ABORT_SOLVER_NOT_AVAILABLE)
+        log_result(model, code);
+    return code;
+}
+
+} // namespace
+
+int optimize(Model& model, Run& run, bool has_callback) {
+    begin(model, run);
+    InterruptGuard guard(run);
+    return solve(model, run, has_callback);
+}
+
+int compute_iis(Model& model, Run& run, bool has_callback) {
+    begin(model, run);
+    InterruptGuard guard(run);
+    (void)has_callback;
+    return TSO_IIS_NO_SOLN;
+}
+
+} // namespace tso::engine
