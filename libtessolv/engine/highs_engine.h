@@ -96,9 +96,6 @@ private:
     void read_basis(const Model& model, Solution& result);
     bool accept(Model& model, const Solution& s) const;
 
-    // highs_iis.cpp
-    int iis_of_relaxation(Model& model, Run& run, Solution& result);
-
     std::shared_ptr<HighsObject> object_; // null: none, or lost
     std::string name_ = std::string("HiGHS ") + Highs_version();
     bool has_quadratic_ = false;

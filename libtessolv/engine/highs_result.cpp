@@ -193,7 +193,8 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
         if (highs.info("primal_solution_status") != kHighsSolutionStatusNone &&
             (result.status == TSO_STATUS_OPTIMAL || result.status == TSO_STATUS_UNKNOWN))
             read_solution(model, result);
-        if (result.is_mip)
+        if (result.is_mip && result.status != TSO_STATUS_INFEASIBLE && result.status != TSO_STATUS_UNBOUNDED &&
+            result.status != TSO_STATUS_INF_OR_UBD)
             result.bound = finite_or_none(highs.info("mip_dual_bound"));
     } else {
         (news.interior ? result.ipm_iterations : result.simplex_iterations) = std::max<int64_t>(0, news.iterations);

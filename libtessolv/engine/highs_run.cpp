@@ -163,13 +163,32 @@ int Job::tell_unbounded_lp() {
     return run();
 }
 
+std::vector<double> ray_of_one_column(void* h) {
+    const HighsInt n = Highs_getNumCol(h);
+    std::vector<double> cost(n), lower(n), upper(n), ray(n, 0.0);
+    HighsInt cols = 0, entries = 0, sense = 1;
+    Highs_getColsByRange(h, 0, n - 1, &cols, cost.data(), lower.data(), upper.data(), &entries, nullptr, nullptr,
+                         nullptr);
+    Highs_getObjectiveSense(h, &sense);
+    for (HighsInt j = 0; j < n; ++j) {
+        const double better = -sense * cost[j]; // the way of improvement
+        if (better == 0 || (better > 0 ? upper[j] < TSO_INFINITY : lower[j] > -TSO_INFINITY))
+            continue;
+        ray[j] = better > 0 ? 1 : -1;
+        return ray;
+    }
+    return {};
+}
+
 void Job::read_rays() {
     void* h = object->get();
     HighsInt has = 0;
     if (Highs_getModelStatus(h) == kHighsModelStatusUnbounded) {
-        std::vector<double> ray(Highs_getNumCol(h));
+        std::vector<double> ray(Highs_getNumCol(h), 0.0);
         if (Highs_getPrimalRay(h, &has, ray.data()) != kHighsStatusError && has)
             outcome->primal_ray = std::move(ray);
+        else if (Highs_getNumRow(h) == 0) // for which HiGHS has none: one column alone
+            outcome->primal_ray = ray_of_one_column(h);
     } else if (Highs_getModelStatus(h) == kHighsModelStatusInfeasible) {
         std::vector<double> ray(Highs_getNumRow(h));
         if (Highs_getDualRay(h, &has, ray.data()) != kHighsStatusError && has)

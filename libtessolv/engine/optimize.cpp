@@ -3,9 +3,7 @@
 #include "engine/progress.h"
 #include "engine/run_control.h"
 
-#include "core/failure.h"
-
-#include <cmath>
+#include <algorithm>
 
 namespace tso::engine {
 namespace {
@@ -57,6 +55,14 @@ bool solve_without_columns(const Model& model, Solution& result) {
     return true;
 }
 
+bool unchanged(const Model& model) {
+    const Changes& c = model.changes;
+    return !c.everything && !c.any_col && !c.any_row && c.coefficients.empty() &&
+           c.col_origin.size() == static_cast<size_t>(c.engine_cols) &&
+           c.row_origin.size() == static_cast<size_t>(c.engine_rows) && model.cols().size() == c.engine_cols &&
+           model.rows().size() == c.engine_rows;
+}
+
 int solve(Model& model, Run& run, bool has_callback) {
     log_header(model);
     Solution result;
@@ -102,8 +108,44 @@ int optimize(Model& model, Run& run, bool has_callback) {
 int compute_iis(Model& model, Run& run, bool has_callback) {
     begin(model, run);
     InterruptGuard guard(run);
-    (void)has_callback;
-    return TSO_IIS_NO_SOLN;
+    const bool known = model.solution.status == TSO_STATUS_INFEASIBLE && model.session && unchanged(model);
+    if (!known) {
+        const int code = solve(model, run, has_callback);
+        if (code != TSO_OKAY)
+            return code;
+    }
+    Log& log = model.env.log();
+    switch (model.solution.status) {
+    case TSO_STATUS_OPTIMAL:
+    case TSO_STATUS_SUB_OPTIMAL:
+    case TSO_STATUS_UNBOUNDED:
+        log.line("The model is feasible: it has no infeasible subsystem.");
+        return TSO_IIS_FEASIBLE;
+    case TSO_STATUS_INFEASIBLE:
+        break;
+    default:
+        return TSO_IIS_NO_SOLN;
+    }
+    Solution found;
+    int code = TSO_OKAY;
+    if (model.cols().size() == 0) { // the proof names the row
+        for (double v : model.solution.dual_ray)
+            found.iis_row.push_back(v != 0);
+    } else {
+        Engine* engine = engine_for(model, has_callback);
+        if (!engine)
+            return TSO_ABORT_SOLVER_NOT_AVAILABLE;
+        code = engine->iis(model, run, found);
+    }
+    model.solution.iis_col = std::move(found.iis_col);
+    model.solution.iis_row = std::move(found.iis_row);
+    model.solution.total_seconds = run.elapsed();
+    const auto members = [](const std::vector<int8_t>& v) { return std::count(v.begin(), v.end(), 1); };
+    if (code == TSO_OKAY)
+        log.printf("Irreducible infeasible subsystem: %d rows, bounds of %d columns, found in %.2f s",
+                   static_cast<int>(members(model.solution.iis_row)), static_cast<int>(members(model.solution.iis_col)),
+                   run.elapsed());
+    return code;
 }
 
 } // namespace tso::engine
