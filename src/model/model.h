@@ -33,6 +33,13 @@ Ref model_new(TSOmodel mdl);
 void model_reload(Model& self);
 void model_dispose(Model& self);
 
+// Defined in callback/bridge.cpp, which lies above the model: the entry that TSOsetcallbackfunc gets; `usrdata` is the
+// Model. Returns 0, or -1 when an error was not handled, which ends the run.
+extern "C" int PyCallback(TSOmodel mdl, TSOcbdata cbdata, int where, void* usrdata);
+
+// Makes the error that a callback left behind the context of the Python error that is set.
+void attach_callback_error(Model& self);
+
 // The environment of the solver model; TessolvError if the model is gone.
 TSOenv model_env(Model& self);
 

@@ -1,5 +1,4 @@
 // Model: solving, and moving data between the model and files.
-#include "callback/bridge.h"
 #include "model/model.h"
 #include "module/text.h"
 #include "py/args.h"

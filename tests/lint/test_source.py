@@ -118,11 +118,6 @@ def matching_brace(text, start):
     return len(text)
 
 
-def test_references_are_counted_by_their_owners():
-    files = [f for f in CODE if ROOT / "src" in f.parents and ROOT / "src/py" not in f.parents]
-    assert not list(lines_with(r"\bPy_X?(IN|DE)CREF\b", files))
-
-
 def test_files_are_short_enough_to_read():
     assert not [f"{file.relative_to(ROOT)}" for file in CODE if file.read_text().count("\n") > 600]
 
