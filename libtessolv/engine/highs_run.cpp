@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 namespace tso::engine {
 namespace {
@@ -47,7 +48,7 @@ void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallb
                 keep_solution(x, *out);
             break;
         }
-    } catch (...) { // out of memory: a solution less in the pool
+    } catch (const std::bad_alloc&) { // a solution less in the pool
     }
     // Assigned always: HiGHS does not take a flag of an earlier run back. It asserts that others do not interrupt.
     const bool asks = type == kHighsCallbackSimplexInterrupt || type == kHighsCallbackIpmInterrupt ||
