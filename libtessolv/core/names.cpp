@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <stdexcept>
 
 namespace tso {
@@ -158,7 +159,7 @@ void Names::compact() noexcept {
             }
         pool_.swap(pool);
         garbage_ = 0;
-    } catch (...) {
+    } catch (const std::bad_alloc&) {
     }
 }
 

@@ -3,6 +3,7 @@
 #include "core/growth.h"
 
 #include <cstring>
+#include <new>
 
 namespace tso {
 
@@ -197,7 +198,7 @@ void RowMatrix::compact() noexcept {
         col_.swap(col);
         val_.swap(val);
         abandoned_ = 0;
-    } catch (...) {
+    } catch (const std::bad_alloc&) {
     }
 }
 

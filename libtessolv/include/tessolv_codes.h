@@ -1,4 +1,5 @@
-/* The return codes, once: TSO_CODE(name, value). Included where rows of codes are wanted; no include guard on purpose. */
+/* The return codes, once: TSO_CODE(name, value). Included where rows of codes are wanted; no include guard on purpose.
+ */
 /* clang-format off */
 TSO_CODE(OKAY, 0)
 TSO_CODE(ERROR, -1)

@@ -1,5 +1,5 @@
-// What every function of the stand-in does before it answers: write down its name and arguments, fail if it was asked to.
-// The answers themselves stand below as answer_TSO... functions; a function without one answers TSO_OKAY.
+// What every function of the stand-in does before it answers: write down its name and arguments, fail if it was asked
+// to. The answers themselves stand below as answer_TSO... functions; a function without one answers TSO_OKAY.
 #pragma once
 
 #include "catalog/attrs.h"
@@ -107,19 +107,22 @@ public:
             }
         }
         for (Failure& f : s.failures)
-            if (f.function == name_ && f.left > 0 && --f.left == 0) return f.code;
+            if (f.function == name_ && f.left > 0 && --f.left == 0)
+                return f.code;
         return 0;
     }
 
 private:
     void raw(const std::string& v) { line_ += "," + v; }
     static std::string handle_name(const void* v) {
-        if (!v) return "null";
+        if (!v)
+            return "null";
         auto found = state().names.find(v);
         return found == state().names.end() ? std::to_string(reinterpret_cast<uintptr_t>(v)) : found->second;
     }
     static std::string number(double v) {
-        if (!std::isfinite(v)) return std::isnan(v) ? "NaN" : v > 0 ? "Infinity" : "-Infinity";
+        if (!std::isfinite(v))
+            return std::isnan(v) ? "NaN" : v > 0 ? "Infinity" : "-Infinity";
         char buffer[40];
         std::snprintf(buffer, sizeof buffer, "%.17g", v);
         return std::strpbrk(buffer, ".e") ? buffer : std::string(buffer) + ".0";
@@ -139,9 +142,11 @@ private:
         return out + "\"";
     }
     template <class T, class F> void list(const T* v, int n, F show) {
-        if (!v) return raw("null");
+        if (!v)
+            return raw("null");
         std::string out = "[";
-        for (int i = 0; i < n; ++i) out += (i ? "," : "") + show(v[i]);
+        for (int i = 0; i < n; ++i)
+            out += (i ? "," : "") + show(v[i]);
         raw(out + "]");
     }
     std::string name_, line_;
@@ -160,10 +165,12 @@ inline int answer_TSOloadenv(TSOenv* env, const char*) { return answer_TSOemptye
 // The same private environment for a model at every call, by name.
 inline TSOenv answer_TSOgetenv(TSOmodel model) {
     State& s = state();
-    if (!s.names.count(model)) return nullptr;
+    if (!s.names.count(model))
+        return nullptr;
     std::string name = "env of " + s.names[model];
     for (auto& [handle, known] : s.names)
-        if (known == name) return static_cast<TSOenv>(const_cast<void*>(handle));
+        if (known == name)
+            return static_cast<TSOenv>(const_cast<void*>(handle));
     return new_handle<TSOenv>(name);
 }
 inline void answer_TSOversion(int* major, int* minor, int* technical) { *major = 7, *minor = 8, *technical = 9; }
@@ -172,13 +179,19 @@ inline const char* answer_TSOexplainerror(int code) { return keep("text of code 
 // ---- Parameters: four different numbers, so that nobody can mix up current value, range and default ----
 
 template <class T> int four(T* current, T* least, T* greatest, T* fallback) {
-    if (current) *current = 11;
-    if (least) *least = 12;
-    if (greatest) *greatest = 13;
-    if (fallback) *fallback = 14;
+    if (current)
+        *current = 11;
+    if (least)
+        *least = 12;
+    if (greatest)
+        *greatest = 13;
+    if (fallback)
+        *fallback = 14;
     return 0;
 }
-inline int answer_TSOgetintparam(TSOenv, const char*, int* value) { return four<int>(value, nullptr, nullptr, nullptr); }
+inline int answer_TSOgetintparam(TSOenv, const char*, int* value) {
+    return four<int>(value, nullptr, nullptr, nullptr);
+}
 inline int answer_TSOgetdblparam(TSOenv, const char*, double* value) {
     *value = 11.5;
     return 0;
@@ -192,21 +205,29 @@ inline int answer_TSOgetdblparaminfo(TSOenv, const char*, double* c, double* l, 
     return four(c, l, g, f);
 }
 inline int answer_TSOgetstrparaminfo(TSOenv, const char*, char* current, char* fallback) {
-    if (current) std::strcpy(current, "current text");
-    if (fallback) std::strcpy(fallback, "default text");
+    if (current)
+        std::strcpy(current, "current text");
+    if (fallback)
+        std::strcpy(fallback, "default text");
     return 0;
 }
 
 // ---- Attributes: types and owners from the library's own table, values that tell the index they belong to ----
 
 inline int answer_TSOgetattrinfo(TSOmodel model, const char* name, int* type, int* owner, int* writable) {
-    if (!model) return TSO_INVALID_ARGUMENT;
-    if (state().unknown.count(name)) return TSO_MODEL_INVALID_ATTR_NAME;
+    if (!model)
+        return TSO_INVALID_ARGUMENT;
+    if (state().unknown.count(name))
+        return TSO_MODEL_INVALID_ATTR_NAME;
     for (const tso::AttrRow& row : tso::kAttrs) {
-        if (row.name != name) continue;
-        if (type) *type = static_cast<int>(row.type);
-        if (owner) *owner = static_cast<int>(row.owner);
-        if (writable) *writable = row.writable;
+        if (row.name != name)
+            continue;
+        if (type)
+            *type = static_cast<int>(row.type);
+        if (owner)
+            *owner = static_cast<int>(row.owner);
+        if (writable)
+            *writable = row.writable;
         return 0;
     }
     return TSO_MODEL_INVALID_ATTR_NAME;
@@ -217,9 +238,7 @@ template <class T> int one(const std::map<std::string, T>& answers, const char* 
     return 0;
 }
 inline int answer_TSOgetintattr(TSOmodel, const char* name, int* value) { return one(state().ints, name, value); }
-inline int answer_TSOgetdblattr(TSOmodel, const char* name, double* value) {
-    return one(state().doubles, name, value);
-}
+inline int answer_TSOgetdblattr(TSOmodel, const char* name, double* value) { return one(state().doubles, name, value); }
 inline const char* text_of(const char* name, const std::string& otherwise) {
     auto found = state().texts.find(name);
     return keep(found == state().texts.end() ? otherwise : found->second);
@@ -229,34 +248,44 @@ inline int answer_TSOgetstrattr(TSOmodel, const char* name, const char** value) 
     return 0;
 }
 inline int answer_TSOgetintattrlist(TSOmodel, const char*, int len, const int* ind, int* values) {
-    for (int i = 0; i < len; ++i) values[i] = 10 * (ind ? ind[i] : i);
+    for (int i = 0; i < len; ++i)
+        values[i] = 10 * (ind ? ind[i] : i);
     return 0;
 }
 inline int answer_TSOgetdblattrlist(TSOmodel, const char*, int len, const int* ind, double* values) {
-    for (int i = 0; i < len; ++i) values[i] = (ind ? ind[i] : i) + 0.5;
+    for (int i = 0; i < len; ++i)
+        values[i] = (ind ? ind[i] : i) + 0.5;
     return 0;
 }
 inline int answer_TSOgetcharattrlist(TSOmodel, const char*, int len, const int* ind, char* values) {
-    for (int i = 0; i < len; ++i) values[i] = "CBI"[(ind ? ind[i] : i) % 3];
+    for (int i = 0; i < len; ++i)
+        values[i] = "CBI"[(ind ? ind[i] : i) % 3];
     return 0;
 }
 inline int answer_TSOgetstrattrlist(TSOmodel, const char* name, int len, const int* ind, const char** values) {
-    for (int i = 0; i < len; ++i) values[i] = text_of(name, "n" + std::to_string(ind ? ind[i] : i));
+    for (int i = 0; i < len; ++i)
+        values[i] = text_of(name, "n" + std::to_string(ind ? ind[i] : i));
     return 0;
 }
 // Each matrix is [[1, 2], [2, 3]].
 inline int answer_TSOgetmatattrlist(TSOmodel, const char*, int len, const int*, int* sizes, int* starts, int* rows,
                                     int* cols, double* values, int* counts) {
     for (int i = 0; i < len; ++i) {
-        if (sizes) sizes[i] = 2;
-        if (counts) counts[i] = 3;
+        if (sizes)
+            sizes[i] = 2;
+        if (counts)
+            counts[i] = 3;
         for (int k = 0; k < 3; ++k) {
-            if (rows) rows[3 * i + k] = k > 0;
-            if (cols) cols[3 * i + k] = k > 1;
-            if (values) values[3 * i + k] = k + 1;
+            if (rows)
+                rows[3 * i + k] = k > 0;
+            if (cols)
+                cols[3 * i + k] = k > 1;
+            if (values)
+                values[3 * i + k] = k + 1;
         }
     }
-    for (int i = 0; starts && i <= len; ++i) starts[i] = 3 * i;
+    for (int i = 0; starts && i <= len; ++i)
+        starts[i] = 3 * i;
     return 0;
 }
 
@@ -287,7 +316,8 @@ inline int answer_TSOoptimize(TSOmodel model) {
     State& s = state();
     auto run = [&] {
         for (int i = 0; i < s.callbacks && s.callback; ++i) {
-            if (s.callback(model, new_handle<TSOcbdata>("cbdata"), s.where, s.usrdata)) return;
+            if (s.callback(model, new_handle<TSOcbdata>("cbdata"), s.where, s.usrdata))
+                return;
         }
     };
     if (s.on_thread)
@@ -312,7 +342,8 @@ STUB_API const char* stub_log() {
     static std::string text;
     std::lock_guard guard(stub::state().lock);
     text.clear();
-    for (const std::string& line : stub::state().log) text += line + "\n";
+    for (const std::string& line : stub::state().log)
+        text += line + "\n";
     return text.c_str();
 }
 STUB_API void stub_clear() {
