@@ -59,6 +59,7 @@ struct HighsOutcome {
     int status = kHighsModelStatusNotset;
     HighsInt return_code = kHighsStatusOk;
     std::vector<double> primal_ray, dual_ray;
+    int64_t earlier_iterations = 0; // of slices before the last
 };
 
 // Columns and rows that a run adds behind the model's and takes out again: what HiGHS has no notion of.
@@ -87,14 +88,20 @@ private:
     void start_from_solution(const Model& model);
 
     // highs_run.cpp
-    HighsOutcome run_highs(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange);
+    HighsOutcome run_highs(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange,
+                           bool relaxed = false); // the discrete variables were made continuous
 
     // highs_result.cpp
     int read_result(Model& model, Run& run, HighsExchange& exchange, const HighsOutcome& outcome, Solution& result);
     void read_solution(const Model& model, Solution& result);
     void finish_solution(const Model& model, Solution& result);
     void read_basis(const Model& model, Solution& result);
+    void set_gaps(const Model& model, Solution& result) const;
     bool accept(Model& model, const Solution& s) const;
+
+    // highs_polish.cpp
+    void polish(Model& model, Run& run, Solution& result);
+    void take_polished(const Model& model, std::vector<double> x, Solution& result);
 
     std::shared_ptr<HighsObject> object_; // null: none, or lost
     std::string name_ = std::string("HiGHS ") + Highs_version();
@@ -109,7 +116,10 @@ private:
 // highs_options.cpp
 void set_options(HighsObject& highs, const Model& model);
 
-// The kind of variable as HiGHS must see it.
+// Variables as HiGHS must see them.
+int highs_type(const Model& model, int j);
+double highs_lower(const Model& model, int j);
+double highs_upper(const Model& model, int j);
 bool is_semi(char type);
 bool needs_extra(const Model& model, int j); // semi, and HiGHS would get it wrong
 

@@ -15,31 +15,6 @@ namespace {
 // HiGHS replaces larger upper bounds of semi-continuous variables by this one.
 constexpr double kLargestSemi = 1e5;
 
-int highs_type(const Model& model, int j) {
-    const char type = model.cols().type[j];
-    const bool whole = type == TSO_SEMIINT;
-    switch (type) {
-    case TSO_BINARY:
-    case TSO_INTEGER:
-        return kHighsVarTypeInteger;
-    case TSO_SEMICONT:
-    case TSO_SEMIINT:
-        // With zero between the bounds nothing is left of "zero or between the bounds".
-        if ((model.cols().lower[j] <= 0 && model.cols().upper[j] >= 0) || needs_extra(model, j))
-            return whole ? kHighsVarTypeInteger : kHighsVarTypeContinuous;
-        return whole ? kHighsVarTypeSemiInteger : kHighsVarTypeSemiContinuous;
-    default:
-        return kHighsVarTypeContinuous;
-    }
-}
-
-double highs_lower(const Model& model, int j) {
-    return needs_extra(model, j) ? std::min(0.0, model.cols().lower[j]) : model.effective_lower(j);
-}
-double highs_upper(const Model& model, int j) {
-    return needs_extra(model, j) ? std::max(0.0, model.cols().upper[j]) : model.effective_upper(j);
-}
-
 // The same vector for today's elements: origins first, `fresh` for the new ones. Empty stays empty.
 template <class T> void carry(std::vector<T>& v, const std::vector<int>& origin) {
     if (v.empty())
@@ -91,6 +66,31 @@ double HighsObject::info(const char* name) const {
 void must(HighsInt return_code, const char* what) {
     if (return_code == kHighsStatusError)
         throw Failure(TSO_ERROR, std::string("HiGHS refused: ") + what);
+}
+
+int highs_type(const Model& model, int j) {
+    const char type = model.cols().type[j];
+    const bool whole = type == TSO_SEMIINT;
+    switch (type) {
+    case TSO_BINARY:
+    case TSO_INTEGER:
+        return kHighsVarTypeInteger;
+    case TSO_SEMICONT:
+    case TSO_SEMIINT:
+        // With zero between the bounds nothing is left of "zero or between the bounds".
+        if ((model.cols().lower[j] <= 0 && model.cols().upper[j] >= 0) || needs_extra(model, j))
+            return whole ? kHighsVarTypeInteger : kHighsVarTypeContinuous;
+        return whole ? kHighsVarTypeSemiInteger : kHighsVarTypeSemiContinuous;
+    default:
+        return kHighsVarTypeContinuous;
+    }
+}
+
+double highs_lower(const Model& model, int j) {
+    return needs_extra(model, j) ? std::min(0.0, model.cols().lower[j]) : model.effective_lower(j);
+}
+double highs_upper(const Model& model, int j) {
+    return needs_extra(model, j) ? std::max(0.0, model.cols().upper[j]) : model.effective_upper(j);
 }
 
 bool is_semi(char type) { return type == TSO_SEMICONT || type == TSO_SEMIINT; }

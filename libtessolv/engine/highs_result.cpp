@@ -125,6 +125,8 @@ int HighsEngine::solve(Model& model, Run& run, Solution& result) {
     }
     if (object_)
         remove_extras(model, extras);
+    if (result.is_mip)
+        polish(model, run, result);
     return code;
 }
 
@@ -189,6 +191,7 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
         result.simplex_iterations =
             counted("simplex_iteration_count") + counted("crossover_iteration_count") + counted("qp_iteration_count");
         result.ipm_iterations = counted("ipm_iteration_count") + counted("pdlp_iteration_count");
+        (has_quadratic_ ? result.simplex_iterations : result.ipm_iterations) += outcome.earlier_iterations;
         result.nodes = result.is_mip ? counted("mip_node_count") : 0;
         if (highs.info("primal_solution_status") != kHighsSolutionStatusNone &&
             (result.status == TSO_STATUS_OPTIMAL || result.status == TSO_STATUS_UNKNOWN))
@@ -301,19 +304,22 @@ void HighsEngine::finish_solution(const Model& model, Solution& result) {
     if (!result.is_mip && !result.dual.empty())
         result.bound = result.objective - model.sense() * complementarity(model, result.x, result.activity,
                                                                           result.reduced_cost, result.dual);
-    if (result.is_mip && !result.x.empty()) {
-        if (std::isnan(result.bound) && result.status == TSO_STATUS_OPTIMAL)
-            result.bound = result.objective;
-        // A bound that is better than the solution only by rounding.
-        if (model.sense() * (result.objective - result.bound) < 0 && result.status == TSO_STATUS_OPTIMAL)
-            result.bound = result.objective;
-        result.gap_abs = std::fabs(result.objective - result.bound);
-        result.gap_rel = result.gap_abs / std::max(1e-10, std::fabs(result.objective));
-        if (std::isnan(result.bound))
-            result.gap_abs = result.gap_rel = TSO_INFINITY;
-    }
+    set_gaps(model, result);
     if (!result.is_mip && !has_quadratic_ && object_)
         read_basis(model, result);
+}
+
+void HighsEngine::set_gaps(const Model& model, Solution& result) const {
+    if (!result.is_mip || result.x.empty())
+        return;
+    // A bound that is better than the solution only by rounding.
+    if (result.status == TSO_STATUS_OPTIMAL &&
+        (std::isnan(result.bound) || model.sense() * (result.objective - result.bound) < 0))
+        result.bound = result.objective;
+    result.gap_abs = std::fabs(result.objective - result.bound);
+    result.gap_rel = result.gap_abs / std::max(1e-10, std::fabs(result.objective));
+    if (std::isnan(result.bound))
+        result.gap_abs = result.gap_rel = TSO_INFINITY;
 }
 
 void HighsEngine::read_basis(const Model& model, Solution& result) {

@@ -97,15 +97,17 @@ int Job::run(double limit) {
 
 int Job::run_sliced(double slice) {
     object->set("qp_allow_hot_start", false);
-    for (;; slice *= 2) {
-        const bool last = slice >= left();
+    for (bool first = true;; first = false, slice *= 2) {
         int status = run(slice);
-        if (status == kHighsModelStatusSolveError && quadratic && slice > kFirstQpSlice && !stopped()) {
+        if (status == kHighsModelStatusSolveError && !first && !stopped()) {
             object->set("qp_allow_hot_start", false); // it did not like its own point
             status = run();
         }
-        if (status != kHighsModelStatusTimeLimit || last || stopped() || left() <= 0)
+        // The first-order method may be early with its time.
+        if (status != kHighsModelStatusTimeLimit || stopped() || left() <= 0.01)
             return status;
+        outcome->earlier_iterations += static_cast<int64_t>(std::max(0.0, object->info("qp_iteration_count")) +
+                                                            std::max(0.0, object->info("pdlp_iteration_count")));
         if (quadratic) {
             keep_feasible_point();
             object->set("qp_allow_hot_start", true);
@@ -120,7 +122,7 @@ void Job::keep_feasible_point() {
     std::vector<double> x(exchange->columns);
     Highs_getSolution(object->get(), x.data(), nullptr, nullptr, nullptr);
     std::lock_guard lock(exchange->mutex);
-    exchange->news.iterations = static_cast<int64_t>(object->info("qp_iteration_count"));
+    exchange->news.iterations = outcome->earlier_iterations;
     exchange->news.incumbent = Highs_getObjectiveValue(object->get());
     exchange->pool.clear();
     exchange->pool.push_back({exchange->news.incumbent, std::move(x)});
@@ -225,7 +227,8 @@ void Job::operator()() {
 
 } // namespace
 
-HighsOutcome HighsEngine::run_highs(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange) {
+HighsOutcome HighsEngine::run_highs(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange,
+                                    bool relaxed) {
     auto outcome = std::make_shared<HighsOutcome>();
     const Params& p = model.env.params();
     Job job;
@@ -234,9 +237,9 @@ HighsOutcome HighsEngine::run_highs(Model& model, Run& run, const std::shared_pt
     job.outcome = outcome;
     job.begin = run.begin;
     job.max_seconds = run.max_seconds;
-    job.mip = model.is_mip();
+    job.mip = model.is_mip() && !relaxed;
     job.quadratic = has_quadratic_;
-    job.first_order = !job.mip && !job.quadratic && p.get_int(Param::Method) == 4;
+    job.first_order = !model.is_mip() && !job.quadratic && p.get_int(Param::Method) == 4;
     job.threads = std::max(1, p.get_int(Param::NumThreads));
     if (job.mip)
         job.cost = model.cols().cost;
@@ -247,7 +250,8 @@ HighsOutcome HighsEngine::run_highs(Model& model, Run& run, const std::shared_pt
             std::lock_guard lock(exchange->mutex);
             news = exchange->news;
         }
-        progress.tell(news);
+        if (!relaxed)
+            progress.tell(news);
     });
     if (!ended) {
         object_.reset(); // the worker's now
