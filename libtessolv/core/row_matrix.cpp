@@ -190,7 +190,7 @@ void RowMatrix::compact() noexcept {
         col_.swap(col);
         val_.swap(val);
         abandoned_ = 0;
-    } catch (...) {
+    } catch (const std::bad_alloc&) {
     }
 }
 
