@@ -43,7 +43,6 @@ HighsObject::HighsObject() : h_(Highs_create()) {
         throw std::bad_alloc();
     set("output_flag", false);
     set("log_to_console", false);
-    set("small_matrix_value", 1e-12);
     set("iis_strategy", kHighsIisStrategyFromLpRowPriority);
 }
 

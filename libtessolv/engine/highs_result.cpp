@@ -99,35 +99,47 @@ int HighsEngine::solve(Model& model, Run& run, Solution& result) {
         start_from_basis(model);
     HighsOutcome outcome = run_highs(model, run, exchange);
     int code = read_result(model, run, *exchange, outcome, result);
-    if (result.status == TSO_STATUS_OPTIMAL && !accept(model, result)) {
-        // A second try that shuns what may have brought the errors in.
-        object_->set("presolve", "off");
-        object_->set("simplex_scale_strategy", 0);
-        object_->set("qp_regularization_value", 0.0);
-        model.env.log().line("The answer violates its tolerances; running again without presolve and scaling.");
-        Solution second;
-        second.is_mip = result.is_mip;
-        outcome = run_highs(model, run, exchange);
-        const int second_code = read_result(model, run, *exchange, outcome, second);
-        if (second.status == TSO_STATUS_OPTIMAL && accept(model, second)) {
-            second.simplex_iterations += result.simplex_iterations;
-            second.ipm_iterations += result.ipm_iterations;
-            second.nodes += result.nodes;
-            result = std::move(second);
-            code = second_code;
-        } else {
-            result.status = TSO_STATUS_SUB_OPTIMAL;
-            if (second_code == TSO_ABORT_INTERRUPTED || second_code == TSO_ABORT_TIME_LIMIT)
-                code = second_code;
-        }
-        if (object_)
-            object_->set("qp_regularization_value", 1e-7);
-    }
+    const bool gave_up = code == TSO_SIMPLEX_NUMERIC || code == TSO_INTERIOR_NUMERIC;
+    if (gave_up || (result.status == TSO_STATUS_OPTIMAL && !accept(model, result)))
+        code = try_again(model, run, exchange, code, result);
     if (object_)
         remove_extras(model, extras);
     if (result.is_mip)
         polish(model, run, result);
+    if (has_quadratic_ && result.status == TSO_STATUS_UNBOUNDED)
+        find_quadratic_ray(model, run, result);
     return code;
+}
+
+// A second try that shuns what may have brought the errors in.
+int HighsEngine::try_again(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange, int code,
+                           Solution& result) {
+    if (!object_)
+        return code;
+    model.env.log().line("Running again without presolve and scaling.");
+    Highs_clearSolver(object_->get());
+    object_->set("presolve", "off");
+    object_->set("simplex_scale_strategy", 0);
+    object_->set("qp_regularization_value", 0.0);
+    Solution second;
+    second.is_mip = result.is_mip;
+    const HighsOutcome outcome = run_highs(model, run, exchange);
+    const int second_code = read_result(model, run, *exchange, outcome, second);
+    if (object_)
+        object_->set("qp_regularization_value", 1e-7);
+    const bool first_holds = result.status == TSO_STATUS_OPTIMAL; // but for its violations
+    if (second_code == TSO_OKAY && (second.status != TSO_STATUS_OPTIMAL || accept(model, second))) {
+        second.simplex_iterations += result.simplex_iterations;
+        second.ipm_iterations += result.ipm_iterations;
+        second.nodes += result.nodes;
+        result = std::move(second);
+        return TSO_OKAY;
+    }
+    if (first_holds)
+        result.status = TSO_STATUS_SUB_OPTIMAL;
+    else if (second.has_primal())
+        result = std::move(second);
+    return second_code == TSO_ABORT_INTERRUPTED || second_code == TSO_ABORT_TIME_LIMIT ? second_code : code;
 }
 
 // Whether an answer that HiGHS calls optimal holds in the user's units; says in the log what does not.

@@ -214,10 +214,11 @@ void Job::operator()() {
     if (mip) {
         if ((status == kHighsModelStatusUnboundedOrInfeasible || status == kHighsModelStatusUnbounded) && !stopped())
             status = tell_unbounded_mip();
-    } else if (!quadratic) {
-        if (status == kHighsModelStatusUnboundedOrInfeasible && !stopped())
+    } else {
+        if (status == kHighsModelStatusUnboundedOrInfeasible && !quadratic && !stopped())
             status = tell_unbounded_lp();
-        read_rays();
+        if (!quadratic || status == kHighsModelStatusInfeasible)
+            read_rays();
     }
     outcome->status = status;
     Highs_setCallback(h, on_nothing, nullptr);
