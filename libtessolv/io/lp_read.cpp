@@ -363,12 +363,13 @@ void LpReader::row() {
     const std::string name = label();
     const int64_t line = lex_.current().line;
     sum(left_, Side::Open);
-    if (!left_.any || !lex_.at_sense())
+    const bool empty = !left_.any && !name.empty() && lex_.at_sense(); // "c1: <= 5", a row without entries
+    if (!empty && (!left_.any || !lex_.at_sense()))
         lex_.fail(left_.any ? "<=, >= or =" : "a row");
     const Tok sense = lex_.current().kind;
     lex_.advance();
     // Behind a constant stands the row itself, which may go over lines.
-    sum(middle_, left_.has_columns() ? Side::Right : Side::Open);
+    sum(middle_, left_.has_columns() || empty ? Side::Right : Side::Open);
     if (!middle_.any)
         lex_.fail("a number");
     if (lex_.at(Tok::Arrow)) {
