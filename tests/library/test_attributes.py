@@ -179,7 +179,7 @@ def test_a_bad_value_leaves_the_whole_list_unwritten(small, fails, name, values,
     good = {"VType": "II", "VarName": ["n", "m"], "ConstrName": ["n", "m"]}.get(
         name, [1, 1] if "Basis" in name else [1.0, 1.0]
     )
-    owner = dict((r[0], r[2]) for r in ROWS)[name]
+    owner = {r[0]: r[2] for r in ROWS}[name]
     fails(BAD_INDEX[owner], small.set, name, [0, 2], good)
     fails(BAD_INDEX[owner], small.set, name, None, good + good[:1])
     assert small.state() == before
