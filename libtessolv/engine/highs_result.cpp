@@ -71,6 +71,35 @@ double proof_of(const Model& model, const std::vector<double>& y, double sign) {
     return static_cast<double>(side) / std::max(scale, 1e-300);
 }
 
+// Whether the objective gets better without end along the ray and every bound and side lets it.
+bool is_unbounded_along(const Model& model, const std::vector<double>& ray) {
+    const Columns& cols = model.cols();
+    const Rows& rows = model.rows();
+    double size = 0, gain = 0;
+    for (size_t j = 0; j < ray.size(); ++j) {
+        size = std::max(size, std::fabs(ray[j]));
+        gain -= model.sense() * cols.cost[j] * ray[j];
+    }
+    const double tolerance = 1e-6 * size;
+    for (int j = 0; j < cols.size(); ++j)
+        if ((ray[j] > tolerance && cols.upper[j] < TSO_INFINITY) ||
+            (ray[j] < -tolerance && cols.lower[j] > -TSO_INFINITY))
+            return false;
+    for (int i = 0; i < rows.size(); ++i) {
+        double sum = 0, largest = 1;
+        const auto c = rows.matrix.columns_of(i);
+        const auto a = rows.matrix.values_of(i);
+        for (size_t k = 0; k < c.size(); ++k) {
+            sum += a[k] * ray[c[k]];
+            largest = std::max(largest, std::fabs(a[k]));
+        }
+        if ((sum > tolerance * largest && rows.upper[i] < TSO_INFINITY) ||
+            (sum < -tolerance * largest && rows.lower[i] > -TSO_INFINITY))
+            return false;
+    }
+    return gain > 0;
+}
+
 } // namespace
 
 bool highs_can(const Features& f) {
@@ -232,6 +261,8 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
     const size_t n = model.cols().size(), m = model.rows().size();
     if (result.status == TSO_STATUS_UNBOUNDED && outcome.primal_ray.size() >= n)
         result.primal_ray.assign(outcome.primal_ray.begin(), outcome.primal_ray.begin() + n);
+    if (!result.primal_ray.empty() && !is_unbounded_along(model, result.primal_ray))
+        result.primal_ray.clear();
     if (result.status == TSO_STATUS_INFEASIBLE && outcome.dual_ray.size() == m && !result.is_mip) {
         const double plus = proof_of(model, outcome.dual_ray, 1), minus = proof_of(model, outcome.dual_ray, -1);
         if (std::max(plus, minus) > 0) {
