@@ -50,7 +50,7 @@ public:
     int append(std::string_view name);
 
 private:
-    struct Key {                        // the first bytes of a name, filled up with zeros
+    struct Key {                          // the first bytes of a name, filled up with zeros
         static constexpr int kShort = 23; // in the last byte: the length, or kLong
         static constexpr unsigned char kLong = 255;
         uint64_t word[3];
