@@ -208,7 +208,8 @@ class Model:
         self.call("TSOchgcoeffs", len(rows), a.ints(rows), a.ints(cols), a.doubles(values))
 
     def delete(self, kind, indices):
-        self.call(f"TSOdel{kind}", len(indices), Arrays().pointer(indices, np.int32))
+        a = Arrays()
+        self.call(f"TSOdel{kind}", len(indices), a.ints(indices))
 
     def count(self, name):
         value = ctypes.c_int()
