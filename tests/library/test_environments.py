@@ -112,6 +112,9 @@ def test_pending_parameters_go_to_the_next_environment_of_the_thread(library, tm
     assert "Tessolv" in log.read_text()
     assert get(library, None, "MaxTime", "dbl") == 1e20  # taken over once
     assert get(library, library.env(), "MaxTime", "dbl") == 1e20
+    library.call("TSOsetdblparam", None, capi.text("MaxTime"), 4.0)
+    library.call("TSOresetparams", None)
+    assert get(library, library.env(), "MaxTime", "dbl") == 1e20
 
 
 def test_pending_parameters_are_gone_when_creation_fails(library, tmp_path, fails):
