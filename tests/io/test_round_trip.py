@@ -42,7 +42,7 @@ def random_model(files, seed, crossed_rows=False):
     model.call("TSOsetdblattr", capi.text("ObjConst"), random_number(rng))
     names = list(rng.permutation(AWKWARD))
     n, m = int(rng.integers(1, 30)), int(rng.integers(0, 20))
-    for j in range(n):
+    for _ in range(n):
         low, high = random_bounds(rng)
         kind = str(rng.choice(list("CCBISN")))
         if kind == "B":
