@@ -14,9 +14,10 @@ SEEDS = [
     "mip/flugpl.mps",
 ]  # fmt: skip
 PIECES = [
-    "inf", "-", "+", "[", "]", "^", "*", ":", "::", "<=", "=", "->", "1e999", "nan", "-1e30", "0", "\n", " ", "\t", "\\",
-    "\0", "\xff", "_~", "~~3", "99999999999999", "2147483648", "free", "st\n", "end\n", "ENDATA\n", "ROWS\n", "COLUMNS\n",
-    "RHS\n", "RANGES\n", "BOUNDS\n", "QUADOBJ\n", "QCMATRIX c1\n", "SOS\n", "INDICATORS\n", " M 'MARKER' 'INTORG'\n",
+    "inf", "-", "+", "[", "]", "^", "*", ":", "::", "<=", "=", "->", "1e999", "nan", "-1e30", "0", "\n", " ", "\t",
+    "\\", "\0", "\xff", "_~", "~~3", "99999999999999", "2147483648", "free", "st\n", "end\n", "ENDATA\n", "ROWS\n",
+    "COLUMNS\n", "RHS\n", "RANGES\n", "BOUNDS\n", "QUADOBJ\n", "QCMATRIX c1\n", "SOS\n", "INDICATORS\n",
+    " M 'MARKER' 'INTORG'\n",
 ]  # fmt: skip
 REFUSALS = {
     ".bas": (capi.FORMAT_ERROR, capi.MODEL_INVALID_COL_NAME, capi.MODEL_INVALID_ROW_NAME),
