@@ -92,12 +92,16 @@ private:
                            bool relaxed = false); // the discrete variables were made continuous
 
     // highs_result.cpp
+    int try_again(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange, int code, Solution& result);
     int read_result(Model& model, Run& run, HighsExchange& exchange, const HighsOutcome& outcome, Solution& result);
     void read_solution(const Model& model, Solution& result);
     void finish_solution(const Model& model, Solution& result);
     void read_basis(const Model& model, Solution& result);
     void set_gaps(const Model& model, Solution& result) const;
     bool accept(Model& model, const Solution& s) const;
+
+    // highs_ray.cpp
+    void find_quadratic_ray(Model& model, Run& run, Solution& result) const;
 
     // highs_polish.cpp
     void polish(Model& model, Run& run, Solution& result);

@@ -183,19 +183,30 @@ std::vector<double> ray_of_one_column(void* h) {
     return {};
 }
 
+// HiGHS has a ray only if the simplex method that ends with one was the last to run. Asked for one that it has not, it
+// solves again, with the options of the moment.
 void Job::read_rays() {
     void* h = object->get();
-    HighsInt has = 0;
-    if (Highs_getModelStatus(h) == kHighsModelStatusUnbounded) {
-        std::vector<double> ray(Highs_getNumCol(h), 0.0);
-        if (Highs_getPrimalRay(h, &has, ray.data()) != kHighsStatusError && has)
-            outcome->primal_ray = std::move(ray);
-        else if (Highs_getNumRow(h) == 0) // for which HiGHS has none: one column alone
-            outcome->primal_ray = ray_of_one_column(h);
-    } else if (Highs_getModelStatus(h) == kHighsModelStatusInfeasible) {
-        std::vector<double> ray(Highs_getNumRow(h));
-        if (Highs_getDualRay(h, &has, ray.data()) != kHighsStatusError && has)
-            outcome->dual_ray = std::move(ray);
+    const HighsInt status = Highs_getModelStatus(h);
+    const bool unbounded = status == kHighsModelStatusUnbounded;
+    if ((!unbounded && status != kHighsModelStatusInfeasible) || stopped())
+        return;
+    if (unbounded && Highs_getNumRow(h) == 0) { // for which HiGHS has none
+        outcome->primal_ray = ray_of_one_column(h);
+        return;
+    }
+    object->set("solver", "simplex");
+    object->set("simplex_strategy", unbounded ? 4 : 1); // primal : dual
+    std::vector<double> ray(unbounded ? Highs_getNumCol(h) : Highs_getNumRow(h));
+    for (int attempt = 0; attempt < 2 && !stopped(); ++attempt) {
+        HighsInt has = 0;
+        const HighsInt code =
+            unbounded ? Highs_getPrimalRay(h, &has, ray.data()) : Highs_getDualRay(h, &has, ray.data());
+        if (code != kHighsStatusError && has) {
+            (unbounded ? outcome->primal_ray : outcome->dual_ray) = std::move(ray);
+            return;
+        }
+        Highs_clearSolver(h);
     }
 }
 
@@ -214,10 +225,11 @@ void Job::operator()() {
     if (mip) {
         if ((status == kHighsModelStatusUnboundedOrInfeasible || status == kHighsModelStatusUnbounded) && !stopped())
             status = tell_unbounded_mip();
-    } else if (!quadratic) {
-        if (status == kHighsModelStatusUnboundedOrInfeasible && !stopped())
+    } else {
+        if (status == kHighsModelStatusUnboundedOrInfeasible && !quadratic && !stopped())
             status = tell_unbounded_lp();
-        read_rays();
+        if (!quadratic || status == kHighsModelStatusInfeasible)
+            read_rays();
     }
     outcome->status = status;
     Highs_setCallback(h, on_nothing, nullptr);

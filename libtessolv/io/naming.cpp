@@ -69,11 +69,6 @@ bool decode(std::string_view word, std::string& name, int& index) {
     return true;
 }
 
-uint32_t hash_of(std::string_view s) {
-    const size_t h = std::hash<std::string_view>()(s);
-    return static_cast<uint32_t>(h ^ (h >> 32));
-}
-
 } // namespace
 
 bool is_lp_keyword(std::string_view word) {
@@ -140,28 +135,50 @@ std::string_view decode_name(std::string_view word, std::string& scratch, int* i
     return name;
 }
 
+NameTable::Key NameTable::key_of(std::string_view name, uint32_t& hash) {
+    char bytes[sizeof(Key)] = {};
+    const bool is_long = name.size() > Key::kShort;
+    std::memcpy(bytes, name.data(), is_long ? Key::kShort : name.size());
+    bytes[Key::kShort] = static_cast<char>(is_long ? Key::kLong : name.size());
+    Key key;
+    std::memcpy(&key, bytes, sizeof key);
+    uint64_t h = is_long ? std::hash<std::string_view>()(name) : 0;
+    for (const uint64_t w : key.word) {
+        h = (h ^ w) * 0x9e3779b97f4a7c15u;
+        h ^= h >> 29;
+    }
+    h *= 0xbf58476d1ce4e5b9u;
+    hash = static_cast<uint32_t>(h >> 32);
+    return key;
+}
+
+size_t NameTable::slot_of(std::string_view name, const Key& key, uint32_t hash) const {
+    const size_t mask = slots_.size() - 1;
+    size_t at = hash & mask;
+    for (; slots_[at].index >= 0; at = (at + 1) & mask)
+        if (slots_[at].key == key && (name.size() <= Key::kShort || this->name(slots_[at].index) == name))
+            break;
+    return at;
+}
+
 int NameTable::find(std::string_view name) const {
     if (slots_.empty())
         return -1;
-    const size_t mask = slots_.size() - 1;
-    const uint32_t hash = hash_of(name);
-    for (size_t at = hash & mask; slots_[at].index >= 0; at = (at + 1) & mask)
-        if (slots_[at].hash == hash && this->name(slots_[at].index) == name)
-            return slots_[at].index;
-    return -1;
+    uint32_t hash;
+    const Key key = key_of(name, hash);
+    return slots_[slot_of(name, key, hash)].index;
 }
 
 std::pair<int, bool> NameTable::insert(std::string_view name) {
     if (2 * (used_ + 1) > slots_.size())
         grow();
-    const size_t mask = slots_.size() - 1;
-    const uint32_t hash = hash_of(name);
-    size_t at = hash & mask;
-    for (; slots_[at].index >= 0; at = (at + 1) & mask)
-        if (slots_[at].hash == hash && this->name(slots_[at].index) == name)
-            return {slots_[at].index, false};
+    uint32_t hash;
+    const Key key = key_of(name, hash);
+    const size_t at = slot_of(name, key, hash);
+    if (slots_[at].index >= 0)
+        return {slots_[at].index, false};
     const int i = append(name);
-    slots_[at] = {hash, i};
+    slots_[at] = {key, hash, i};
     ++used_;
     return {i, true};
 }
@@ -176,7 +193,7 @@ int NameTable::append(std::string_view name) {
 }
 
 void NameTable::grow() {
-    std::vector<Slot> wider(std::max<size_t>(64, 2 * slots_.size()), Slot{0, -1});
+    std::vector<Slot> wider(std::max<size_t>(64, 2 * slots_.size()), Slot{{}, 0, -1});
     const size_t mask = wider.size() - 1;
     for (const Slot& slot : slots_) {
         if (slot.index < 0)

@@ -98,8 +98,9 @@ def test_a_failed_construction_leaves_nothing_to_free(stub, function):
     del caught
     gc.collect()
     names = stub.names()
-    # What was set for an environment that did not come about must not reach the next one.
-    assert "TSOresetparams" in names
+    # What was set for an environment that did not come about must not reach the next one: the library drops it when it
+    # fails itself, the module when it does not get so far.
+    assert "TSOresetparams" in names or function == "TSOloadenv"
     assert names[-1] in ("TSOexplainerror", "TSOresetparams")
     assert ("TSOloadenv" in names) == (function == "TSOloadenv")
     assert "TSOfreeenv" not in names
