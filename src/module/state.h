@@ -11,6 +11,7 @@ struct State {
 
     // Types
     PyTypeObject *tessolv_error, *env, *param_class, *model;
+    PyTypeObject *tuplelist, *tupledict;
     PyTypeObject *operand, *var, *constr, *qconstr, *sos, *genconstr, *psdvar, *psdconstr;
 
     // Modules and what is used of them
