@@ -1,5 +1,6 @@
 #include "module/functions.h"
 
+#include "containers/multidict.h"
 #include "env/env.h"
 #include "env/params.h"
 #include "expr/quicksum.h"
@@ -152,6 +153,7 @@ PyMethodDef function_defs[] = {
         "When you need to use the default Environment again after you disposed it, Environment will be\n"
         "automatically created again\n\n"
         "Example: disposeDefaultEnv()"),
+    keywords<multidict>("multidict", kMultidictDoc),
     keywords<paramHelp>("paramHelp",
                         "paramHelp($module, paramname)\n--\n\n"
                         "Prints name, type and description of parameters.\n\n"

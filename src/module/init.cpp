@@ -1,5 +1,7 @@
 // The import: one ordered sequence, in which later steps read what earlier ones made.
 #include "attr/catalog.h"
+#include "containers/tupledict.h"
+#include "containers/tuplelist.h"
 #include "env/env.h"
 #include "env/params.h"
 #include "expr/column.h"
@@ -22,12 +24,16 @@ namespace {
 
 // What "from tessolvpy import *" gives.
 constexpr const char* kPublicNames[] = {
-    "TSO",         "models",     "disposeDefaultEnv", "paramHelp", "quicksum",
-    "read",        "readParams", "resetParams",       "setParam",  "system",
-    "writeParams", "version",    "TessolvError",      "Var",       "Constr",
-    "QConstr",     "SOS",        "GenConstr",         "PsdVar",    "PsdConstr",
-    "LinExpr",     "QuadExpr",   "TempConstr",        "Column",    "Env",
-    "Model",
+    "TSO",       "models",       "disposeDefaultEnv",
+    "multidict", "paramHelp",    "quicksum",
+    "read",      "readParams",   "resetParams",
+    "setParam",  "system",       "writeParams",
+    "version",   "TessolvError", "tuplelist",
+    "tupledict", "Var",          "Constr",
+    "QConstr",   "SOS",          "GenConstr",
+    "PsdVar",    "PsdConstr",    "LinExpr",
+    "QuadExpr",  "TempConstr",   "Column",
+    "Env",       "Model",
 };
 
 struct TypeRow {
@@ -38,6 +44,8 @@ constexpr TypeRow kTypes[] = {
     {"TessolvError", &State::tessolv_error},
     {"Env", &State::env},
     {"ParamClass", &State::param_class},
+    {"tuplelist", &State::tuplelist},
+    {"tupledict", &State::tupledict},
     {"Operand", &State::operand},
     {"Var", &State::var},
     {"Constr", &State::constr},
@@ -61,6 +69,8 @@ void make_types(Borrowed module) {
     s.tessolv_error = make_tessolv_error_type();
     s.env = make_env_type();
     s.param_class = make_param_class_type();
+    s.tuplelist = make_tuplelist_type();
+    s.tupledict = make_tupledict_type();
     s.operand = make_operand_type();
     make_handle_types();
     s.list = make_list_type();
