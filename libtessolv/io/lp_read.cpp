@@ -50,9 +50,10 @@ LpReader::Section LpReader::section_of(const Token& word, const Token& next) con
 }
 
 // Whether the name at which a sum has arrived is no variable but ends the sum. At the beginning of a line a word of a
-// section always is one; within a line where no variable can stand.
+// section always is one; within a line where no variable can stand, or where another name follows, as in "subject to".
 bool LpReader::keyword_in_sum(bool after_number, Side side) const {
-    const bool possible = lex_.current().first_on_line || !after_number || side == Side::Right;
+    const bool possible = lex_.current().first_on_line || (after_number && side == Side::Right) ||
+                          (lex_.next().kind == Tok::Name && !lex_.next().first_on_line) || lex_.next().kind == Tok::End;
     return possible && section_here() != Section::None;
 }
 

@@ -138,7 +138,7 @@ std::string_view decode_name(std::string_view word, std::string& scratch, int* i
 NameTable::Key NameTable::key_of(std::string_view name, uint32_t& hash) {
     char bytes[sizeof(Key)] = {};
     const bool is_long = name.size() > Key::kShort;
-    std::memcpy(bytes, name.data(), is_long ? Key::kShort : name.size());
+    name.copy(bytes, Key::kShort);
     bytes[Key::kShort] = static_cast<char>(is_long ? Key::kLong : name.size());
     Key key;
     std::memcpy(&key, bytes, sizeof key);

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -186,7 +187,7 @@ Writer& Writer::put_long(std::string_view s) {
         if (used_ == buffer_.size())
             flush();
         const size_t n = std::min(s.size(), buffer_.size() - used_);
-        std::memcpy(buffer_.data() + used_, s.data(), n);
+        s.copy(buffer_.data() + used_, n);
         used_ += n;
         s.remove_prefix(n);
     }

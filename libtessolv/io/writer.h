@@ -4,7 +4,6 @@
 #include "io/reader.h"
 #include "io/text.h"
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -35,7 +34,7 @@ public:
     Writer& put(std::string_view s) {
         if (s.size() > buffer_.size() - used_)
             return put_long(s);
-        std::memcpy(buffer_.data() + used_, s.data(), s.size());
+        s.copy(buffer_.data() + used_, s.size());
         used_ += s.size();
         return *this;
     }

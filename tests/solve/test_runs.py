@@ -37,9 +37,9 @@ def script(tmp_path):
 
 
 def test_several_models_in_threads(read):
-    names = {"lp/25fv47.mps": 5501.845888287, "mip/p0201.mps": 7615.0, "qp/cvxqp1_s.qps": 11590.7181}
-    names["mip/stein27.mps"] = 18.0
-    models = [(read(DATA / name), optimum) for name, optimum in names.items() for _ in range(3)]
+    names = {"lp/25fv47.mps": 5501.845888287, "mip/p0033.mps": 3089.0, "qp/cvxqp1_s.qps": 11590.7181}
+    names["mip/flugpl.mps"] = 1201500.0
+    models = [(read(DATA / name), optimum) for name, optimum in names.items() for _ in range(2)]
     failures = []
 
     def solve(model, optimum):
