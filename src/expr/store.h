@@ -160,7 +160,8 @@ public:
 
     // Becomes a private copy of the first items of another store, in the same buffer where that can be.
     void copy_items(const Store& other) {
-        release();
+        if (vector_size_ != 0 || vector_ || buffer_)
+            release();
         int32_t n = other.size_;
         Buffer* b = const_cast<Store&>(other).buffer();
         if (b && n > Room) {
@@ -336,11 +337,12 @@ private:
         release();
     }
     void release() {
+        if (!vector_ && !buffer_) { // small and private: the rule
+            release_room();
+            return;
+        }
         Vector* v = vector_;
         Buffer* b = buffer_;
-        int32_t count = v || b ? 0 : vector_size_;
-        T gone[Room];
-        std::memcpy(gone, room_, sizeof(T) * static_cast<std::size_t>(count));
         vector_ = nullptr;
         buffer_ = nullptr;
         size_ = vector_size_ = 0;
@@ -351,10 +353,18 @@ private:
             b = v->buffer;
             PyMem_Free(v);
         }
-        if (b)
-            release_buffer(b);
-        else
-            drop_items(gone, count);
+        release_buffer(b);
+    }
+    void release_room() {
+        int32_t count = vector_size_;
+        size_ = vector_size_ = 0;
+        if constexpr (std::is_pointer_v<T>) {
+            T gone[Room];
+            for (int32_t i = 0; i < count; ++i)
+                gone[i] = room_[i];
+            for (int32_t i = 0; i < count; ++i)
+                Item<T>::drop(gone[i]);
+        }
     }
 
     Vector* vector_ = nullptr; // null: this Store is the only view
