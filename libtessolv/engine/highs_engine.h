@@ -49,7 +49,10 @@ struct HighsExchange : StopFlag {
     double first_poll = -1;      // seconds from begin when presolve was over
     std::vector<PoolEntry> pool; // improving solutions, the best last
     size_t pool_size = 1, columns = 0;
-    int64_t improving = 0;  // how many were found
+    int64_t improving = 0;               // how many were found
+    int64_t stalling_nodes = TSO_MAXINT; // how many without a better solution end the run
+    int64_t best_at = -1;                // nodes when the last better solution was found; -1: none yet
+    bool stalled = false;
     bool collecting = true; // false: what HiGHS finds now are not solutions of the model
 };
 

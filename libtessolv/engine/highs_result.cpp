@@ -121,6 +121,7 @@ int HighsEngine::solve(Model& model, Run& run, Solution& result) {
     auto exchange = std::make_shared<HighsExchange>();
     exchange->columns = model.cols().size();
     exchange->pool_size = result.is_mip ? model.env.params().get_int(Param::MIP_SolutionPoolSize) : 1;
+    exchange->stalling_nodes = model.env.params().get_int(Param::MIP_MaxStallingNodes);
     const HighsExtras extras = add_extras(model);
     if (result.is_mip)
         start_from_solution(model);
@@ -211,17 +212,21 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
             code = row.code;
         }
     News news;
+    bool stalled = false;
     {
         std::lock_guard lock(exchange.mutex);
         news = exchange.news;
         result.pool = std::move(exchange.pool);
         exchange.pool.clear();
         result.presolve_seconds = std::max(0.0, exchange.first_poll);
+        stalled = exchange.stalled;
     }
     // A stop that was asked for shows in several statuses of HiGHS, by where it came to notice.
     const bool limited = code == TSO_ABORT_TIME_LIMIT || code == TSO_ABORT_INTERRUPTED || !outcome.ended ||
                          (code == TSO_ERROR && exchange.stop.load());
-    if (limited)
+    if (outcome.status == kHighsModelStatusInterrupt && stalled && !exchange.stop.load())
+        code = TSO_ABORT_STALLING_NODE_LIMIT;
+    else if (limited)
         code = run.interrupt.load() ? TSO_ABORT_INTERRUPTED : TSO_ABORT_TIME_LIMIT;
 
     if (outcome.ended) {
@@ -249,8 +254,6 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
     if (code == TSO_ABORT_SOLUTION_LIMIT) {
         if (result.nodes >= p.get_int(Param::MIP_MaxNodes))
             code = TSO_ABORT_NODE_LIMIT;
-        else if (exchange.improving < p.get_int(Param::MIP_MaxSols))
-            code = TSO_ABORT_STALLING_NODE_LIMIT;
     }
     if (code == TSO_ERROR) // HiGHS gave up
         code = p.get_int(Param::Method) >= 2 && !result.is_mip ? TSO_INTERIOR_NUMERIC : TSO_SIMPLEX_NUMERIC;

@@ -24,6 +24,7 @@ void keep_solution(HighsExchange& x, const HighsCallbackDataOut& out) {
 // Called by HiGHS on the worker. Nothing may be thrown through HiGHS.
 void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallbackDataIn* in, void* user) noexcept {
     HighsExchange& x = *static_cast<HighsExchange*>(user);
+    bool stalled = false;
     try {
         std::lock_guard lock(x.mutex);
         if (x.first_poll < 0)
@@ -40,8 +41,15 @@ void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallb
         case kHighsCallbackMipInterrupt:
             x.news.nodes = out->mip_node_count;
             x.news.iterations = out->mip_total_lp_iterations;
-            x.news.incumbent = finite_or_none(out->mip_primal_bound);
+            if (const double incumbent = finite_or_none(out->mip_primal_bound); incumbent == incumbent) {
+                if (incumbent != x.news.incumbent)
+                    x.best_at = out->mip_node_count;
+                x.news.incumbent = incumbent;
+                x.stalled = x.collecting && x.stalling_nodes < TSO_MAXINT &&
+                            out->mip_node_count - x.best_at >= x.stalling_nodes;
+            }
             x.news.bound = finite_or_none(out->mip_dual_bound);
+            stalled = x.stalled;
             break;
         case kHighsCallbackMipImprovingSolution:
             if (x.collecting)
@@ -54,7 +62,7 @@ void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallb
     const bool asks = type == kHighsCallbackSimplexInterrupt || type == kHighsCallbackIpmInterrupt ||
                       type == kHighsCallbackMipInterrupt;
     if (in)
-        in->user_interrupt = asks && x.stop.load();
+        in->user_interrupt = asks && (x.stop.load() || stalled);
 }
 
 void on_nothing(int, const char*, const HighsCallbackDataOut*, HighsCallbackDataIn*, void*) {}

@@ -5,7 +5,7 @@ import itertools
 import capi
 import numpy as np
 import pytest
-from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, UNBOUNDED, data, primal
+from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, UNBOUNDED, data, market_split, primal
 
 
 def solution(m, k):
@@ -137,12 +137,11 @@ def test_what_no_engine_can_do_is_refused(build, run, library, tmp_path):
 
 
 def test_limits_keep_what_was_found(build, run):
-    from answers import market_split
-
     m = market_split(build, 4, 40)
     for name, value, code in (
         ("MIP/MaxNodes", 30, capi.ABORT_NODE_LIMIT),
         ("MIP/MaxSols", 1, capi.ABORT_SOLUTION_LIMIT),
+        ("MIP/MaxStallingNodes", 50, capi.ABORT_STALLING_NODE_LIMIT),
         ("MaxTime", 0.5, capi.ABORT_TIME_LIMIT),
         ("MaxTime", 0.0, capi.ABORT_TIME_LIMIT),
     ):

@@ -100,12 +100,11 @@ class Arrays:
             return None
         array = (ctypes.c_char_p * len(values))(*[None if v is None else v.encode() for v in values])
         self.kept.append(array)
-        return ctypes.cast(array, ctypes.c_void_p)
+        return ctypes.addressof(array)
 
 
 def text(value):
-    """A NUL-terminated text argument; the buffer is the bytes object itself."""
-    return None if value is None else ctypes.cast(ctypes.c_char_p(value.encode()), ctypes.c_void_p)
+    return None if value is None else value.encode()
 
 
 class Library:

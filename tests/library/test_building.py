@@ -1,5 +1,8 @@
 """Adding, changing and removing elements: what is stored, and that what fails leaves no trace."""
 
+import os
+from pathlib import Path
+
 import capi
 import pytest
 
@@ -119,7 +122,10 @@ def test_what_fails_leaves_no_trace(whole, fails, code, call, arguments):
     fails(code, getattr(whole, call), **arguments)
     assert whole.state() == before
     whole.addvars(1, [0], [0], [1])  # and the next one stands where it should
-    assert whole.count("NumVars") == 4 and whole.cols()[3] == [(0, 1)]
+    whole.addrow([3], [2], name="after")
+    assert whole.count("NumVars") == 4 and whole.cols()[3] == [(0, 1), (2, 2)]
+    assert whole.texts("VarName", [3]) == ["C3"] and whole.texts("ConstrName", range(3)) == ["r", "q", "after"]
+    assert whole.find("TSOgetconstrbyname", "after") == 2
 
 
 def test_removing_variables(whole, fails):
@@ -169,6 +175,38 @@ def test_copies_are_independent(library, whole):
     twin = library.wrap(library.dll.TSOcopymodel(whole.handle))
     whole.call("TSOfreemodel")
     assert twin.state() == state
+
+
+def resident():
+    pages = int(Path("/proc/self/statm").read_text().split()[1])
+    return pages * os.sysconf("SC_PAGE_SIZE") / 2**20
+
+
+@pytest.mark.skipif(not Path("/proc/self/statm").exists(), reason="reads memory as Linux tells it")
+@pytest.mark.parametrize("edit", ["rows", "entries", "names"])
+def test_edits_that_undo_one_another_take_no_memory(model, edit):
+    n = 20000
+    model.addvars(n)
+
+    def once():
+        if edit == "rows":
+            model.addrows(n, range(n), range(n), [1.0] * n, names=[f"row {i}" for i in range(n)])
+            model.delete("constrs", range(0, n))
+        elif edit == "entries":
+            model.addrows(n)
+            model.addvars(9, range(0, 9 * n, n), [*range(n)] * 9, [1.0] * (9 * n))
+            model.delete("constrs", range(n))
+            model.delete("vars", range(n, n + 9))
+        else:
+            model.set("VarName", None, ["some name or other"] * n)
+            model.set("VarName", None, [None] * n)
+
+    for _ in range(4):
+        once()
+    before = resident()
+    for _ in range(40):
+        once()
+    assert resident() - before < 8
 
 
 def test_semidefinite_rows(model, fails):

@@ -29,8 +29,12 @@ def test_everything_of_a_solved_lp(lp, fails):
         fails(capi.DATA_NOT_AVAILABLE, lp.number, name)
     lp.parameter("MIP/SolutionNumber", 1)
     fails(capi.INVALID_SOL_IDX, lp.get, "Xn", [0])
+    of_run = lp.get("RowBasis", length=2, kind="int")
     lp.set("ColBasis", [0], [0])  # what is set reads back, though the run had another
     assert lp.get("ColBasis", [0], "int") == [0]
+    assert lp.get("RowBasis", length=2, kind="int") == of_run
+    lp.set("RowBasis", [0, 1], [2, 2])
+    assert lp.get("RowBasis", length=2, kind="int") == [2, 2]
 
 
 def test_a_solution_outlives_edits(lp, fails):
@@ -49,6 +53,7 @@ def test_a_solution_outlives_edits(lp, fails):
     lp.delete("vars", [0])
     lp.delete("constrs", [0])
     assert lp.get("X", [0]) == pytest.approx([1]) and lp.get("DualSoln", [0]) == pytest.approx([0])
+    assert lp.get("RC", [0]) == pytest.approx([0], abs=1e-9)
     assert lp.get("Activity", [0]) == pytest.approx([6])
     fails(capi.DATA_NOT_AVAILABLE, lp.get, "X", [1])
     lp.delete("vars", [0, 1])
@@ -85,6 +90,14 @@ def test_edits_between_runs_are_what_is_solved(lp):
     lp.call("TSOoptimize")
     assert lp.get("X", length=2) == pytest.approx([2, 1]) and lp.number("ObjVal") == pytest.approx(23)
     assert lp.number("MIP/GapAbs") == pytest.approx(0, abs=1e-6)
+    lp.addrow([0], [1], upper=9)
+    lp.addrow([0, 1], [1, 1], upper=9)
+    assert solve() == 23
+    lp.change([3, 2], [1, 0], [2, 3])  # of rows that stand elsewhere by the next run
+    lp.delete("constrs", [0, 2])
+    assert lp.rows() == [[(0, 1)], [(0, 1), (1, 2)]]
+    lp.set("UB", [1], [1e20])
+    assert solve() == 5 + 10 * 4.5
     lp.call("TSOsetintattr", capi.text("ModelSense"), 1)
     assert solve() == 5
 
