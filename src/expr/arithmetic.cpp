@@ -191,10 +191,10 @@ Ref negative(Borrowed a) {
 
 Ref subtract(Borrowed a, Borrowed b) {
     Operands ka = exact_kind(a), kb = exact_kind(b);
-    if (is_operand(ka) && kb != Operands::Other && kb != Operands::QuadExpr && ka != Operands::QuadExpr)
-        return sum(ka, a, kb, b, -1.0);
-    if (is_instance(a, state().operand)) {
+    if (is_operand(ka) || is_instance(a, state().operand)) {
         try {
+            if (is_operand(ka) && kb != Operands::Other && kb != Operands::QuadExpr && ka != Operands::QuadExpr)
+                return sum(ka, a, kb, b, -1.0);
             Ref minus = Ref::steal(PyNumber_Negative(b));
             return forward_add(a, minus.get());
         } catch (...) {

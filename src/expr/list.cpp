@@ -114,9 +114,13 @@ PyType_Spec list_spec = {"tessolvpy.List", sizeof(List), 0, Py_TPFLAGS_DEFAULT |
 PyTypeObject* make_list_type() { return make_type(list_spec); }
 
 void append_to(Store<PyObject*>& store, Borrowed other) {
-    if (PyList_Check(other))
-        fill(store, other);
-    else if (is_list(other))
+    if (PyList_Check(other)) {
+        if (store.size() > 0)
+            return fill(store, other);
+        Store<PyObject*> fresh; // what other views put behind an empty one does not come along
+        fill(fresh, other);
+        store.swap(fresh);
+    } else if (is_list(other))
         store.append_list(items(other));
     else
         raise(PyExc_TypeError, "unsupport operation +=: `List` and `%s`", type_name(other));
