@@ -65,11 +65,10 @@ Ref q_mul_n(const QuadExpr& q, double n) {
     Ref hold = Ref::borrow(as_object(const_cast<QuadExpr*>(&q)));
     Ref factor = Ref::steal(PyFloat_FromDouble(n));
     for (int i = 0; i < q.size(); ++i) {
-        Ref coeff = Ref::borrow(q.coeffs.data()[i]);
+        Ref coeff = item(q.coeffs, i);
         if (n != 1.0)
             coeff = Ref::steal(PyNumber_Multiply(factor.get(), coeff.get()));
-        if (i < q.size()) // the product may have run Python code
-            push_term(*r, coeff.get(), q.vars1.data()[i], q.vars2.data()[i]);
+        push_term(*r, coeff.get(), item(q.vars1, i).get(), item(q.vars2, i).get());
     }
     append_terms(r->linear(), q.linear(), n);
     return result;

@@ -117,7 +117,7 @@ Ref column_remove(Column& self, const Call& call) {
     bool by_index = PyLong_Check(item);
     if (!by_index && !is_constr(item))
         raise(PyExc_TypeError, "Argument `item` should be an integer or Constr");
-    int32_t at = by_index ? to_int32(item) : -1; // out of range: nothing is removed
+    int at = by_index ? position(item) : -1; // out of range: nothing is removed
     Ref coeffs = Ref::steal(PyList_New(0)), constrs = Ref::steal(PyList_New(0));
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(self.coeffs_); ++i) {
         PyObject* constr = PyList_GET_ITEM(self.constrs_, i);

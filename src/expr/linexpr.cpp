@@ -132,7 +132,7 @@ Ref linexpr_remove(LinExpr& self, const Call& call) {
     static const Signature<1> signature{"remove", {"item"}, 1};
     auto [item] = parse(signature, call);
     if (PyLong_Check(item))
-        remove_at({to_int32(item)}, self.coeffs, self.vars);
+        remove_at({position(item)}, self.coeffs, self.vars);
     else if (is_var(item))
         remove_var(self, item);
     else
@@ -281,6 +281,7 @@ void add_expr(LinExpr& self, double mult, LinExpr& expr) {
     if (mult == 0.0)
         return;
     double k = expr.constant;
+    self.vars.prepare_list(expr.vars); // what can fail comes first
     if (mult == 1.0) {
         self.coeffs.append_list(expr.coeffs);
     } else {
@@ -379,6 +380,12 @@ std::vector<int> positions_of(const Store<PyObject*>& vars, Borrowed var) {
         if (same_element(vars.data()[i], var))
             found.push_back(i);
     return found;
+}
+
+int position(Borrowed number) {
+    int overflow = 0;
+    long i = PyLong_AsLongAndOverflow(number, &overflow);
+    return overflow || i < 0 || i > INT32_MAX ? -1 : static_cast<int>(i);
 }
 
 void remove_var(LinExpr& self, Borrowed var) {

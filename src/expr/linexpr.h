@@ -32,7 +32,12 @@ inline void add_term(LinExpr& self, double coeff, Borrowed var) {
     if (coeff == 0.0)
         return;
     self.coeffs.add(coeff);
-    self.vars.add(var);
+    try {
+        self.vars.add(var);
+    } catch (...) {
+        self.coeffs.take_back(1);
+        throw;
+    }
 }
 void add_expr(LinExpr& self, double mult, LinExpr& expr);
 
@@ -60,6 +65,8 @@ bool same_element(Borrowed a, Borrowed b);
 
 // The positions, ascending, at which a store of variables holds the same element as `var`.
 std::vector<int> positions_of(const Store<PyObject*>& vars, Borrowed var);
+// The position that remove(int) means; -1, where nothing is, for what no list can have.
+int position(Borrowed number);
 // remove(int) of the stores: ascending positions, of which those out of range do nothing.
 template <class... S> void remove_at(const std::vector<int>& positions, S&... stores) {
     (stores.remove(positions.data(), static_cast<int>(positions.size())), ...);

@@ -80,8 +80,7 @@ Ref linexpr_text(LinExpr& e) {
 Ref quadexpr_text(QuadExpr& e) {
     std::string s;
     for (int i = 0; i < e.coeffs.size(); ++i) {
-        Ref coeff = Ref::borrow(e.coeffs.data()[i]);
-        Ref var1 = Ref::borrow(e.vars1.data()[i]), var2 = Ref::borrow(e.vars2.data()[i]);
+        Ref coeff = item(e.coeffs, i), var1 = item(e.vars1, i), var2 = item(e.vars2, i);
         std::string first = name_of(var1.get()), second = name_of(var2.get());
         Ref same = Ref::steal(PyObject_CallMethod(var1.get(), "sameAs", "O", var2.get()));
         s += term_text(coeff.get(), first, second, checked(PyObject_IsTrue(same.get())));

@@ -173,10 +173,7 @@ Ref quadexpr_copy(QuadExpr& self) {
 
 Ref item_at(const Store<PyObject*>& store, const Call& call, const Signature<1>& signature) {
     auto [index] = parse(signature, call);
-    int32_t i = to_int32(index);
-    if (i < 0 || i >= store.size())
-        raise(PyExc_IndexError, "list index out of range");
-    return Ref::borrow(store.data()[i]);
+    return item(store, to_int32(index));
 }
 Ref quadexpr_getCoeff(QuadExpr& self, const Call& call) {
     static const Signature<1> signature{"getCoeff", {"index"}, 1};
@@ -197,8 +194,7 @@ Ref quadexpr_getValue(QuadExpr& self) {
     Ref linear = Ref::borrow(self.linexpr);
     Ref sum = Ref::steal(PyObject_CallMethod(linear.get(), "getValue", nullptr));
     for (int i = 0; i < self.size(); ++i) {
-        Ref coeff = Ref::borrow(self.coeffs.data()[i]);
-        Ref var1 = Ref::borrow(self.vars1.data()[i]), var2 = Ref::borrow(self.vars2.data()[i]);
+        Ref coeff = item(self.coeffs, i), var1 = item(self.vars1, i), var2 = item(self.vars2, i);
         Ref x1 = Ref::steal(PyObject_CallMethod(var1.get(), "getAttr", "s", "X"));
         Ref x2 = Ref::steal(PyObject_CallMethod(var2.get(), "getAttr", "s", "X"));
         Ref product = Ref::steal(PyNumber_Multiply(coeff.get(), x1.get()));
@@ -212,14 +208,14 @@ Ref quadexpr_remove(QuadExpr& self, const Call& call) {
     static const Signature<1> signature{"remove", {"item"}, 1};
     auto [item] = parse(signature, call);
     if (PyLong_Check(item)) {
-        remove_at({to_int32(item)}, self.coeffs, self.vars1, self.vars2);
+        remove_at({position(item)}, self.coeffs, self.vars1, self.vars2);
         return Ref::none();
     }
     if (!is_var(item))
         raise(PyExc_TypeError, "Argument `item` should be an integer or Var");
     std::vector<int> positions;
     for (int i = 0; i < self.size(); ++i) {
-        Ref var1 = Ref::borrow(self.vars1.data()[i]), var2 = Ref::borrow(self.vars2.data()[i]);
+        Ref var1 = tsp::item(self.vars1, i), var2 = tsp::item(self.vars2, i);
         if (same_element(var1.get(), item) || same_element(var2.get(), item))
             positions.push_back(i);
     }
@@ -317,7 +313,15 @@ QuadExpr* new_quadexpr() {
     return &as_quadexpr(Ref::steal(self).release());
 }
 
+Ref item(const Store<PyObject*>& list, int i) {
+    if (i < 0 || i >= list.size())
+        raise(PyExc_IndexError, "list index out of range");
+    return Ref::borrow(list.data()[i]);
+}
+
 void push_term(QuadExpr& self, Borrowed coeff, Borrowed var1, Borrowed var2) {
+    self.vars1.prepare(1);
+    self.vars2.prepare(1);
     self.coeffs.add(coeff);
     self.vars1.add(var1);
     self.vars2.add(var2);
@@ -343,6 +347,9 @@ void add_expr(QuadExpr& self, double mult, QuadExpr& expr) {
         Ref factor = Ref::steal(PyFloat_FromDouble(mult));
         map_coeffs(scaled, [&](Borrowed item) { return Ref::steal(PyNumber_Multiply(factor.get(), item)); });
     }
+    self.coeffs.prepare_list(scaled);
+    self.vars1.prepare_list(expr.vars1);
+    self.vars2.prepare_list(expr.vars2);
     self.coeffs.append_list(scaled);
     self.vars1.append_list(expr.vars1);
     self.vars2.append_list(expr.vars2);
@@ -350,6 +357,8 @@ void add_expr(QuadExpr& self, double mult, QuadExpr& expr) {
 
 void append_terms(QuadExpr& to, const QuadExpr& from) {
     int n = from.size();
+    if (from.vars1.size() < n || from.vars2.size() < n)
+        raise(PyExc_IndexError, "list index out of range");
     to.coeffs.add_all(from.coeffs, n);
     to.vars1.add_all(from.vars1, n);
     to.vars2.add_all(from.vars2, n);

@@ -22,6 +22,10 @@ PyTypeObject* make_quadexpr_type();
 QuadExpr* new_quadexpr();
 inline Ref owned(QuadExpr* e) { return Ref::steal(as_object(e)); }
 
+// An item of one of the lists; IndexError if there is none. The lists need not be as long as one another, as addTerms
+// takes them as they stand, and Python code that runs in between may change them.
+Ref item(const Store<PyObject*>& list, int i);
+
 // Adds coeff * var1 * var2; the variable with the smaller index comes first. Zero adds nothing.
 void add_term(QuadExpr& self, double coeff, Borrowed var1, Borrowed var2);
 // Adds a term as it stands.

@@ -129,6 +129,27 @@ public:
             add_all(other, other.size_);
     }
 
+    // After these, adding so many items, or another list, does not fail.
+    void prepare(int count) {
+        if (count == 0)
+            return;
+        make_append_safe();
+        grow(count);
+    }
+    void prepare_list(Store& other) {
+        if (size_ == 0)
+            other.make_vector();
+        else
+            prepare(other.size_);
+    }
+
+    // Takes numbers back that were just added.
+    void take_back(int count) {
+        static_assert(!std::is_pointer_v<T>);
+        set_vector_size(vector_size() - count);
+        size_ -= count;
+    }
+
     // Drops the items at ascending positions. The old vector is abandoned: other views of it go on as if this one were
     // still there.
     void remove(const int* positions, int count) {

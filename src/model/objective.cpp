@@ -55,8 +55,8 @@ void write_quadratic(Model& self, const QuadExpr& q) {
     std::vector<int> rows(n), cols(n);
     std::vector<double> values(n);
     for (std::size_t i = 0; i < n; ++i) {
-        Ref var1 = Ref::borrow(q.vars1.data()[i]), var2 = Ref::borrow(q.vars2.data()[i]),
-            coeff = Ref::borrow(q.coeffs.data()[i]);
+        auto at = static_cast<int>(i);
+        Ref var1 = item(q.vars1, at), var2 = item(q.vars2, at), coeff = item(q.coeffs, at);
         for (auto [var, target] : {std::pair{&var1, &rows[i]}, std::pair{&var2, &cols[i]}}) {
             if (is_var(var->get())) {
                 *target = index_in(self, var->get());
