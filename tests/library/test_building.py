@@ -9,7 +9,7 @@ import pytest
 NAN, INF = float("nan"), float("inf")
 
 
-def test_entries_are_sorted_added_up_and_without_zeros(model):
+def test_entries_are_sorted_added_up_and_without_zeros(model, fails):
     model.addvars(4)
     model.addrow([3, 0, 3, 1, 2, 2], [1, 2, 0.5, 0, 4, -4], 1, 2)
     assert model.rows() == [[(0, 2), (3, 1.5)]]
@@ -21,6 +21,12 @@ def test_entries_are_sorted_added_up_and_without_zeros(model):
     assert model.cols()[5:] == [[], [(0, 7), (2, 8)]]
     assert model.rows() == [[(0, 2), (3, 1.5), (4, 5), (6, 7)], [(0, 2), (1, 1)], [(6, 8)], [(2, 7), (4, 3)]]
     assert model.count("NumNZs") == 9
+    assert model.runs("TSOgetvars", 2, 3) == model.cols()[2:5] and model.runs("TSOgetvars", 7, 0) == []
+    assert model.runs("TSOgetconstrs", 1, 2) == model.rows()[1:3]
+    for function, code in (("TSOgetvars", COL), ("TSOgetconstrs", ROW)):
+        for start, length in ((-1, 1), (8, 0), (2, 6), (1, 2**31 - 1)):
+            fails(code, model.runs, function, start, min(length, 10**6))
+        fails(BAD, model.call, function, capi.ctypes.byref(capi.ctypes.c_int()), None, None, None, 0, -1)
 
 
 def test_defaults_of_bulk_additions(model):

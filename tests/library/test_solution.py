@@ -75,6 +75,24 @@ def test_edits_between_runs_are_what_is_solved(lp):
     assert solve() == 8
     lp.set("Obj", [1], [4.0])
     assert solve() == 12
+    lp.addvar(name="away")
+    lp.addrow([2], [1], upper=0)
+    assert solve() == 12
+    lp.set("Obj", [1, 2], [5.0, 1.0])
+    lp.set("RHS", [1, 2], [2.0, 1.0])
+    lp.delete("vars", [2])
+    lp.set("Obj", [0], [1.0])
+    lp.addvar(name="late", rows=[2], values=[1.0], obj=0.5)
+    lp.delete("constrs", [0])  # what was edited stands one place further up now
+    assert solve() == 10 + 0.5
+    lp.delete("vars", [2])
+    lp.delete("constrs", [1])
+    lp.addrow([0, 1], [1, 1], upper=4)
+    lp.set("Obj", [0, 1], [3.0, 4.0])
+    lp.set("RHS", [0], [3.0])
+    lp.addrow([0, 1], [1, 1], upper=3)
+    lp.delete("constrs", [0])
+    assert solve() == 12
     lp.addvar(obj=10, ub=1, rows=[0], values=[2])
     assert solve() == 8 + 10
     lp.addrow([2], [1], upper=0.5)
