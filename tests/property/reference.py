@@ -1,8 +1,8 @@
-"""Expressions a second time, in plain Python and after the rules alone: lists are views of vectors that count their users.
+"""Expressions a second time, in plain Python, after the rules alone.
 
-Nothing here is fast or clever. A `View` is a prefix of a `Vector`; views of one vector share what is appended to it, and
-a view that has to separate takes all of the vector along, also what lies behind its own end. Results of operators share
-nothing with their operands.
+Nothing here is fast or clever. A `View` is a prefix of a `Vector`, which counts its users. Views of one vector share
+what is appended to it, and a view that has to separate takes all of the vector along, also what lies behind its own end.
+Results of operators share nothing with their operands.
 """
 
 from dataclasses import dataclass
