@@ -42,9 +42,9 @@ Ref l_mul_v(const LinExpr& l, Borrowed v) {
 Ref l_mul_l(const LinExpr& l, const LinExpr& m) {
     QuadExpr* r = new_quadexpr();
     Ref result = owned(r);
-    r->linear().constant = m.constant * l.constant;
+    r->linear().constant += m.constant * l.constant; // a sum is never -0.0
     // Kept: the linear terms of the product have the bare constant as coefficient, without that of the term it meets
-    // (test_arithmetic.py: test_products_of_linear_expressions).
+    // (test_expr_arithmetic.py: test_orders_and_products).
     if (l.constant != 0.0)
         for (int i = 0; i < m.size(); ++i)
             add_term(r->linear(), l.constant, m.vars.data()[i]);
@@ -115,7 +115,7 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
     put(ka, a, mult_a);
     put(kb, b, mult);
     Ref result = s.finish();
-    // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_arithmetic.py).
+    // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_expr_arithmetic.py).
     if (ka == Operands::QuadExpr && !is_quadexpr(result.get()))
         raise(PyExc_TypeError, "Cannot convert %.200s to %.200s", state().linexpr->tp_name, state().quadexpr->tp_name);
     return result;
@@ -197,7 +197,7 @@ Ref subtract(Borrowed a, Borrowed b) {
             Ref minus = Ref::steal(PyNumber_Negative(b));
             return forward_add(a, minus.get());
         } catch (...) {
-            // Kept: whatever went wrong is told as a matter of types (test_arithmetic.py: test_subtraction_errors).
+            // Kept: whatever went wrong is told as a matter of types (test_expr_arithmetic.py).
             error_from_exception();
             PyErr_Clear();
             unsupported("-", a, b);

@@ -26,7 +26,9 @@ Ref operand_divide(PyObject* a, PyObject* b) {
     if (divisor == 0.0)
         raise(PyExc_ZeroDivisionError, "float division");
     Ref reciprocal = Ref::steal(PyFloat_FromDouble(1.0 / divisor));
-    return multiply(a, reciprocal.get());
+    if (exact_kind(a) != Operands::Other)
+        return multiply(a, reciprocal.get());
+    return Ref::steal(PyObject_CallMethodOneArg(a, state().s_mul, reciprocal.get()));
 }
 
 bool is_two(Borrowed exponent) {

@@ -90,7 +90,7 @@ Ref quadexpr_text(QuadExpr& e) {
     constexpr std::size_t kFrame = 10; // "<LinExpr: "
     t = t.size() > kFrame ? t.substr(kFrame, t.size() - kFrame - 1) : "";
     // Kept: the text has lost the blank before its sign, so a linear part that begins with a negative term reads
-    // "+ - x" (test_quadexpr.py: test_print_*).
+    // "+ - x" (test_expr_methods.py: test_text).
     if (!t.empty())
         s += (t.starts_with(" - ") ? " - " : " + ") + t;
     return s.empty() ? chars2str("<QuadExpr: >") : framed("QuadExpr", without_first_sign(s));

@@ -75,6 +75,27 @@ Ref tempconstr_str(TempConstr& self) {
 }
 Ref tempconstr_repr(PyObject* self) { return Ref::steal(PyObject_Str(self)); }
 
+Ref tempconstr_newMethod(PyObject*, const Call& call) {
+    static const Signature<3> signature{"new", {"lhs", "lb", "rhs"}, 3};
+    auto [lhs, lb, rhs] = parse(signature, call);
+    return make_tempconstr(lhs, lb, rhs);
+}
+
+constexpr PyMethodDef as_static(PyMethodDef method) {
+    method.ml_flags |= METH_STATIC;
+    return method;
+}
+PyMethodDef tempconstr_methods[] = {
+    as_static(keywords<tempconstr_newMethod>("new", "new(lhs, lb, rhs)\n--\n\n"
+                                                    "A constraint: lhs <= rhs without lb, lhs >= lb without rhs,\n"
+                                                    "lb <= lhs <= rhs with both; without lhs `lb >> rhs`.\n\n"
+                                                    "lhs: an expression or None.  lb, rhs: None, numbers, expressions\n"
+                                                    "(one alone) or TempConstr (without lhs).\n"
+                                                    "Raises TypeError for anything else.\n\n"
+                                                    "Example: TempConstr.new(x + y, 0, 100)")),
+    {},
+};
+
 PyType_Slot tempconstr_slots[] = {
     {Py_tp_doc,
      const_cast<char*>("A constraint that is not yet in a model: what comparing expressions gives.\n\n"
@@ -86,6 +107,7 @@ PyType_Slot tempconstr_slots[] = {
     slot<tempconstr_str>(Py_tp_str),
     slot<tempconstr_repr>(Py_tp_repr),
     slot<tempconstr_rshift>(Py_nb_rshift),
+    {Py_tp_methods, tempconstr_methods},
     {},
 };
 PyType_Spec tempconstr_spec = {"tessolvpy.TempConstr", sizeof(TempConstr), 0, Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,

@@ -120,7 +120,7 @@ Ref model_addLConstr(Model& self, const Call& call) {
         tconstr = tempconstr_of(std::move(expr), true, true);
     else if (is("<"))
         tconstr = tempconstr_of(std::move(expr), false, true);
-    else // Kept: the text never shows the sense (test_linear.py).
+    else // Kept: the text never shows the sense (test_build_rows.py).
         raise_tessolv_error("Invalid sense ``");
     return add_constr(self, tconstr.get(), name_or_empty(name, holder));
 }

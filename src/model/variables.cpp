@@ -270,6 +270,10 @@ std::vector<std::vector<Ref>> index_set(Borrowed arg) {
         for (Py_ssize_t k = 0; k < PyTuple_GET_SIZE(items.get()); ++k)
             set.back().push_back(Ref::borrow(PyTuple_GET_ITEM(items.get(), k)));
     }
+    for (auto& items : set) // what cannot be a key is refused before anything is added
+        for (const Ref& item : items)
+            if (PyObject_Hash(item.get()) == -1)
+                throw PythonError();
     return set;
 }
 
