@@ -135,7 +135,7 @@ Ref get_value(Borrowed object, Borrowed key) {
             throw PythonError();
         return value && value != Py_None ? Ref::borrow(value) : Ref();
     }
-    Ref value = Ref::steal(PyObject_CallMethod(object, "get", "O", key));
+    Ref value = Ref::steal(PyObject_CallMethod(object, "get", "(O)", key));
     return value.get() == Py_None ? Ref() : std::move(value);
 }
 

@@ -147,7 +147,7 @@ Ref tupledict_prod(TupleDict& self, const Call& call) {
     bool plain = has_plain_lookup(coeffs);
     each_key(self, query.get(), [&](Py_ssize_t position, Ref key) {
         Ref coeff = plain ? find_value(coeffs, position, key.get())
-                          : Ref::steal(PyObject_CallMethod(coeffs, "get", "O", key.get()));
+                          : Ref::steal(PyObject_CallMethod(coeffs, "get", "(O)", key.get()));
         if (coeff && coeff.get() != Py_None) {
             Ref value = value_at(as_object(&self), position, key.get());
             products.add(coeff.get(), value.get());

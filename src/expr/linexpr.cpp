@@ -370,7 +370,7 @@ bool same_element(Borrowed a, Borrowed b) {
         const Handle &h = *reinterpret_cast<Handle*>(a), &k = *reinterpret_cast<Handle*>(b);
         return h.mdl_ == k.mdl_ && h.index_ == k.index_;
     }
-    Ref same = Ref::steal(PyObject_CallMethod(a, "sameAs", "O", b));
+    Ref same = Ref::steal(PyObject_CallMethod(a, "sameAs", "(O)", b));
     return checked(PyObject_IsTrue(same.get()));
 }
 

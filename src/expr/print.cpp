@@ -82,7 +82,7 @@ Ref quadexpr_text(QuadExpr& e) {
     for (int i = 0; i < e.coeffs.size(); ++i) {
         Ref coeff = item(e.coeffs, i), var1 = item(e.vars1, i), var2 = item(e.vars2, i);
         std::string first = name_of(var1.get()), second = name_of(var2.get());
-        Ref same = Ref::steal(PyObject_CallMethod(var1.get(), "sameAs", "O", var2.get()));
+        Ref same = Ref::steal(PyObject_CallMethod(var1.get(), "sameAs", "(O)", var2.get()));
         s += term_text(coeff.get(), first, second, checked(PyObject_IsTrue(same.get())));
     }
     Ref linear = Ref::steal(PyObject_Str(e.linexpr));

@@ -70,7 +70,7 @@ Ref model_addVar(Model& self, const Call& call) {
 namespace {
 
 Ref numpy_call(const char* function, Borrowed arg) {
-    return Ref::steal(PyObject_CallMethod(state().np, function, "O", arg));
+    return Ref::steal(PyObject_CallMethod(state().np, function, "(O)", arg));
 }
 Py_ssize_t numpy_number(const char* function, Borrowed arg) {
     Ref n = numpy_call(function, arg);
