@@ -33,7 +33,8 @@ struct Indices {
     }
     void sort() {
         for (auto list : {&vars, &constrs, &qconstrs, &soss, &genconstrs}) {
-            std::sort(list->begin(), list->end());
+            if (!std::is_sorted(list->begin(), list->end()))
+                std::sort(list->begin(), list->end());
             list->erase(std::unique(list->begin(), list->end()), list->end());
         }
     }
@@ -60,6 +61,13 @@ void collect(Borrowed items, Indices& out) {
     struct Leave {
         ~Leave() { Py_LeaveRecursiveCall(); }
     } leave;
+    if (PyList_CheckExact(items)) {
+        for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items); ++i) {
+            Ref item = Ref::borrow(PyList_GET_ITEM(items, i));
+            collect(item.get(), out);
+        }
+        return;
+    }
     Ref values = is_dict ? Ref::steal(PyObject_CallMethod(items, "values", nullptr)) : Ref::borrow(items);
     Ref iterator = Ref::steal(PyObject_GetIter(values.get()));
     while (PyObject* next = PyIter_Next(iterator.get())) {
@@ -70,32 +78,41 @@ void collect(Borrowed items, Indices& out) {
         throw PythonError();
 }
 
-// Marks the handles whose index is among the ascending ones: minus one minus the index they had.
-void mark(PyObject* list, const std::vector<int>& removed) {
+bool is_handle_at(PyObject* object, PyTypeObject* type) {
+    return Py_TYPE(object) == type || kind_of_handle(object) != Kind::Model;
+}
+
+// One pass over a list of handles and the ascending indices that are removed: these are marked, minus one minus the
+// index that they had, the others are renumbered and go into `fresh`, which has room for them. The old list stays as it
+// is. A list that the program has tampered with is brought back in order: what is no handle is dropped.
+Ref take_out(PyObject* list, const std::vector<int>& removed, Ref fresh) {
+    Py_ssize_t room = PyList_GET_SIZE(fresh.get()), filled = 0;
+    PyTypeObject* usual = PyList_GET_SIZE(list) ? Py_TYPE(PyList_GET_ITEM(list, 0)) : nullptr;
+    if (usual && !is_handle_at(PyList_GET_ITEM(list, 0), nullptr))
+        usual = nullptr;
     std::size_t i = 0;
     for (Py_ssize_t j = 0; j < PyList_GET_SIZE(list); ++j) {
         PyObject* object = PyList_GET_ITEM(list, j);
-        if (kind_of_handle(object) == Kind::Model)
+        if (!is_handle_at(object, usual))
             continue;
         Handle& h = *reinterpret_cast<Handle*>(object);
-        while (removed[i] < h.index_)
-            if (++i == removed.size())
-                return;
-        if (removed[i] == h.index_)
+        while (i < removed.size() && removed[i] < h.index_)
+            ++i;
+        if (i < removed.size() && removed[i] == h.index_)
             h.index_ = -1 - h.index_;
-    }
-}
-
-// A new list of the handles that are left, renumbered; the old list object stays as it is.
-Ref remaining(PyObject* list) {
-    Ref fresh = Ref::steal(PyList_New(0));
-    for (Py_ssize_t j = 0; j < PyList_GET_SIZE(list); ++j) {
-        PyObject* object = PyList_GET_ITEM(list, j);
-        if (kind_of_handle(object) == Kind::Model || reinterpret_cast<Handle*>(object)->index_ < 0)
+        if (h.index_ < 0)
             continue;
-        reinterpret_cast<Handle*>(object)->index_ = static_cast<int>(PyList_GET_SIZE(fresh.get()));
-        checked(PyList_Append(fresh.get(), object));
+        h.index_ = static_cast<int>(filled);
+        if (filled < room) {
+            Py_INCREF(object);
+            PyList_SET_ITEM(fresh.get(), filled, object);
+        } else {
+            checked(PyList_Append(fresh.get(), object));
+        }
+        ++filled;
     }
+    if (filled < room)
+        checked(PyList_SetSlice(fresh.get(), filled, room, nullptr));
     return fresh;
 }
 
@@ -104,13 +121,16 @@ void remove_kind(Model& self, Delete function, const std::vector<int>& indices,
                  std::initializer_list<PyObject * Model::*> lists) {
     if (indices.empty())
         return;
+    // The new lists are there before the solver is called, so that nothing can fail after it.
+    std::vector<std::pair<PyObject * Model::*, Ref>> fresh;
+    for (auto list : lists)
+        if (self.*list) {
+            Py_ssize_t left = PyList_GET_SIZE(mirror(self.*list)) - static_cast<Py_ssize_t>(indices.size());
+            fresh.emplace_back(list, Ref::steal(PyList_New(left > 0 ? left : 0)));
+        }
     check(function(self.mdl_, static_cast<int>(indices.size()), indices.data()));
-    for (auto list : lists)
-        if (self.*list)
-            mark(mirror(self.*list), indices);
-    for (auto list : lists)
-        if (self.*list)
-            assign(self.*list, remaining(self.*list));
+    for (auto& [list, room] : fresh)
+        assign(self.*list, take_out(self.*list, indices, std::move(room)));
 }
 
 } // namespace
