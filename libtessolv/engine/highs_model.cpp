@@ -15,15 +15,13 @@ namespace {
 // HiGHS replaces larger upper bounds of semi-continuous variables by this one.
 constexpr double kLargestSemi = 1e5;
 
-// The same vector for today's elements: origins first, `fresh` for the new ones. Empty stays empty.
+// The same vector for the elements that are left. It may be of fewer elements than the engine has: what came later has
+// no entry in it yet. Origins ascend.
 template <class T> void carry(std::vector<T>& v, const std::vector<int>& origin) {
-    if (v.empty())
-        return;
-    std::vector<T> now;
-    now.reserve(origin.size());
-    for (int o : origin)
-        now.push_back(v[o]);
-    v.swap(now);
+    size_t kept = 0;
+    for (; kept < origin.size() && static_cast<size_t>(origin[kept]) < v.size(); ++kept)
+        v[kept] = v[origin[kept]]; // never to the right
+    v.resize(kept);
 }
 
 // Mask of the engine's elements that are to go; empty if none.

@@ -1,11 +1,13 @@
 #include "engine/worker.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <exception>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include <pthread.h>
 #include <signal.h>
@@ -25,30 +27,55 @@ constexpr auto kTick = 50ms;
 struct Meeting { // of the thread and its caller
     std::mutex mutex;
     std::condition_variable changed;
-    bool done = false, left_behind = false;
+    bool done = false;
     std::exception_ptr error;
 };
 
-std::atomic<int> left_behind_threads{0};
+// The threads that are at work, for the end of the process. Never destroyed: threads may outlive static objects.
+struct AtWork {
+    std::mutex mutex;
+    std::vector<StopFlag*> flags;
+};
+AtWork& at_work() {
+    static AtWork* const all = new AtWork;
+    return *all;
+}
 
 #ifdef __GLIBC__
-// Runs before the destructors of the engine's library, since it is registered after they were.
-void wait_at_exit(int status, void*) {
-    for (int i = 0; i < 20 && left_behind_threads.load() > 0; ++i)
+// Runs before the destructors of the engine's library, since it is registered after they were: threads that are still
+// at work are told to stop and waited for; where one does not listen, the process ends without those destructors, which
+// would pull the ground from under it.
+void stop_at_exit(int status, void*) {
+    AtWork& all = at_work();
+    for (int i = 0; i < 20; ++i) {
+        {
+            std::lock_guard lock(all.mutex);
+            if (all.flags.empty())
+                return;
+            for (StopFlag* flag : all.flags)
+                flag->stop.store(true);
+        }
         std::this_thread::sleep_for(kTick);
-    if (left_behind_threads.load() > 0) {
-        std::fflush(nullptr);
-        _exit(status);
     }
+    std::fflush(nullptr);
+    _exit(status);
 }
 #endif
 
-void count_left_behind() {
-    left_behind_threads.fetch_add(1);
+void begin_work(StopFlag* flag) {
 #ifdef __GLIBC__
-    static const int registered = on_exit(wait_at_exit, nullptr);
+    static const int registered = on_exit(stop_at_exit, nullptr);
     (void)registered;
 #endif
+    AtWork& all = at_work();
+    std::lock_guard lock(all.mutex);
+    all.flags.push_back(flag);
+}
+
+void end_work(StopFlag* flag) {
+    AtWork& all = at_work();
+    std::lock_guard lock(all.mutex);
+    all.flags.erase(std::find(all.flags.begin(), all.flags.end(), flag));
 }
 
 // Signals belong to the threads of the application, not to an engine's.
@@ -77,24 +104,29 @@ bool run_on_worker(Run& run, const std::shared_ptr<StopFlag>& flag, std::functio
     std::thread thread;
     {
         SignalsBlocked blocked;
-        thread = std::thread([meeting, job = std::move(job)]() mutable {
+        begin_work(flag.get());
+        auto work = [meeting, flag, job = std::move(job)]() mutable {
             std::exception_ptr error;
             try {
                 job();
             } catch (...) {
                 error = std::current_exception();
             }
-            std::unique_lock lock(meeting->mutex);
-            meeting->error = error;
-            meeting->done = true;
-            const bool left_behind = meeting->left_behind;
-            lock.unlock();
-            meeting->changed.notify_one();
-            if (left_behind) {
-                job = nullptr; // frees what the job owned while the process still waits for this thread
-                left_behind_threads.fetch_sub(1);
+            job = nullptr; // frees what the job owned while the end of the process still waits for this thread
+            {
+                std::lock_guard lock(meeting->mutex);
+                meeting->error = error;
+                meeting->done = true;
             }
-        });
+            meeting->changed.notify_one();
+            end_work(flag.get());
+        };
+        try {
+            thread = std::thread(std::move(work));
+        } catch (...) {
+            end_work(flag.get());
+            throw;
+        }
     }
     std::unique_lock lock(meeting->mutex);
     Run::Clock::time_point give_up{};
@@ -108,8 +140,6 @@ bool run_on_worker(Run& run, const std::shared_ptr<StopFlag>& flag, std::functio
             }
             lock.lock();
             if (!meeting->done && flag->stop.load() && Run::Clock::now() >= give_up) {
-                meeting->left_behind = true;
-                count_left_behind();
                 lock.unlock();
                 thread.detach();
                 return false;

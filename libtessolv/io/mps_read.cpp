@@ -80,11 +80,6 @@ std::unique_ptr<Model> MpsReader::read() {
     return model;
 }
 
-void MpsReader::warn(Warning& warning, const std::string& text) {
-    if (warning.count++ == 0)
-        warning.text = lines_.path() + ":" + std::to_string(lines_.number()) + ": " + text;
-}
-
 void MpsReader::check_name(std::string_view word) const {
     std::string scratch;
     try {
@@ -201,7 +196,7 @@ void MpsReader::line_rows(std::string_view line) {
             lines_.fail("a name that no other row has", f.at[1]);
         row_type_.push_back(type);
         rhs_.push_back(0);
-        last_col_.push_back(-1);
+        last_entry_.push_back(-1);
         if (!range_.empty())
             range_.push_back(std::numeric_limits<long double>::quiet_NaN());
         if (!indicator_of_.empty())
@@ -234,11 +229,9 @@ void MpsReader::add_entry(int row, double value) {
             lines_.fail("a finite sum of costs", number_text(problem_.cost[col_]));
         return;
     }
-    if (last_col_[row] == col_) {
-        warn(repeated_, "row " + show(rows_.name(row)) + " stands twice in a column; its values are added up");
-        size_t k = entry_row_.size();
-        while (entry_row_[--k] != row) {
-        }
+    if (last_entry_[row] >= col_begin_.back()) { // an entry of this column
+        warn(repeated_, [&] { return "row " + show(rows_.name(row)) + " stands twice in a column, which adds up"; });
+        const int k = last_entry_[row];
         entry_value_[k] += value;
         if (!(std::fabs(entry_value_[k]) < TSO_INFINITY))
             lines_.fail("a finite sum of values", number_text(entry_value_[k]));
@@ -246,7 +239,7 @@ void MpsReader::add_entry(int row, double value) {
     }
     if (entry_row_.size() == INT32_MAX)
         lines_.fail("expected at most 2147483647 entries, found more");
-    last_col_[row] = col_;
+    last_entry_[row] = static_cast<int>(entry_row_.size());
     entry_row_.push_back(row);
     entry_value_.push_back(value);
 }
@@ -308,8 +301,10 @@ bool MpsReader::in_set(std::string_view set, std::string& used, const char* what
     }
     if (set == used || set.empty())
         return true;
-    warn(other_set_, std::string("the ") + what + " of the set " + show(set) + " are left out; those of " +
-                         (used.empty() ? "the set without a name" : show(used)) + " count");
+    warn(other_set_, [&] {
+        return std::string("the ") + what + " of the set " + show(set) + " are left out; those of " +
+               (used.empty() ? "the set without a name" : show(used)) + " count";
+    });
     return false;
 }
 
@@ -367,7 +362,7 @@ void MpsReader::line_ranges(std::string_view line) {
         range_.assign(row_type_.size(), std::numeric_limits<long double>::quiet_NaN());
     for (int k = 0; k < count; ++k) {
         if (pairs[k].row == kObjective || row_type_[pairs[k].row] == 'N') {
-            warn(ignored_, "the range of a row of type N means nothing and is left out");
+            warn(ignored_, [] { return "the range of a row of type N means nothing and is left out"; });
             continue;
         }
         // In full width: the far end of the range, which is a sum, then is the very double that was written.

@@ -88,8 +88,10 @@ void MpsReader::apply_bound(int kind, int j, double value, bool has_value) {
     case kUp:
         if (value < 0 && lower == 0 && !(col_flags_[j] & kLowerGiven)) {
             // What the format's first readers did, and most since: nobody means an empty range.
-            warn(negative_upper_, "the upper bound " + number_text(value) + " of " + show(problem_.cols.name(j)) +
-                                      " is negative and no lower bound stands before it: that is -infinity");
+            warn(negative_upper_, [&] {
+                return "the upper bound " + number_text(value) + " of " + show(problem_.cols.name(j)) +
+                       " is negative and no lower bound stands before it: that is -infinity";
+            });
             lower = -TSO_INFINITY;
         }
         upper = value;

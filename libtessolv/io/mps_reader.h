@@ -78,7 +78,7 @@ private:
     void line_indicators(std::string_view line);
 
     [[noreturn]] void fail(const Complaint& c) const { lines_.fail(c.expected, c.found); }
-    void warn(Warning& warning, const std::string& text);
+    template <class Text> void warn(Warning& warning, Text&& text); // text() is called for the first of its kind only
     void check_name(std::string_view word) const;
     void set_sense(std::string_view word);
     void add_member(int col, std::string_view weight);
@@ -111,7 +111,7 @@ private:
     std::vector<char> row_type_;
     std::vector<double> rhs_;
     std::vector<long double> range_; // NaN where there is none; empty while there are none at all
-    std::vector<int> last_col_;      // the last column with an entry in the row
+    std::vector<int> last_entry_;    // position of the row's last entry, -1
     std::vector<int> indicator_of_;  // index into indicators_, -1; empty while there are none
     struct IndicatorRow {
         int row, col, value;
@@ -141,6 +141,11 @@ private:
 
     Warning negative_upper_, repeated_, other_set_, ignored_;
 };
+
+template <class Text> void MpsReader::warn(Warning& warning, Text&& text) {
+    if (warning.count++ == 0)
+        warning.text = lines_.path() + ":" + std::to_string(lines_.number()) + ": " + text();
+}
 
 // Calls try_fields(fields, fixed, complaint) with the fields of the form that the file has shown so far. A line that
 // the free form cannot explain, since names hold blanks, may turn out to have the fixed form: then so have all lines

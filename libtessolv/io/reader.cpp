@@ -18,7 +18,7 @@ constexpr size_t kBlock = size_t{256} << 10;
 
 // A text that is this long and this many times longer than its compressed form is no model but an attack: even files
 // of nothing but equal rows stay far below.
-constexpr int64_t kExpandedFree = int64_t{256} << 20;
+constexpr int64_t kExpandedFree = int64_t{64} << 20;
 constexpr int64_t kExpandedRatio = 250;
 
 size_t read_some(int fd, char* out, size_t room, const std::string& path) {

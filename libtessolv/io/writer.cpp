@@ -139,8 +139,11 @@ void Writer::open_target() {
     target_ = follow_links(path_);
     const std::string folder = folder_of(target_);
     struct stat info;
-    if (::stat(folder.empty() ? "." : folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+    if (::stat(folder.empty() ? "." : folder.c_str(), &info) != 0) {
+        if (errno != ENOENT && errno != ENOTDIR)
+            fail(errno);
         throw Failure(TSO_DIRECTORY_ERROR, path_ + ": there is no folder " + folder);
+    }
     const bool exists = ::stat(target_.c_str(), &info) == 0;
     if (exists && S_ISDIR(info.st_mode))
         throw Failure(TSO_DIRECTORY_ERROR, path_ + ": is a directory");

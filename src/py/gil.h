@@ -7,8 +7,9 @@
 
 namespace tsp {
 
-// Runs a call that waits for the interpreter lock. Where the interpreter is ending, it ends the waiting thread instead, by
-// unwinding its stack; that must not reach code that needs the lock, so the thread stops here until the process is gone.
+// Runs a call that waits for the interpreter lock. Where the interpreter is ending, it ends the waiting thread instead,
+// by unwinding its stack; that must not reach code that needs the lock, so the thread stops here until the process is
+// gone.
 template <class F> auto wait_for_gil(F call) {
     try {
         return call();

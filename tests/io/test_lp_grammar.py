@@ -147,13 +147,30 @@ def test_maximise(files, text):
 
 
 def test_names_that_look_like_something_else(files):
-    names = ["infx", "e5", "E", "freedom", "ends", "inf1", "nan", "x[1,2]", "x(1,2)", "a.b", "x#1", "s1", "größe", "binx"]
+    names = [
+        "infx",
+        "e5",
+        "E",
+        "freedom",
+        "ends",
+        "inf1",
+        "nan",
+        "x[1,2]",
+        "x(1,2)",
+        "a.b",
+        "x#1",
+        "s1",
+        "größe",
+        "binx",
+    ]
     model = files.text("max\n obj: " + " + ".join(f"2 {n}" for n in names) + "\nst\n c: infx <= 3\nend")
     assert model.texts("VarName", range(len(names))) == names
 
 
 def test_words_of_sections_as_names(files):
-    model = files.text("min\n obj: 2 bounds + 3 st\n + free\nst\n end: bin + free <= 2\nbounds\n end <= 3\n free free\nend")
+    model = files.text(
+        "min\n obj: 2 bounds + 3 st\n + free\nst\n end: bin + free <= 2\nbounds\n end <= 3\n free free\nend"
+    )
     assert model.texts("VarName", range(5)) == ["bounds", "st", "free", "bin", "end"]
     assert model.get("LB", [2]) == [-INF] and model.get("UB", [4]) == [3]
 

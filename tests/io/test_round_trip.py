@@ -67,7 +67,7 @@ def random_model(files, seed, crossed_rows=False):
             if not crossed_rows and low > high:
                 low, high = high, low
             model.addrow(list(map(int, cols)), values, low, high, name)
-    for k in range(int(rng.integers(0, 3))):
+    for _ in range(int(rng.integers(0, 3))):
         members = rng.choice(n, int(rng.integers(0, n + 1)), replace=False)
         weights = [random_number(rng) for _ in members]
         model.addsos([int(rng.integers(1, 3))], [0], list(map(int, members)), weights)

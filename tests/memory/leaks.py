@@ -27,7 +27,7 @@ print("done")
 
 
 def main():
-    options = {"ASAN_OPTIONS": "detect_leaks=1:fast_unwind_on_malloc=0", "LSAN_OPTIONS": "max_leaks=0"}
+    options = {"ASAN_OPTIONS": "detect_leaks=1:fast_unwind_on_malloc=0", "UBSAN_OPTIONS": ""}
     run = subprocess.run(
         [sys.executable, "-c", LOOP, str(MODEL)], env={**os.environ, **options}, capture_output=True, text=True
     )
