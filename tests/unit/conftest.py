@@ -85,6 +85,8 @@ def _run_children(items):
                 output, how = (late.stdout or b"").decode(errors="replace"), f"did not end in {SECONDS} s"
             for line in Path(file.name).read_text().splitlines():
                 report = config.hook.pytest_report_from_serializable(config=config, data=json.loads(line))
+                if isinstance(report.longrepr, list):  # of a skipped test; JSON has no tuples
+                    report.longrepr = tuple(report.longrepr)
                 done.setdefault(report.nodeid, []).append(report)
         unfinished = [item for item in left if not any(r.when == "teardown" for r in done.get(item.nodeid, []))]
         if not unfinished:
