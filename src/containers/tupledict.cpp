@@ -50,10 +50,8 @@ void tupledict_dealloc(PyObject* self) {
 // ---- Queries ----
 
 Ref key_list(TupleDict& self) {
-    if (!self.keys_) {
-        Ref keys = Ref::steal(PyDict_Keys(as_object(&self)));
-        assign(self.keys_, new_tuplelist(keys.get()));
-    }
+    if (!self.keys_)
+        assign(self.keys_, tuplelist_from(Ref::steal(PyDict_Keys(as_object(&self)))));
     return Ref::borrow(self.keys_);
 }
 
@@ -62,7 +60,7 @@ Ref key_list(TupleDict& self) {
 template <class Use> void each_key(TupleDict& self, Borrowed query, Use use) {
     Ref keys = key_list(self);
     auto* list = reinterpret_cast<TupleList*>(keys.get());
-    Candidates found = find_candidates(*list, query);
+    Candidates found = find_candidates(*list, query, Rows::AreAsIndexed);
     if (!found.all && !found.list)
         return each_match(*list, found, query, use);
     if (!found.all) {
@@ -147,7 +145,7 @@ Ref tupledict_prod(TupleDict& self, const Call& call) {
     bool plain = has_plain_lookup(coeffs);
     each_key(self, query.get(), [&](Py_ssize_t position, Ref key) {
         Ref coeff = plain ? find_value(coeffs, position, key.get())
-                          : Ref::steal(PyObject_CallMethod(coeffs, "get", "O", key.get()));
+                          : Ref::steal(PyObject_CallMethod(coeffs, "get", "(O)", key.get()));
         if (coeff && coeff.get() != Py_None) {
             Ref value = value_at(as_object(&self), position, key.get());
             products.add(coeff.get(), value.get());

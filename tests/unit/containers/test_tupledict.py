@@ -51,6 +51,9 @@ def test_queries():
     assert type(made.select(1)) is list
     assert value(made.sum()) == 12.0 and value(made.sum("*", 2)) == 7.0 and value(tupledict().sum()) == 0.0
     assert made.select([2, 1]) == [3, 4, 5]
+    nan = float("nan")
+    odd = tupledict({(nan, 1): 5, (1, 1): 6})
+    assert odd.select(nan) == [5] and odd.select(nan, 1) == [] and odd.select([nan, 1], 1) == []
     assert tupledict({(1, "a"): 1, (1, ("x",)): 2}).select(1) == [1, 2]
 
 
