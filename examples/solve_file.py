@@ -46,7 +46,7 @@ def main(path, seconds=None):
     print_table(
         ["variable", "type", "lower", "upper", "cost", "value"],
         [
-            [name[j], kind[j], number(lower[j]), number(upper[j]), number(cost[j]), number(value[j])]
+            [name[j], kind[j].decode(), number(lower[j]), number(upper[j]), number(cost[j]), number(value[j])]
             for j in range(m.NumVars)
         ],
     )

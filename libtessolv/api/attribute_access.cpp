@@ -16,10 +16,13 @@ template <class Access> struct Row {
 template <class Access, size_t N>
 consteval ByAttr<Access> by_attr(bool (*promised)(const AttrRow&), const Row<Access> (&rows)[N]) {
     ByAttr<Access> table{};
-    for (const Row<Access>& r : rows)
+    bool there[kAttrCount] = {};
+    for (const Row<Access>& r : rows) {
         table[static_cast<size_t>(r.attr)] = r.access;
+        there[static_cast<size_t>(r.attr)] = true;
+    }
     for (int a = 0; a < kAttrCount; ++a)
-        if (promised(kAttrs[a]) != (table[static_cast<size_t>(a)] != nullptr))
+        if (promised(kAttrs[a]) != there[a])
             throw "an attribute has no access, or one that its row does not promise";
     return table;
 }

@@ -23,7 +23,7 @@ constexpr CodeText kTexts[] = {
     {TSO_IO_ERROR, "Reading or writing failed part-way; look for a full or broken device"},
     {TSO_FILE_READ_ERROR, "The file could not be read: look whether it exists and may be read"},
     {TSO_FILE_WRITE_ERROR, "The file could not be written: look whether its folder exists, may be written to and has space left"},
-    {TSO_DIRECTORY_ERROR, "The name is that of a folder, and a file is needed"},
+    {TSO_DIRECTORY_ERROR, "The name is that of a folder where a file is needed, or its folder does not exist"},
     {TSO_FORMAT_ERROR, "The file is malformed, or its suffix is unknown; the log names the line and what was expected"},
     {TSO_VERSION_ERROR, "The file was written for another version"},
     {TSO_REMOTE_INVALID_TOKEN, "The remote service refused the token"},

@@ -116,6 +116,10 @@ int TSOgetstrparaminfo(TSOenv env, const char* name, char* current, char* defaul
 }
 
 int TSOresetparams(TSOenv env) {
+    if (!env) {
+        pending.reset();
+        return TSO_OKAY;
+    }
     return on_env(env, Mode::Edit, [](Env& e) { e.reset(); });
 }
 

@@ -1,4 +1,4 @@
-// The version of the library, once.
+// The version of library and module, once: the build and the package read the three numbers from here.
 #pragma once
 
 namespace tso {

@@ -49,7 +49,10 @@ struct HighsExchange : StopFlag {
     double first_poll = -1;      // seconds from begin when presolve was over
     std::vector<PoolEntry> pool; // improving solutions, the best last
     size_t pool_size = 1, columns = 0;
-    int64_t improving = 0;  // how many were found
+    int64_t improving = 0;               // how many were found
+    int64_t stalling_nodes = TSO_MAXINT; // how many without a better solution end the run
+    int64_t best_at = -1;                // nodes when the last better solution was found; -1: none yet
+    bool stalled = false;
     bool collecting = true; // false: what HiGHS finds now are not solutions of the model
 };
 
@@ -92,12 +95,16 @@ private:
                            bool relaxed = false); // the discrete variables were made continuous
 
     // highs_result.cpp
+    int try_again(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange, int code, Solution& result);
     int read_result(Model& model, Run& run, HighsExchange& exchange, const HighsOutcome& outcome, Solution& result);
     void read_solution(const Model& model, Solution& result);
     void finish_solution(const Model& model, Solution& result);
     void read_basis(const Model& model, Solution& result);
     void set_gaps(const Model& model, Solution& result) const;
     bool accept(Model& model, const Solution& s) const;
+
+    // highs_ray.cpp
+    void find_quadratic_ray(Model& model, Run& run, Solution& result) const;
 
     // highs_polish.cpp
     void polish(Model& model, Run& run, Solution& result);

@@ -12,7 +12,7 @@ namespace {
 
 // A trial of the filter that takes longer than this counts its members as needed: the subsystem stays infeasible,
 // though it may then be reducible.
-constexpr double kLongestTrial = 20;
+constexpr double kLongestTrial = 2;
 
 struct Problem { // constraints only
     int n = 0, m = 0;
@@ -78,7 +78,7 @@ private:
     void prepare(HighsObject& highs) const;
     bool of_one_element();
     bool of_relaxation();
-    void by_deletion();
+    void by_deletion(bool among_members);
 };
 
 void Search::prepare(HighsObject& highs) const {
@@ -152,7 +152,9 @@ bool Search::of_relaxation() {
     return rows + cols > 0;
 }
 
-void Search::by_deletion() {
+// Among all rows and bounds, or among the members of a subsystem that is infeasible already without integrality: with
+// it, fewer may do.
+void Search::by_deletion(bool among_members) {
     const Problem& p = problem;
     HighsObject highs;
     void* h = highs.get();
@@ -186,13 +188,19 @@ void Search::by_deletion() {
         return status == kHighsModelStatusInfeasible || status == kHighsModelStatusUnboundedOrInfeasible;
     };
     std::vector<int> open, needed;
+    const auto take = [&](int e, bool limits, int8_t member) {
+        if (among_members && !member)
+            leave_out(e, true);
+        else if (limits)
+            open.push_back(e);
+    };
     for (int i = 0; i < p.m; ++i)
-        if (p.row_lower[i] > -TSO_INFINITY || p.row_upper[i] < TSO_INFINITY)
-            open.push_back(i);
+        take(i, p.row_lower[i] > -TSO_INFINITY || p.row_upper[i] < TSO_INFINITY, result->row[i]);
     const size_t rows = open.size();
     for (int j = 0; j < p.n; ++j)
-        if (p.lower[j] > -TSO_INFINITY || p.upper[j] < TSO_INFINITY)
-            open.push_back(p.m + j);
+        take(p.m + j, p.lower[j] > -TSO_INFINITY || p.upper[j] < TSO_INFINITY, result->col[j]);
+    std::fill(result->row.begin(), result->row.end(), 0);
+    std::fill(result->col.begin(), result->col.end(), 0);
     size_t at = 0, chunk = std::max<size_t>(1, rows / 4);
     bool complete = true;
     while (at < open.size()) {
@@ -223,12 +231,17 @@ void Search::by_deletion() {
 }
 
 void Search::operator()() {
-    if (of_one_element() || of_relaxation())
+    if (of_one_element()) {
         result->code = TSO_OKAY;
-    else if (over())
-        result->code = TSO_ABORT_TIME_LIMIT;
-    else if (discrete)
-        by_deletion();
+    } else {
+        const bool relaxed = of_relaxation();
+        if (relaxed)
+            result->code = TSO_OKAY;
+        if (discrete)
+            by_deletion(relaxed);
+        else if (!relaxed && over())
+            result->code = TSO_ABORT_TIME_LIMIT;
+    }
     if (threads > 1)
         Highs_resetGlobalScheduler(1);
 }

@@ -43,7 +43,6 @@ struct LimitRow {
 constexpr LimitRow kMipLimits[] = {
     {Param::MIP_MaxNodes, "mip_max_nodes"},
     {Param::MIP_MaxSols, "mip_max_improving_sols"},
-    {Param::MIP_MaxStallingNodes, "mip_max_stall_nodes"},
 };
 constexpr LimitRow kLpLimits[] = {
     {Param::SPX_MaxIterations, "simplex_iteration_limit"},

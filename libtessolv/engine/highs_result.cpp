@@ -71,6 +71,35 @@ double proof_of(const Model& model, const std::vector<double>& y, double sign) {
     return static_cast<double>(side) / std::max(scale, 1e-300);
 }
 
+// Whether the objective gets better without end along the ray and every bound and side lets it.
+bool is_unbounded_along(const Model& model, const std::vector<double>& ray) {
+    const Columns& cols = model.cols();
+    const Rows& rows = model.rows();
+    double size = 0, gain = 0;
+    for (size_t j = 0; j < ray.size(); ++j) {
+        size = std::max(size, std::fabs(ray[j]));
+        gain -= model.sense() * cols.cost[j] * ray[j];
+    }
+    const double tolerance = 1e-6 * size;
+    for (int j = 0; j < cols.size(); ++j)
+        if ((ray[j] > tolerance && cols.upper[j] < TSO_INFINITY) ||
+            (ray[j] < -tolerance && cols.lower[j] > -TSO_INFINITY))
+            return false;
+    for (int i = 0; i < rows.size(); ++i) {
+        double sum = 0, largest = 1;
+        const auto c = rows.matrix.columns_of(i);
+        const auto a = rows.matrix.values_of(i);
+        for (size_t k = 0; k < c.size(); ++k) {
+            sum += a[k] * ray[c[k]];
+            largest = std::max(largest, std::fabs(a[k]));
+        }
+        if ((sum > tolerance * largest && rows.upper[i] < TSO_INFINITY) ||
+            (sum < -tolerance * largest && rows.lower[i] > -TSO_INFINITY))
+            return false;
+    }
+    return gain > 0;
+}
+
 } // namespace
 
 bool highs_can(const Features& f) {
@@ -92,6 +121,7 @@ int HighsEngine::solve(Model& model, Run& run, Solution& result) {
     auto exchange = std::make_shared<HighsExchange>();
     exchange->columns = model.cols().size();
     exchange->pool_size = result.is_mip ? model.env.params().get_int(Param::MIP_SolutionPoolSize) : 1;
+    exchange->stalling_nodes = model.env.params().get_int(Param::MIP_MaxStallingNodes);
     const HighsExtras extras = add_extras(model);
     if (result.is_mip)
         start_from_solution(model);
@@ -99,35 +129,47 @@ int HighsEngine::solve(Model& model, Run& run, Solution& result) {
         start_from_basis(model);
     HighsOutcome outcome = run_highs(model, run, exchange);
     int code = read_result(model, run, *exchange, outcome, result);
-    if (result.status == TSO_STATUS_OPTIMAL && !accept(model, result)) {
-        // A second try that shuns what may have brought the errors in.
-        object_->set("presolve", "off");
-        object_->set("simplex_scale_strategy", 0);
-        object_->set("qp_regularization_value", 0.0);
-        model.env.log().line("The answer violates its tolerances; running again without presolve and scaling.");
-        Solution second;
-        second.is_mip = result.is_mip;
-        outcome = run_highs(model, run, exchange);
-        const int second_code = read_result(model, run, *exchange, outcome, second);
-        if (second.status == TSO_STATUS_OPTIMAL && accept(model, second)) {
-            second.simplex_iterations += result.simplex_iterations;
-            second.ipm_iterations += result.ipm_iterations;
-            second.nodes += result.nodes;
-            result = std::move(second);
-            code = second_code;
-        } else {
-            result.status = TSO_STATUS_SUB_OPTIMAL;
-            if (second_code == TSO_ABORT_INTERRUPTED || second_code == TSO_ABORT_TIME_LIMIT)
-                code = second_code;
-        }
-        if (object_)
-            object_->set("qp_regularization_value", 1e-7);
-    }
+    const bool gave_up = code == TSO_SIMPLEX_NUMERIC || code == TSO_INTERIOR_NUMERIC;
+    if (gave_up || (result.status == TSO_STATUS_OPTIMAL && !accept(model, result)))
+        code = try_again(model, run, exchange, code, result);
     if (object_)
         remove_extras(model, extras);
     if (result.is_mip)
         polish(model, run, result);
+    if (has_quadratic_ && result.status == TSO_STATUS_UNBOUNDED)
+        find_quadratic_ray(model, run, result);
     return code;
+}
+
+// A second try that shuns what may have brought the errors in.
+int HighsEngine::try_again(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange, int code,
+                           Solution& result) {
+    if (!object_)
+        return code;
+    model.env.log().line("Running again without presolve and scaling.");
+    Highs_clearSolver(object_->get());
+    object_->set("presolve", "off");
+    object_->set("simplex_scale_strategy", 0);
+    object_->set("qp_regularization_value", 0.0);
+    Solution second;
+    second.is_mip = result.is_mip;
+    const HighsOutcome outcome = run_highs(model, run, exchange);
+    const int second_code = read_result(model, run, *exchange, outcome, second);
+    if (object_)
+        object_->set("qp_regularization_value", 1e-7);
+    const bool first_holds = result.status == TSO_STATUS_OPTIMAL; // but for its violations
+    if (second_code == TSO_OKAY && (second.status != TSO_STATUS_OPTIMAL || accept(model, second))) {
+        second.simplex_iterations += result.simplex_iterations;
+        second.ipm_iterations += result.ipm_iterations;
+        second.nodes += result.nodes;
+        result = std::move(second);
+        return TSO_OKAY;
+    }
+    if (first_holds)
+        result.status = TSO_STATUS_SUB_OPTIMAL;
+    else if (second.has_primal())
+        result = std::move(second);
+    return second_code == TSO_ABORT_INTERRUPTED || second_code == TSO_ABORT_TIME_LIMIT ? second_code : code;
 }
 
 // Whether an answer that HiGHS calls optimal holds in the user's units; says in the log what does not.
@@ -170,17 +212,21 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
             code = row.code;
         }
     News news;
+    bool stalled = false;
     {
         std::lock_guard lock(exchange.mutex);
         news = exchange.news;
         result.pool = std::move(exchange.pool);
         exchange.pool.clear();
         result.presolve_seconds = std::max(0.0, exchange.first_poll);
+        stalled = exchange.stalled;
     }
     // A stop that was asked for shows in several statuses of HiGHS, by where it came to notice.
     const bool limited = code == TSO_ABORT_TIME_LIMIT || code == TSO_ABORT_INTERRUPTED || !outcome.ended ||
                          (code == TSO_ERROR && exchange.stop.load());
-    if (limited)
+    if (outcome.status == kHighsModelStatusInterrupt && stalled && !exchange.stop.load())
+        code = TSO_ABORT_STALLING_NODE_LIMIT;
+    else if (limited)
         code = run.interrupt.load() ? TSO_ABORT_INTERRUPTED : TSO_ABORT_TIME_LIMIT;
 
     if (outcome.ended) {
@@ -208,8 +254,6 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
     if (code == TSO_ABORT_SOLUTION_LIMIT) {
         if (result.nodes >= p.get_int(Param::MIP_MaxNodes))
             code = TSO_ABORT_NODE_LIMIT;
-        else if (exchange.improving < p.get_int(Param::MIP_MaxSols))
-            code = TSO_ABORT_STALLING_NODE_LIMIT;
     }
     if (code == TSO_ERROR) // HiGHS gave up
         code = p.get_int(Param::Method) >= 2 && !result.is_mip ? TSO_INTERIOR_NUMERIC : TSO_SIMPLEX_NUMERIC;
@@ -220,6 +264,8 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
     const size_t n = model.cols().size(), m = model.rows().size();
     if (result.status == TSO_STATUS_UNBOUNDED && outcome.primal_ray.size() >= n)
         result.primal_ray.assign(outcome.primal_ray.begin(), outcome.primal_ray.begin() + n);
+    if (!result.primal_ray.empty() && !is_unbounded_along(model, result.primal_ray))
+        result.primal_ray.clear();
     if (result.status == TSO_STATUS_INFEASIBLE && outcome.dual_ray.size() == m && !result.is_mip) {
         const double plus = proof_of(model, outcome.dual_ray, 1), minus = proof_of(model, outcome.dual_ray, -1);
         if (std::max(plus, minus) > 0) {

@@ -24,6 +24,7 @@ void keep_solution(HighsExchange& x, const HighsCallbackDataOut& out) {
 // Called by HiGHS on the worker. Nothing may be thrown through HiGHS.
 void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallbackDataIn* in, void* user) noexcept {
     HighsExchange& x = *static_cast<HighsExchange*>(user);
+    bool stalled = false;
     try {
         std::lock_guard lock(x.mutex);
         if (x.first_poll < 0)
@@ -40,8 +41,15 @@ void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallb
         case kHighsCallbackMipInterrupt:
             x.news.nodes = out->mip_node_count;
             x.news.iterations = out->mip_total_lp_iterations;
-            x.news.incumbent = finite_or_none(out->mip_primal_bound);
+            if (const double incumbent = finite_or_none(out->mip_primal_bound); incumbent == incumbent) {
+                if (incumbent != x.news.incumbent)
+                    x.best_at = out->mip_node_count;
+                x.news.incumbent = incumbent;
+                x.stalled = x.collecting && x.stalling_nodes < TSO_MAXINT &&
+                            out->mip_node_count - x.best_at >= x.stalling_nodes;
+            }
             x.news.bound = finite_or_none(out->mip_dual_bound);
+            stalled = x.stalled;
             break;
         case kHighsCallbackMipImprovingSolution:
             if (x.collecting)
@@ -54,7 +62,7 @@ void on_event(int type, const char*, const HighsCallbackDataOut* out, HighsCallb
     const bool asks = type == kHighsCallbackSimplexInterrupt || type == kHighsCallbackIpmInterrupt ||
                       type == kHighsCallbackMipInterrupt;
     if (in)
-        in->user_interrupt = asks && x.stop.load();
+        in->user_interrupt = asks && (x.stop.load() || stalled);
 }
 
 void on_nothing(int, const char*, const HighsCallbackDataOut*, HighsCallbackDataIn*, void*) {}
@@ -183,19 +191,30 @@ std::vector<double> ray_of_one_column(void* h) {
     return {};
 }
 
+// HiGHS has a ray only if the simplex method that ends with one was the last to run. Asked for one that it has not, it
+// solves again, with the options of the moment.
 void Job::read_rays() {
     void* h = object->get();
-    HighsInt has = 0;
-    if (Highs_getModelStatus(h) == kHighsModelStatusUnbounded) {
-        std::vector<double> ray(Highs_getNumCol(h), 0.0);
-        if (Highs_getPrimalRay(h, &has, ray.data()) != kHighsStatusError && has)
-            outcome->primal_ray = std::move(ray);
-        else if (Highs_getNumRow(h) == 0) // for which HiGHS has none: one column alone
-            outcome->primal_ray = ray_of_one_column(h);
-    } else if (Highs_getModelStatus(h) == kHighsModelStatusInfeasible) {
-        std::vector<double> ray(Highs_getNumRow(h));
-        if (Highs_getDualRay(h, &has, ray.data()) != kHighsStatusError && has)
-            outcome->dual_ray = std::move(ray);
+    const HighsInt status = Highs_getModelStatus(h);
+    const bool unbounded = status == kHighsModelStatusUnbounded;
+    if ((!unbounded && status != kHighsModelStatusInfeasible) || stopped())
+        return;
+    if (unbounded && Highs_getNumRow(h) == 0) { // for which HiGHS has none
+        outcome->primal_ray = ray_of_one_column(h);
+        return;
+    }
+    object->set("solver", "simplex");
+    object->set("simplex_strategy", unbounded ? 4 : 1); // primal : dual
+    std::vector<double> ray(unbounded ? Highs_getNumCol(h) : Highs_getNumRow(h));
+    for (int attempt = 0; attempt < 2 && !stopped(); ++attempt) {
+        HighsInt has = 0;
+        const HighsInt code =
+            unbounded ? Highs_getPrimalRay(h, &has, ray.data()) : Highs_getDualRay(h, &has, ray.data());
+        if (code != kHighsStatusError && has) {
+            (unbounded ? outcome->primal_ray : outcome->dual_ray) = std::move(ray);
+            return;
+        }
+        Highs_clearSolver(h);
     }
 }
 
@@ -214,10 +233,11 @@ void Job::operator()() {
     if (mip) {
         if ((status == kHighsModelStatusUnboundedOrInfeasible || status == kHighsModelStatusUnbounded) && !stopped())
             status = tell_unbounded_mip();
-    } else if (!quadratic) {
-        if (status == kHighsModelStatusUnboundedOrInfeasible && !stopped())
+    } else {
+        if (status == kHighsModelStatusUnboundedOrInfeasible && !quadratic && !stopped())
             status = tell_unbounded_lp();
-        read_rays();
+        if (!quadratic || status == kHighsModelStatusInfeasible)
+            read_rays();
     }
     outcome->status = status;
     Highs_setCallback(h, on_nothing, nullptr);

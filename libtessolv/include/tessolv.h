@@ -149,7 +149,7 @@ TSO_API int TSOgetdblparaminfo(TSOenv env, const char* name, double* current, do
                                double* defaultvalue);
 /* current, defaultvalue: at least TSO_MAX_STRLEN bytes each. */
 TSO_API int TSOgetstrparaminfo(TSOenv env, const char* name, char* current, char* defaultvalue);
-/* Sets every parameter to its default; closes the log file. */
+/* Sets every parameter to its default; closes the log file. With a null `env`: forgets what was set on it. */
 TSO_API int TSOresetparams(TSOenv env);
 /* Reads parameters from a file (".prm", also ".prm.gz", ".prm.bz2"). All or none are set.
  * TSO_FILE_READ_ERROR, TSO_DIRECTORY_ERROR, TSO_FORMAT_ERROR, TSO_PARAM_SET_ERROR. */

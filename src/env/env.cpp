@@ -11,9 +11,9 @@ namespace {
 // Parameters that were set on the null environment for an Env whose construction then fails must not reach the next
 // one.
 struct KeptParams {
-    bool wanted = false;
+    bool any = false; // until the solver takes them over
     ~KeptParams() {
-        if (!wanted)
+        if (any)
             TSOresetparams(nullptr);
     }
 };
@@ -30,27 +30,30 @@ void env_init(Env& self, PyObject* args, PyObject* kwargs) {
     env_dispose(self); // __init__ called a second time: the first environment is not lost
     self.empty = is_empty;
     self.envptr = nullptr;
+    KeptParams kept;
     if (params && params != Py_None) {
         // Set on the null environment, which keeps them for the one that is made next.
         PyObject *key, *value;
         Py_ssize_t position = 0, size = PyDict_Size(params);
         Ref set = Ref::steal(PyObject_GetAttrString(as_object(&self), "setParam"));
-        KeptParams kept;
+        kept.any = PyDict_Size(params) > 0;
         while (PyDict_Next(params, &position, &key, &value)) {
             Ref hold_key = Ref::borrow(key), hold_value = Ref::borrow(value);
             Ref::steal(PyObject_CallFunctionObjArgs(set.get(), key, value, nullptr));
             if (PyDict_Size(params) != size)
                 raise(PyExc_RuntimeError, "dictionary changed size during iteration");
         }
-        kept.wanted = true;
     }
     TSOenv created = reinterpret_cast<TSOenv>(3);
     self.envptr = created;
     if (is_empty) {
+        kept.any = false;
         check(TSOemptyenv(&self.envptr));
     } else {
         Ref no_name = Ref::steal(PyUnicode_FromString(""));
-        check(TSOloadenv(&self.envptr, str2chars(logfilename ? logfilename : no_name.get())));
+        Chars path = str2chars(logfilename ? logfilename : no_name.get());
+        kept.any = false;
+        check(TSOloadenv(&self.envptr, path));
     }
     self.alive = 1;
     checked(PyList_Append(state().env_registry, as_object(&self)));

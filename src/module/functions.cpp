@@ -3,6 +3,7 @@
 #include "containers/multidict.h"
 #include "env/env.h"
 #include "env/params.h"
+#include "expr/quicksum.h"
 #include "model/model.h"
 #include "module/state.h"
 #include "module/text.h"
@@ -49,6 +50,12 @@ Ref paramHelp(PyObject*, const Call& call) {
     auto [name] = parse(signature, call);
     print_param_help(name);
     return Ref::none();
+}
+
+Ref quicksumFunction(PyObject*, const Call& call) {
+    static const Signature<1> signature{"quicksum", {"data"}, 1};
+    auto [data] = parse(signature, call);
+    return quicksum(data);
 }
 
 Ref read(PyObject*, const Call& call) {
@@ -152,6 +159,12 @@ PyMethodDef function_defs[] = {
                         "Prints name, type and description of parameters.\n\n"
                         "paramname: str, in any case, \"_\" as good as \"/\"; \"*\" and \"?\" are wildcards.\n\n"
                         "Example: paramHelp(\"MIP/*\")"),
+    keywords<quicksumFunction>("quicksum", "quicksum($module, data)\n--\n\n"
+                                           "The sum of many items, faster than sum().\n\n"
+                                           "data: an iterable of numbers, Var, LinExpr and QuadExpr.\n"
+                                           "Returns a QuadExpr if there are quadratic terms, otherwise a LinExpr.\n"
+                                           "Raises TypeError for other items.\n\n"
+                                           "Example: quicksum(c[i] * x[i] for i in x)"),
     keywords<read>("read", "read($module, filename, env=None)\n--\n\n"
                            "Reads a model file into a new Model.\n\n"
                            "filename: str, ending in .lp, .mps or .qps, also with .gz or .bz2.\n"

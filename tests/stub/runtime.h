@@ -314,17 +314,18 @@ inline int answer_TSOsetcallbackfunc(TSOmodel, int (*cb)(TSOmodel, TSOcbdata, in
 }
 inline int answer_TSOoptimize(TSOmodel model) {
     State& s = state();
+    int code = 0;
     auto run = [&] {
-        for (int i = 0; i < s.callbacks && s.callback; ++i) {
+        for (int i = 0; i < s.callbacks && s.callback && !code; ++i) {
             if (s.callback(model, new_handle<TSOcbdata>("cbdata"), s.where, s.usrdata))
-                return;
+                code = TSO_ABORT_INTERRUPTED;
         }
     };
     if (s.on_thread)
         std::thread(run).join();
     else
         run();
-    return 0;
+    return code;
 }
 inline int answer_TSOcomputeIIS(TSOmodel model) { return answer_TSOoptimize(model); }
 inline int answer_TSOcbget(TSOcbdata, int, int, void* result) {

@@ -5,6 +5,7 @@ parent collects the tests, starts the children and passes on what they report; t
 ordinary tests. A child that dies fails the test it died in, and a new child goes on with the next one.
 """
 
+import gc
 import json
 import os
 import subprocess
@@ -85,7 +86,7 @@ def _run_children(items):
                 output, how = (late.stdout or b"").decode(errors="replace"), f"did not end in {SECONDS} s"
             for line in Path(file.name).read_text().splitlines():
                 report = config.hook.pytest_report_from_serializable(config=config, data=json.loads(line))
-                if isinstance(report.longrepr, list):  # of a skipped test; JSON has no tuples
+                if isinstance(report.longrepr, list):  # of a skipped test: a tuple before JSON made a list of it
                     report.longrepr = tuple(report.longrepr)
                 done.setdefault(report.nodeid, []).append(report)
         unfinished = [item for item in left if not any(r.when == "teardown" for r in done.get(item.nodeid, []))]
@@ -135,12 +136,15 @@ def stub():
     import remote
     import tessolvpy
 
+    gc.collect()  # what earlier tests left behind is freed now, and not in the middle of this test's log
+    gc.disable()
     control = remote.Stub()
     control.reset()
     tessolvpy.disposeDefaultEnv()
     control.clear()
     yield control
     control.reset()
+    gc.enable()
 
 
 @pytest.fixture
@@ -161,6 +165,16 @@ def model(stub):
     made = tessolvpy.read("model.mps")
     stub.clear()
     return made
+
+
+@pytest.fixture
+def xyz(stub, env):
+    """Three variables, all of which are called v."""
+    import tessolvpy
+
+    stub.set(VarName="v")
+    made = tessolvpy.Model("m", env)
+    return [made.addVar() for _ in range(3)]
 
 
 @pytest.fixture

@@ -1,5 +1,7 @@
 """The public constants: values, double exposure, documentation of the properties."""
 
+import ctypes
+
 import pytest
 import tables
 import tessolvpy as tso
@@ -68,6 +70,16 @@ def test_name_constants(holder, rows, shown):
         assert len(second) > 10
         with pytest.raises(AttributeError):
             setattr(holder, attribute, "x")
+
+
+def test_declared_types_are_those_of_the_library(stub):
+    """The stand-in answers from the library's own tables; the module's tables are others."""
+    kinds = ["char", "int", "double", "string", "matrix"]
+    kind, made = ctypes.c_int(), tso.Model()
+    for declared, names in tables.ATTRIBUTES.items():
+        for name in names:
+            code = stub.lib.TSOgetattrinfo(made.ctypes().data, name.encode(), ctypes.byref(kind), None, None)
+            assert (code, kinds[kind.value]) == (0, declared), name
 
 
 def test_descriptions_by_sample():

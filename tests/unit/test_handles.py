@@ -119,7 +119,6 @@ def test_only_variables_are_operands(model):
     assert set(bases.values()) == {(object,)}
     assert tso.Operand.__array_priority__ == 1000
     assert type(tso.Operand.__array_priority__) is int
-    assert model.getPsdVars()[0].__array_priority__ == 1000.0
 
 
 def test_hash_of_a_bare_operand(stub):
@@ -150,13 +149,11 @@ def test_handles_as_keys(model):
 
 
 def test_handles_do_not_keep_the_model(stub, model):
-    model.reset()
-    handle = stub.calls()[0][1]
     made = tso.read("b.mps")
     x = made.getVars()[0]
+    stub.clear()
     made.reset()
     own = stub.calls()[0][1]
-    assert own != handle
     del made
     gc.collect()
     assert stub.calls() == [("TSOfreemodel", own)]

@@ -55,7 +55,8 @@ def actions(stub):
     yield "write list", lambda m, x: (m.setAttr("UB", m.getVars(), values), m.setAttr("VarName", m.getVars(), texts))
     yield "write array", lambda m, x: m.setAttr("UB", m.getVars(), array)
     yield "text, index, hash", lambda m, x: (str(x), x.index, hash(x), x.sameAs(x), x.sameAs(None))
-    yield "matrix", lambda m, x: (m.getPsdVars()[0].PsdX, setattr(m.getPsdVars()[0], "PsdObj", numpy.eye(2)))
+    if hasattr(tso, "PsdExpr"):
+        yield "matrix", lambda m, x: (m.getPsdVars()[0].PsdX, setattr(m.getPsdVars()[0], "PsdObj", numpy.eye(2)))
     yield "parameters", lambda m, x: (m.Params.MaxTime, m.Params.LogFile, m.getParamInfo("LogFile"))
     yield "run", lambda m, x: (m.optimize(), m.optimize(print), m.computeIIS(), m.reset(), m.cleanupMilp())
     yield "files", lambda m, x: (m.read(NAME), m.write(NAME), m.message(NAME))
@@ -138,13 +139,13 @@ def test_loops_hold_on_to_nothing(stub, model, name):
         return [sys.getrefcount(one) for one in watched], sys.getallocatedblocks()
 
     loop(20)
-    if name == "view":
-        x = model.getVars()[1]
-    counts, blocks = loop(50)
-    counts_after, blocks_after = loop(200)
-    grown = [(one, b - a) for one, a, b in zip(watched, counts, counts_after) if b - a > 60]
-    assert not grown
-    assert blocks_after - blocks < 150
+    grown = []
+    for _ in range(4):  # the least of four: types that come and go leave some noise behind
+        counts, blocks = loop(50)
+        counts_after, blocks_after = loop(200)
+        grown.append((blocks_after - blocks, max(b - a for a, b in zip(counts, counts_after))))
+    assert min(blocks for blocks, _ in grown) < 120
+    assert min(references for _, references in grown) < 60
 
 
 def test_buffers_are_freed(stub):

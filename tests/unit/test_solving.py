@@ -82,16 +82,13 @@ def test_callbacks_come_in(stub, model, capfd, on_thread, method, function):
         seen.append(arguments)
         threads.add(threading.get_ident())
         assert model.NumVars == 3
-        model.terminate()  # allowed in here
 
     threads = set()
     stub.call_back(3, where=5, on_thread=on_thread)
     getattr(model, method)(callback)
     assert seen == [(model, 5)] * 3
     assert (threads == {threading.get_ident()}) is not on_thread
-    del callback
-    with pytest.raises(RuntimeError):
-        model.terminate()
+    assert capfd.readouterr().err == ""
 
 
 def test_callback_errors_are_printed_and_the_run_goes_on(stub, model, capfd):
@@ -115,6 +112,39 @@ def test_other_threads_run_meanwhile(stub, model):
     stub.call_back(1, on_thread=True)
     model.optimize(lambda m, where: entered.set())
     assert entered.is_set()
+
+
+@each_run
+def test_terminate_ends_the_run(stub, model, capfd, method, function):
+    """The library is told by a callback that answers with a failure; it is the one that ends the run."""
+    seen = []
+
+    def callback(m, where):
+        seen.append(m.terminate())
+
+    stub.call_back(3)
+    with pytest.raises(tso.TessolvError) as caught:
+        getattr(model, method)(callback)
+    assert caught.value.errno == tso.TSO.ABORT_INTERRUPTED
+    assert seen == [None]
+    with pytest.raises(RuntimeError):
+        model.terminate()
+    getattr(model, method)()
+
+
+@each_run
+def test_exit_in_a_callback_ends_the_run(stub, model, method, function):
+    """What is no Exception is not printed and forgotten."""
+
+    def callback(m, where):
+        seen.append(where)
+        raise KeyboardInterrupt
+
+    seen = []
+    stub.call_back(3, on_thread=True)
+    with pytest.raises((tso.TessolvError, KeyboardInterrupt)):
+        getattr(model, method)(callback)
+    assert len(seen) == 1
 
 
 def test_terminate_outside_a_callback(stub, model):

@@ -1,0 +1,67 @@
+"""Reading results, checking them against the mathematics, and problems that are hard enough."""
+
+import capi
+import numpy as np
+
+OPTIMAL, INFEASIBLE, UNBOUNDED, SUB_OPTIMAL = 1, 2, 3, 5
+LOWER, BASIC, UPPER, SUPER = range(4)
+INF = capi.INFINITY
+
+
+def primal(m):
+    return np.array(m.get("X", length=m.count("NumVars")))
+
+
+def duals(m):
+    return np.array(m.get("DualSoln", length=m.count("NumConstrs")))
+
+
+def reduced(m):
+    return np.array(m.get("ReducedCost", length=m.count("NumVars")))
+
+
+def basis(m):
+    cols = m.get("ColBasis", kind="int", length=m.count("NumVars"))
+    return cols, m.get("RowBasis", kind="int", length=m.count("NumConstrs"))
+
+
+def data(m):
+    """Dense matrix, row sides, column bounds."""
+    n, k = m.count("NumVars"), m.count("NumConstrs")
+    matrix = np.zeros((k, n))
+    for i, row in enumerate(m.rows()):
+        for j, v in row:
+            matrix[i, j] = v
+    return matrix, *(np.array(m.get(a, length=c)) for a, c in (("LHS", k), ("RHS", k), ("LB", n), ("UB", n)))
+
+
+def market_split(build, rows, columns, seed=1):
+    """Equal halves in several rows at once: small, and out of reach for branch and bound soon."""
+    rng = np.random.default_rng(seed)
+    weights = rng.integers(0, 100, (rows, columns)).astype(float)
+    slack = np.kron(np.eye(rows), [1.0, -1.0])
+    half = np.floor(weights.sum(axis=1) / 2)
+    cost = np.r_[np.zeros(columns), np.ones(2 * rows)]
+    ub = np.r_[np.ones(columns), np.full(2 * rows, INF)]
+    return build(cost, np.c_[weights, slack], half, half, ub=ub, types="B" * columns + "C" * 2 * rows)
+
+
+def large_qp(library, n):
+    """Convex, sparse, with n / 2 rows."""
+    rng = np.random.default_rng(3)
+    m = library.model()
+    m.addvars(n, obj=rng.uniform(-10, 10, n), lb=np.full(n, -10.0), ub=np.full(n, 10.0))
+    for _ in range(n // 2):
+        m.addrow(
+            np.arange(8) * (n // 8) + rng.integers(0, n // 8, 8), rng.uniform(-10, 10, 8), upper=rng.uniform(0, 50)
+        )
+    i = np.arange(n)
+    add_quadratic(m, i, i, np.full(n, 2.0))
+    add_quadratic(m, i[1:], i[:-1], np.full(n - 1, -1.0))
+    add_quadratic(m, i[7:], i[:-7], np.full(n - 7, 0.5))
+    return m
+
+
+def add_quadratic(m, rows, cols, values):
+    a = capi.Arrays()
+    m.call("TSOaddqpterms", len(rows), a.ints(rows), a.ints(cols), a.doubles(values))

@@ -1,0 +1,150 @@
+"""Solving again after edits: the answer of a fresh model, from where the last run ended."""
+
+import capi
+import numpy as np
+import pytest
+from answers import BASIC, INF, OPTIMAL, add_quadratic, basis, primal
+
+
+def knapsack_rows(build, rng, n=80, k=40, types=None):
+    matrix = rng.uniform(0, 5, (k, n)) * (rng.random((k, n)) < 0.4)
+    return build(
+        -rng.uniform(1, 2, n), matrix, np.full(k, -INF), rng.uniform(20, 40, k), ub=np.full(n, 3.0), types=types
+    )
+
+
+def test_few_iterations_after_small_edits(build, run, rng):
+    m = knapsack_rows(build, rng)
+    assert run(m) == (0, OPTIMAL)
+    cold, n = m.count("SPX/NumIters"), m.count("NumVars")
+    assert cold > 40
+
+    def warm(most):
+        assert run(m) == (0, OPTIMAL)
+        assert m.count("SPX/NumIters") <= most
+
+    warm(0)
+    inside = next(j for j, code in enumerate(basis(m)[0]) if code == BASIC)
+    m.set("UB", [inside], [primal(m)[inside] * 0.9])
+    warm(8)
+    m.set("Obj", [0], [-2.5])
+    warm(8)
+    m.addrow([0, 1, 2], [1.0, 1.0, 1.0], upper=4.0)
+    warm(8)
+    m.addvar(obj=-1.0, ub=1.0, rows=[3, m.count("NumConstrs") - 1], values=[2.0, 1.0])
+    warm(8)
+    m.delete("constrs", [5])
+    warm(cold // 3)
+    m.delete("vars", [n - 1, 7])
+    warm(cold // 3)
+    m.change([2], [2], [4.0])
+    warm(8)
+
+
+def edit(m, rng):
+    """One random edit of any kind."""
+    n, k = m.count("NumVars"), m.count("NumConstrs")
+    j, i = int(rng.integers(n)), int(rng.integers(k))
+    kind = rng.integers(10)
+    if kind == 0:
+        m.set("UB", [j], [float(rng.integers(1, 5))])
+    elif kind == 1:
+        m.set("LB", [j], [float(rng.integers(-2, 1))])
+    elif kind == 2:
+        m.set("Obj", [j], [float(rng.integers(-9, 4))])
+    elif kind == 3:
+        m.set("RHS", [i], [float(rng.integers(10, 60))])
+    elif kind == 4:
+        m.change([i], [j], [float(rng.integers(0, 6))])
+    elif kind == 5:
+        picked = rng.choice(n, 4, replace=False)
+        m.addrow(picked, rng.integers(1, 6, 4), upper=float(rng.integers(8, 30)))
+    elif kind == 6:
+        picked = rng.choice(k, 3, replace=False)
+        m.addvar(obj=-float(rng.integers(1, 9)), ub=3.0, rows=picked, values=rng.integers(1, 6, 3).astype(float))
+    elif kind == 7 and n > 8:
+        m.delete("vars", rng.choice(n, 2, replace=False))
+    elif kind == 8 and k > 5:
+        m.delete("constrs", [i])
+    elif kind == 9:
+        m.set("VType", [j], str(rng.choice(list("CIB"))))
+
+
+@pytest.mark.parametrize("types", ["C", "I", "quadratic"])
+def test_edited_models_are_solved_as_fresh_ones(build, library, run, rng, types):
+    m = knapsack_rows(build, rng, 14, 9, types="I" * 14 if types == "I" else None)
+    if types == "quadratic":
+        add_quadratic(m, range(14), range(14), np.full(14, 0.5))
+    for round_ in range(25):
+        for _ in range(int(rng.integers(1, 6))):
+            edit(m, rng)
+        if types == "quadratic":
+            m.set("VType", None, "C" * m.count("NumVars"))
+            if round_ % 5 == 4:
+                add_quadratic(m, [0, 1, 1], [0, 0, 1], [0.25, 0.5, 0.25])
+            if round_ == 20:
+                m.call("TSOdelq")
+        elif types == "C":
+            m.set("VType", None, "C" * m.count("NumVars"))
+        fresh = library.wrap(m.dll.TSOcopymodel(m.handle))
+        assert fresh.handle
+        assert run(fresh) == run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), rel=1e-6, abs=1e-6), round_
+
+
+def test_sense_and_constant_are_edits(build, run):
+    m = build([1.0, 1.0], [[1, 2]], [1], [4], ub=[2, 2])
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(0.5)
+    m.call("TSOsetintattr", capi.text("ModelSense"), -1)
+    m.call("TSOsetdblattr", capi.text("ObjConst"), 10.0)
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(13)
+
+
+def test_incumbent_is_the_next_start(build, run, rng):
+    m = knapsack_rows(build, rng, 30, 6, types="I" * 30)
+    m.parameter("MIP/GapRel", 0.0)
+    assert run(m) == (0, OPTIMAL)
+    value = m.number("ObjVal")
+    # No search, no heuristics: what is found must have been brought along, and fits a row that was added since.
+    m.addrow(range(30), np.ones(30), upper=primal(m).sum() + 1)
+    for name, low in (("MIP/MaxNodes", 0), ("MIP/LevelHeurs", 0), ("Presolve", 0)):
+        m.parameter(name, low)
+    assert run(m)[0] == capi.ABORT_NODE_LIMIT
+    assert m.number("ObjVal") == pytest.approx(value)
+
+
+def test_starts_of_the_user_are_used(build, run, rng):
+    m = knapsack_rows(build, rng, 30, 6, types="I" * 20 + "C" * 10)
+    assert run(m) == (0, OPTIMAL)
+    best, value = primal(m), m.number("ObjVal")
+    for given in (30, 20):  # complete; the integers only
+        other = build(
+            m.get("Obj", length=30), [dict_row(row, 30) for row in m.rows()], [-INF] * 6, m.get("RHS", length=6),
+            ub=np.full(30, 3.0), types="I" * 20 + "C" * 10,
+        )  # fmt: skip
+        other.set("Start", range(given), best[:given].tolist())
+        for name, low in (("MIP/MaxNodes", 0), ("MIP/LevelHeurs", 0), ("Presolve", 0)):
+            other.parameter(name, low)
+        assert run(other)[0] == capi.ABORT_NODE_LIMIT
+        assert other.number("ObjVal") == pytest.approx(value, abs=1e-6)
+
+
+def dict_row(row, n):
+    dense = np.zeros(n)
+    for j, v in row:
+        dense[j] = v
+    return dense
+
+
+def test_a_solution_outlives_edits_but_not_the_next_run(build, run):
+    m = build([1.0, 1.0], [[1, 1]], [1], [INF])
+    assert run(m) == (0, OPTIMAL)
+    m.set("LB", None, primal(m).tolist())
+    m.addvar(obj=-1.0, ub=2.0)
+    assert m.get("X", length=2) == pytest.approx(m.get("LB", length=2))
+    with pytest.raises(capi.Failed):
+        m.get("X", [2])
+    assert run(m) == (0, OPTIMAL)
+    assert m.get("X", [2]) == [2.0]

@@ -1,0 +1,177 @@
+"""Linear problems: values, signs, bases, rays."""
+
+import capi
+import numpy as np
+import pytest
+from answers import BASIC, INF, INFEASIBLE, LOWER, OPTIMAL, SUPER, UNBOUNDED, UPPER, basis, data, duals, primal, reduced
+
+
+def test_known_answers_of_a_maximization(build, run):
+    m = build([3, 2], [[1, 1], [1, 3]], [-INF, -INF], [4, 6], ub=[3, INF], maximize=True)
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == m.number("DualObjVal") == pytest.approx(11)
+    assert primal(m) == pytest.approx([3, 1])
+    assert duals(m) == pytest.approx([0, 2 / 3]) or duals(m) == pytest.approx([2, 0])
+    assert m.get("Activity", length=2) == pytest.approx([4, 6])
+
+
+@pytest.mark.parametrize("maximize", [False, True])
+@pytest.mark.parametrize("row", ["<=", ">=", "=", "range at its lower side", "range at its upper side"])
+def test_signs_of_duals_and_basis_codes(build, run, row, maximize):
+    # x between 0 and 10 with cost +-1, driven against the row 2 x (row) 6.
+    sides = {"<=": (-INF, 6), ">=": (6, INF), "=": (6, 6)}
+    sides |= {"range at its lower side": (6, 14), "range at its upper side": (1, 6)}
+    low, high = sides[row]
+    towards_low = row in (">=", "range at its lower side")
+    cost = 1.0 if towards_low != maximize else -1.0
+    if row == "=":
+        cost = 1.0
+    m = build([cost], [[2.0]], [low], [high], ub=[10], maximize=maximize)
+    assert run(m) == (0, OPTIMAL)
+    assert primal(m) == pytest.approx([3])
+    assert duals(m) == pytest.approx([cost / 2])  # objective value per unit of the side, whatever the sense
+    assert reduced(m) == pytest.approx([0])
+    cols, rows = basis(m)
+    assert cols == [BASIC]
+    assert rows == ([LOWER] if towards_low else [UPPER]) or row == "="
+    assert rows[0] != BASIC
+
+
+def test_reduced_costs_and_codes_at_bounds(build, run):
+    m = build([1, -1, 0], lb=[2, 0, -INF], ub=[5, 7, INF])
+    assert run(m) == (0, OPTIMAL)
+    assert primal(m)[:2] == pytest.approx([2, 7])
+    assert reduced(m) == pytest.approx([1, -1, 0])
+    assert basis(m)[0] == [LOWER, UPPER, SUPER]
+
+
+def test_duals_are_derivatives_of_the_optimum(build, run, rng):
+    """Sides, bounds and costs moved a little: the optimum moves by the dual value, the reduced cost and the value."""
+    checked = 0
+    for trial in range(25):
+        n, k = 6, 4
+        matrix = rng.integers(-4, 5, (k, n)).astype(float)
+        inside = matrix @ rng.uniform(0, 3, n)
+        low, high = inside - rng.uniform(0, 2, k), inside + rng.uniform(0, 2, k)
+        m = build(
+            rng.normal(size=n), matrix,
+            np.where(rng.random(k) < 0.4, -INF, low), np.where(rng.random(k) < 0.3, INF, high),
+            ub=np.full(n, 5.0), maximize=bool(trial % 2),
+        )  # fmt: skip
+        assert run(m) == (0, OPTIMAL)
+        value, x, pi, d, (cols, rows) = m.number("ObjVal"), primal(m), duals(m), reduced(m), basis(m)
+        assert m.number("DualObjVal") == pytest.approx(value, abs=1e-7)
+        step = 1e-5
+        for kind, codes, prices, low_name, high_name in (("row", rows, pi, "LHS", "RHS"), ("col", cols, d, "LB", "UB")):
+            for i, code in enumerate(codes):
+                if code not in (LOWER, UPPER) or abs(prices[i]) < 1e-9:
+                    continue
+                name = low_name if code == LOWER else high_name
+                old = m.get(name, [i])[0]
+                m.set(name, [i], [old + step])
+                assert run(m) == (0, OPTIMAL)
+                assert m.number("ObjVal") - value == pytest.approx(prices[i] * step, abs=1e-9), (kind, i)
+                m.set(name, [i], [old])
+                checked += 1
+        assert abs(data(m)[0].T @ pi + d - m.get("Obj", length=n)).max() < 1e-9
+        assert len(x) == n
+    assert checked > 80
+
+
+@pytest.mark.parametrize("presolve", [-1, 0, 1])
+@pytest.mark.parametrize("method", [-1, 0, 1, 2])
+def test_rays_prove_their_status(build, run, rng, presolve, method):
+    def solve(m):
+        m.parameter("Presolve", presolve)
+        m.parameter("Method", method)
+        return run(m)
+
+    for _ in range(6):
+        n, k = 7, 5
+        matrix = rng.integers(-3, 4, (k, n)).astype(float)
+        ray = rng.integers(0, 3, n).astype(float)
+        ray[0] = 1
+        high = np.where(matrix @ ray <= 0, rng.uniform(0, 9, k), INF)
+        low = np.where((high == INF) & (matrix @ ray >= 0), -rng.uniform(0, 9, k), -INF)
+        maximize = bool(rng.integers(2))
+        cost = rng.normal(size=n)
+        cost -= ray * (cost @ ray + 1) / (ray @ ray)  # cost @ ray == -1
+        m = build(-cost if maximize else cost, matrix, low, high, maximize=maximize)
+        assert solve(m) == (0, UNBOUNDED)
+        assert (m.count("HasPrimalRay"), m.count("HasDualRay"), m.count("HasSolution")) == (1, 0, 0)
+
+        weights = rng.integers(-3, 4, k).astype(float)  # of rows that contradict one another
+        weights[0] = 2
+        side = np.where(weights > 0, 1.0, -INF), np.where(weights < 0, 1.0, INF)
+        infeasible = build(
+            rng.normal(size=n), np.r_[matrix, [weights @ matrix]],
+            np.r_[side[0], -INF], np.r_[side[1], weights.sum() - 1],
+            lb=np.full(n, -INF), maximize=maximize,
+        )  # fmt: skip
+        assert solve(infeasible) == (0, INFEASIBLE)
+        assert (infeasible.count("HasPrimalRay"), infeasible.count("HasDualRay")) == (0, 1)
+
+
+def test_statuses_of_odd_models(build, library, run):
+    empty = library.model()
+    empty.call("TSOsetdblattr", capi.text("ObjConst"), 7.5)
+    assert run(empty) == (0, OPTIMAL)
+    assert empty.number("ObjVal") == 7.5
+    empty.addrow((), (), lower=-1, upper=1)
+    assert run(empty) == (0, OPTIMAL)
+    empty.addrow((), (), lower=1)
+    assert run(empty) == (0, INFEASIBLE)
+
+    assert run(build([1.0], lb=[5], ub=[2])) == (0, INFEASIBLE)
+    assert run(build([1.0], [[1.0]], [3], [2])) == (0, INFEASIBLE)
+    assert run(build([-1.0])) == (0, UNBOUNDED)
+    assert run(build([0.0], [[1.0]], [-INF], [-1])) == (0, INFEASIBLE)
+    fixed = build([2.0, 1.0], [[1, 1]], [-1e21], [1e300], lb=[3, -1e25], ub=[3, 1e20])
+    assert run(fixed) == (0, UNBOUNDED)
+    fixed.set("LB", [1], [-4.0])
+    assert run(fixed) == (0, OPTIMAL)
+    assert (fixed.number("ObjVal"), primal(fixed).tolist()) == (2.0, [3.0, -4.0])
+
+
+def test_infeasible_beats_unbounded(build, run):
+    # Unbounded but for the rows that contradict one another; presolve alone can't tell.
+    for types in ("CC", "II"):
+        m = build([-1.0, -1.0], [[1, -1], [1, -1]], [3, -INF], [INF, 2], types=types)
+        assert run(m) == (0, INFEASIBLE)
+
+
+def test_a_basis_that_was_set_is_started_from(build, run, rng):
+    n, k = 60, 40
+    matrix = rng.uniform(0, 5, (k, n))
+    cost = -rng.uniform(1, 2, n)
+    m = build(cost, matrix, np.full(k, -INF), rng.uniform(50, 90, k), ub=np.full(n, 3.0))
+    m.parameter("Presolve", 0)
+    assert run(m) == (0, OPTIMAL)
+    cold, value, (cols, rows) = m.count("SPX/NumIters"), m.number("ObjVal"), basis(m)
+    assert cold > 10
+    assert cols.count(BASIC) + rows.count(BASIC) == k
+    other = build(cost, matrix, np.full(k, -INF), m.get("RHS", length=k), ub=np.full(n, 3.0))
+    other.set("ColBasis", None, cols)
+    other.set("RowBasis", None, rows)
+    assert run(other) == (0, OPTIMAL)
+    assert (other.count("SPX/NumIters"), other.number("ObjVal")) == (0, pytest.approx(value))
+
+
+@pytest.mark.parametrize("method", [2, 3, 4])
+def test_methods_agree(build, run, rng, method):
+    n, k = 30, 20
+    matrix, inside = rng.normal(size=(k, n)), rng.uniform(0, 1, n)
+    m = build(rng.normal(size=n), matrix, matrix @ inside - 0.1, matrix @ inside + 0.1, ub=np.full(n, 1.0))
+    assert run(m) == (0, OPTIMAL)
+    value = m.number("ObjVal")
+    m.dll.TSOreset(m.handle, 0)
+    m.parameter("Method", method)
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(value, abs=1e-5)
+    assert m.number("DualObjVal") == pytest.approx(value, abs=1e-4)
+    assert m.count("IPM/NumIters") > 0
+    try:
+        assert len(basis(m)[0]) == n
+        assert method == 2
+    except capi.Failed as failure:
+        assert (failure.code, method != 2) == (capi.DATA_NOT_AVAILABLE, True)

@@ -1,0 +1,81 @@
+"""Quadratic objectives."""
+
+import capi
+import numpy as np
+import pytest
+from answers import INF, INFEASIBLE, OPTIMAL, UNBOUNDED, add_quadratic, duals, primal, reduced
+
+
+def test_known_answer_with_duals_and_sense(build, run):
+    # x^2 + x y + y^2 - x - y on x + y >= 1.5: at (0.75, 0.75) the objective grows by 1.25 per unit of the side.
+    for sign in (1.0, -1.0):
+        m = build([-sign, -sign], [[1, 1]], [1.5], [INF], maximize=sign < 0)
+        add_quadratic(m, [0, 1, 1], [0, 0, 1], [sign, sign, sign])
+        assert run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(0.1875 * sign, abs=1e-6)
+        assert m.number("DualObjVal") == pytest.approx(0.1875 * sign, abs=1e-5)
+        assert primal(m) == pytest.approx([0.75, 0.75], abs=1e-6)
+        assert duals(m) == pytest.approx([1.25 * sign], abs=1e-5)
+
+
+def test_optimality_conditions_of_random_problems(build, run, rng):
+    for trial in range(12):
+        n, k = 12, 6
+        factor = rng.normal(size=(n // (1 + trial % 2), n))  # of full rank, or not
+        q, cost, matrix = factor.T @ factor, rng.normal(size=n), rng.normal(size=(k, n))
+        side = matrix @ rng.uniform(0, 1, n)
+        m = build(cost, matrix, np.full(k, -INF), side, ub=np.full(n, 2.0))
+        i, j = np.nonzero(np.tril(np.ones((n, n))))
+        add_quadratic(m, i, j, np.where(i == j, q[i, i] / 2, q[i, j]))
+        assert run(m) == (0, OPTIMAL)
+        x, pi, d = primal(m), duals(m), reduced(m)
+        assert m.number("ObjVal") == pytest.approx(x @ q @ x / 2 + cost @ x, abs=1e-9)
+        assert abs(q @ x + cost - matrix.T @ pi - d).max() < 1e-4
+        assert (pi <= 1e-6).all()
+        assert (matrix @ x <= side + 1e-6).all()
+        assert abs(pi * (side - matrix @ x)).max() < 1e-4
+        assert abs(np.where(d > 0, d * x, d * (2 - x))).max() < 1e-4
+
+
+def test_convexity_decides_who_may_solve(build, run, rng):
+    for trial in range(60):
+        n, rank = int(rng.integers(2, 90)), int(rng.integers(1, 90))
+        factor = rng.normal(size=(rank, n)) * (rng.random((rank, n)) < rng.choice([0.05, 0.3, 1.0]))
+        q = factor.T @ factor * 10.0 ** rng.integers(-4, 5)
+        convex = trial % 2 == 0
+        if not convex:
+            values, vectors = np.linalg.eigh(q)
+            q -= np.outer(vectors[:, 0], vectors[:, 0]) * (values[0] + 1e-3 * max(values[-1], 1e-3))
+            q = (q + q.T) / 2
+        maximize = bool(rng.integers(2))
+        m = build(np.zeros(n), ub=np.ones(n), maximize=maximize)
+        i, j = np.nonzero(np.tril(q))
+        add_quadratic(m, i, j, np.where(i == j, q[i, i] / 2, q[i, j]) * (-1 if maximize else 1))
+        m.parameter("MaxTime", 10.0)
+        code = run(m)[0]
+        assert (code == capi.ABORT_SOLVER_NOT_AVAILABLE) == (not convex), trial
+
+
+def test_integers_with_a_quadratic_objective_are_refused_and_can_be_taken_back(build, run):
+    m = build([-1.0, -1.0], ub=[3, 3], types="IC")
+    add_quadratic(m, [0], [0], [1.0])
+    assert run(m)[0] == capi.ABORT_SOLVER_NOT_AVAILABLE
+    m.set("VType", [0], "C")
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(-3.25, abs=1e-6)
+    m.call("TSOdelq")
+    m.set("VType", [0], "I")
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == -6
+
+
+def test_infeasible_and_unbounded(build, run):
+    m = build([0, -1.0], [[1, 1]], [-INF], [-1])
+    add_quadratic(m, [0], [0], [1.0])
+    assert (run(m), m.count("HasDualRay")) == ((0, INFEASIBLE), 1)
+    m = build([0, -1.0], [[1, -1]], [-INF], [1])
+    add_quadratic(m, [0], [0], [1.0])
+    assert (run(m), m.count("HasPrimalRay")) == ((0, UNBOUNDED), 1)
+    m.set("UB", [1], [4.0])
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(-4)

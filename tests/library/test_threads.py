@@ -1,0 +1,134 @@
+"""Two threads at one model, and models in many threads."""
+
+import threading
+import time
+
+import capi
+import pytest
+
+
+def hard_mip(library, n=40):
+    """A market split problem: minutes of search for any engine."""
+    import random
+
+    rng = random.Random(1)
+    m = library.model()
+    m.addvars(n, vtype="B" * n)
+    for _ in range(5):
+        weights = [float(rng.randrange(100)) for _ in range(n)]
+        m.addvar(obj=1.0)
+        m.addvar(obj=1.0)
+        slack = m.count("NumVars") - 2
+        m.addrow([*range(n), slack, slack + 1], [*weights, 1.0, -1.0], sum(weights) // 2, sum(weights) // 2)
+    return m
+
+
+@pytest.fixture
+def running(library):
+    """A model that another thread is solving, that thread, and what the solve returned."""
+    m = hard_mip(library)
+    m.parameter("MaxTime", 60.0)
+    codes = []
+    thread = threading.Thread(target=lambda: codes.append(m.dll.TSOoptimize(m.handle)))
+    thread.start()
+    deadline = time.monotonic() + 20
+    while m.dll.TSOgetintattr(m.handle, capi.text("NumVars"), capi.ctypes.byref(capi.ctypes.c_int())) == 0:
+        assert time.monotonic() < deadline, "the solve did not begin"
+        time.sleep(0.01)
+    yield m, thread, codes
+    m.dll.TSOfreemodel(m.handle)
+    thread.join(30)
+    assert not thread.is_alive()
+
+
+def test_others_are_kept_out_of_a_model_that_is_being_solved(library, running, fails):
+    m, thread, codes = running
+    private = m.dll.TSOgetenv(m.handle)
+    assert private
+    for call in (m.state, m.addvar, lambda: m.delete("vars", [0]), lambda: m.call("TSOoptimize"),
+                 lambda: m.call("TSOgetattrinfo", capi.text("X"), None, None, None), lambda: m.call("TSOreset", 0),
+                 lambda: library.call("TSOsetdblparam", private, capi.text("MaxTime"), 1.0)):  # fmt: skip
+        fails(capi.ERROR, call)
+    assert m.dll.TSOcopymodel(m.handle) is None
+    other = library.model()  # other models go on meanwhile
+    other.addvar(obj=1.0, lb=2.0)
+    other.call("TSOoptimize")
+    assert other.get("X", [0]) == [2]
+    assert thread.is_alive() and not codes
+
+
+def test_freeing_a_model_ends_its_run(running):
+    m, thread, codes = running
+    begin = time.monotonic()
+    assert m.dll.TSOfreemodel(m.handle) == 0
+    assert m.dll.TSOfreemodel(m.handle) == capi.INVALID_ARGUMENT
+    assert m.dll.TSOgetenv(m.handle) is None
+    assert m.dll.TSOaddvar(m.handle, 0, None, None, 0, 0, 1, b"C", None) == capi.INVALID_ARGUMENT
+    thread.join(10)
+    assert not thread.is_alive() and codes == [capi.ABORT_INTERRUPTED]
+    assert time.monotonic() - begin < 5
+
+
+def test_one_model_from_many_threads_is_an_error_or_right(library):
+    m = library.model()
+    added, codes, stop = [0] * 4, set(), threading.Event()
+
+    def build(k):
+        while not stop.is_set():
+            code = m.dll.TSOaddvar(m.handle, 0, None, None, 1.0, 0.0, 1.0, b"C", None)
+            codes.add(code)
+            added[k] += code == 0
+
+    threads = [threading.Thread(target=build, args=(k,)) for k in range(4)]
+    for thread in threads:
+        thread.start()
+    time.sleep(0.5)
+    stop.set()
+    for thread in threads:
+        thread.join()
+    assert codes <= {0, capi.ERROR} and m.count("NumVars") == sum(added) > 0
+    assert m.get("Obj", length=sum(added)) == [1.0] * sum(added)
+
+
+def test_freeing_while_others_use_it(library):
+    env = library.env()
+    for _ in range(200):
+        m = library.model(env)
+        m.addvars(50)
+        start, codes = threading.Barrier(3), []
+
+        def use(m=m, start=start, codes=codes):
+            start.wait()
+            for _ in range(50):
+                codes.append(m.dll.TSOaddvar(m.handle, 0, None, None, 1.0, 0.0, 1.0, b"C", None))
+
+        threads = [threading.Thread(target=use) for _ in range(2)]
+        for thread in threads:
+            thread.start()
+        start.wait()
+        freed = m.dll.TSOfreemodel(m.handle)
+        for thread in threads:
+            thread.join()
+        assert freed == 0 and set(codes) <= {0, capi.ERROR, capi.INVALID_ARGUMENT}
+
+
+def test_models_are_made_and_freed_in_parallel_from_one_environment(library):
+    env = library.env()
+    failures = []
+
+    def work():
+        try:
+            for _ in range(300):
+                m = capi.Library(library.dll).model(env)
+                m.addvar(ub=3.0)
+                assert m.get("UB", [0]) == [3]
+                m.call("TSOfreemodel")
+        except BaseException as e:
+            failures.append(e)
+
+    threads = [threading.Thread(target=work) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert not failures
