@@ -67,15 +67,15 @@ int32_t PositionIndex::Field::add(Borrowed value) {
 }
 
 // Sorts the rows by the numbers of their values; rows of one value stay in order.
-void PositionIndex::Field::fill(const int32_t* numbers, std::size_t count) {
+void PositionIndex::Field::fill() {
     starts.assign(values.size() + 1, 0);
-    for (std::size_t i = 0; i < count; ++i)
-        ++starts[static_cast<std::size_t>(numbers[i]) + 1];
+    for (int32_t number : numbers)
+        ++starts[static_cast<std::size_t>(number) + 1];
     for (std::size_t number = 0; number < values.size(); ++number)
         starts[number + 1] += starts[number];
-    entries.resize(count);
+    entries.resize(numbers.size());
     std::vector<int32_t> next(starts.begin(), starts.end() - 1);
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < numbers.size(); ++i)
         entries[static_cast<std::size_t>(next[static_cast<std::size_t>(numbers[i])]++)] = static_cast<int32_t>(i);
 }
 
@@ -85,10 +85,11 @@ std::shared_ptr<const PositionIndex> PositionIndex::build(PyObject* const* rows,
     auto made = std::make_shared<PositionIndex>();
     auto n = static_cast<std::size_t>(count), w = static_cast<std::size_t>(width);
     made->fields_.resize(w);
-    for (Field& field : made->fields_)
+    for (Field& field : made->fields_) {
         field.slots.assign(kFirstSlots, -1);
-    std::vector<int32_t> numbers(n * w); // by field, then by row
-    std::vector<PyObject*> last(w);      // neighbours often share a value: then nothing is looked up
+        field.numbers.resize(n);
+    }
+    std::vector<PyObject*> last(w); // neighbours often share a value: then nothing is looked up
     for (std::size_t i = 0; i < n; ++i) {
         PyObject* const* values = &rows[i];
         bool scalar = !is_tuple_like(rows[i]);
@@ -99,29 +100,40 @@ std::shared_ptr<const PositionIndex> PositionIndex::build(PyObject* const* rows,
         }
         for (std::size_t j = 0; j < w; ++j) {
             PyObject* value = scalar ? *values : values[j];
+            Field& field = made->fields_[j];
             if (value == last[j]) {
-                numbers[j * n + i] = numbers[j * n + i - 1];
+                field.numbers[i] = field.numbers[i - 1];
             } else {
                 if (!is_plain(value))
                     return nullptr;
-                numbers[j * n + i] = made->fields_[j].add(value);
+                field.numbers[i] = field.add(value);
                 last[j] = value;
             }
         }
     }
-    for (std::size_t j = 0; j < w; ++j)
-        made->fields_[j].fill(numbers.data() + j * n, n);
+    for (Field& field : made->fields_)
+        field.fill();
     return made;
 }
 
-Positions PositionIndex::find(Py_ssize_t field, Borrowed value) const {
-    const Field& f = fields_[static_cast<std::size_t>(field)];
+int32_t PositionIndex::find(Py_ssize_t field, Borrowed value) const {
     Py_hash_t hash = PyObject_Hash(value);
     if (hash == -1 && PyErr_Occurred())
         throw PythonError();
     std::size_t slot;
-    int32_t number = f.number_of(value, hash, slot);
-    return number < 0 ? Positions() : f.positions(static_cast<std::size_t>(number));
+    return at(field).number_of(value, hash, slot);
+}
+
+std::vector<int32_t> PositionIndex::having(Positions rows, Py_ssize_t field, int32_t number) const {
+    const int32_t* numbers = at(field).numbers.data();
+    std::vector<int32_t> found(rows.size());
+    std::size_t count = 0;
+    for (int32_t row : rows) { // without a branch on what is found, which nothing can foresee
+        found[count] = row;
+        count += numbers[row] == number;
+    }
+    found.resize(count);
+    return found;
 }
 
 Ref PositionIndex::to_dicts() const {
@@ -129,7 +141,7 @@ Ref PositionIndex::to_dicts() const {
     for (const Field& field : fields_) {
         Ref dict = Ref::steal(PyDict_New());
         for (std::size_t number = 0; number < field.values.size(); ++number) {
-            Positions positions = field.positions(number);
+            Positions positions = field.positions(static_cast<int32_t>(number));
             Ref list = Ref::steal(PyList_New(static_cast<Py_ssize_t>(positions.size())));
             for (std::size_t k = 0; k < positions.size(); ++k)
                 PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(k),

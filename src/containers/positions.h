@@ -1,5 +1,5 @@
-// PositionIndex: which rows have which value in which field, in three arrays a field instead of a list of Python
-// integers a value.
+// PositionIndex: which rows have which value in which field, in a few arrays a field instead of a list of
+// Python integers a value.
 //
 // It serves plain values only, those whose hash and comparison run no Python code: with them nobody can tell when and
 // how often they were hashed or compared, and nothing can change while an index is built or asked. Rows with other
@@ -25,8 +25,11 @@ public:
     static std::shared_ptr<const PositionIndex> build(PyObject* const* rows, Py_ssize_t count, Py_ssize_t width);
 
     Py_ssize_t width() const { return static_cast<Py_ssize_t>(fields_.size()); }
-    // The rows with a (plain) value in a field; empty if there is none.
-    Positions find(Py_ssize_t field, Borrowed value) const;
+    // The number of a (plain) value in a field, -1 if no row has it; and the rows that have it.
+    int32_t find(Py_ssize_t field, Borrowed value) const;
+    Positions positions(Py_ssize_t field, int32_t number) const { return at(field).positions(number); }
+    // Those of some rows that have a value in a field. Cheaper than intersecting lists: one look at each row.
+    std::vector<int32_t> having(Positions rows, Py_ssize_t field, int32_t number) const;
     // The same as a list with one dict a field, of values to lists of positions.
     Ref to_dicts() const;
 
@@ -39,17 +42,20 @@ private:
         };
         std::vector<Value> values;    // distinct, as dict keys are
         std::vector<int32_t> slots;   // a power of two of them
+        std::vector<int32_t> numbers; // by row: that of its value
         std::vector<int32_t> starts;  // by value: where its positions begin; one more for the end
         std::vector<int32_t> entries; // positions, those of one value after those of the one before
 
         int32_t number_of(Borrowed value, Py_hash_t hash, std::size_t& slot) const;
         int32_t add(Borrowed value);
         void grow();
-        void fill(const int32_t* numbers, std::size_t count);
-        Positions positions(std::size_t number) const {
-            return {entries.data() + starts[number], entries.data() + starts[number + 1]};
+        void fill();
+        Positions positions(int32_t number) const {
+            auto n = static_cast<std::size_t>(number);
+            return {entries.data() + starts[n], entries.data() + starts[n + 1]};
         }
     };
+    const Field& at(Py_ssize_t field) const { return fields_[static_cast<std::size_t>(field)]; }
     std::vector<Field> fields_;
 };
 

@@ -7,6 +7,8 @@
 
 #include "tessolv.h"
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 
 namespace tsp {
@@ -71,15 +73,23 @@ bool is_plain_query(TupleList& self, Borrowed pattern) {
            (!is_tuple_like(first) || has_plain_fields(first)) && is_plain_pattern(pattern);
 }
 
+// What one constrained field of a pattern asks for.
+struct Wanted {
+    Py_ssize_t field;
+    int32_t number; // of the one value; -1 for alternatives
+    bool alike;     // whether a row that was found by its hash equals the pattern in this field
+    Positions list;
+};
+
 // The positions of all the alternatives that one field of a pattern offers. Kept: one that no row has is passed over
 // before the first that is found, and fails after it (test_missing_alternatives).
 Positions find_alternatives(const PositionIndex& index, Py_ssize_t field, Borrowed values,
                             std::vector<std::vector<int32_t>>& own) {
     std::vector<Positions> lists;
     for (Py_ssize_t k = 0; k < Py_SIZE(values); ++k) {
-        Positions list = index.find(field, PySequence_Fast_GET_ITEM(values, k));
-        if (!list.empty())
-            lists.push_back(list);
+        int32_t number = index.find(field, PySequence_Fast_GET_ITEM(values, k));
+        if (number >= 0)
+            lists.push_back(index.positions(field, number));
         else if (!lists.empty())
             raise_none_has_no_len();
     }
@@ -88,40 +98,83 @@ Positions find_alternatives(const PositionIndex& index, Py_ssize_t field, Borrow
     return own.emplace_back(unite(lists));
 }
 
-Candidates find_in_positions(TupleList& self, Borrowed pattern, Py_ssize_t width) {
-    Candidates found;
-    found.keeps_alive = self.positions;
-    const PositionIndex& index = *found.keeps_alive;
-    Py_ssize_t count = PyTuple_GET_SIZE(pattern);
-    if (count > width)
-        return found;
-    std::vector<Positions> lists;
-    std::vector<std::vector<int32_t>> own;
-    for (Py_ssize_t i = 0; i < count; ++i) {
+// The constrained fields of a pattern, in order; one with an empty list ends them.
+std::vector<Wanted> find_wanted(TupleList& self, const PositionIndex& index, Borrowed pattern,
+                                std::vector<std::vector<int32_t>>& own) {
+    std::vector<Wanted> fields;
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(pattern); ++i) {
         PyObject* value = PyTuple_GET_ITEM(pattern, i);
         if (is_wildcard(self, value))
             continue;
         if (i >= index.width())
             raise(PyExc_IndexError, "list index out of range");
-        Positions list = is_tuple_like(value) ? find_alternatives(index, i, value, own) : index.find(i, value);
-        if (list.empty())
-            return found;
-        lists.push_back(list);
+        if (is_tuple_like(value)) {
+            fields.push_back({i, -1, false, find_alternatives(index, i, value, own)});
+        } else {
+            int32_t number = index.find(i, value);
+            bool not_itself = PyFloat_CheckExact(value) && std::isnan(PyFloat_AS_DOUBLE(value));
+            fields.push_back({i, number, !not_itself, number < 0 ? Positions() : index.positions(i, number)});
+        }
+        if (fields.back().list.empty())
+            break;
     }
-    if (lists.empty()) {
+    return fields;
+}
+
+// As long as intersecting costs less than comparing rows, which are all compared in the end.
+Positions narrow(TupleList& self, const PositionIndex& index, const std::vector<Wanted>& fields, Py_ssize_t width,
+                 std::vector<std::vector<int32_t>>& own) {
+    Positions found = fields[0].list;
+    for (std::size_t k = 1; k < fields.size(); ++k) {
+        const Wanted& next = fields[k];
+        if (!worth_intersecting(found.size(), next.list.size(), width, row_count(self)))
+            break;
+        found = own.emplace_back(next.number < 0 ? intersect(found, next.list)
+                                                 : index.having(found, next.field, next.number));
+    }
+    return found;
+}
+
+// The same rows, for rows that are as they were when the index was built: it answers for all their fields, and none of
+// them is looked at.
+Positions narrow_by_index(const PositionIndex& index, const std::vector<Wanted>& fields,
+                          std::vector<std::vector<int32_t>>& own) {
+    auto fewer = [](const Wanted& a, const Wanted& b) { return a.list.size() < b.list.size(); };
+    auto first = std::min_element(fields.begin(), fields.end(), fewer);
+    Positions found = first->list;
+    for (auto next = fields.begin(); next != fields.end(); ++next) {
+        if (!next->alike)
+            return {};
+        if (next != first)
+            found = own.emplace_back(index.having(found, next->field, next->number));
+    }
+    return found;
+}
+
+Candidates find_in_positions(TupleList& self, Borrowed pattern, Py_ssize_t width, Rows rows) {
+    Candidates found;
+    found.keeps_alive = self.positions;
+    const PositionIndex& index = *found.keeps_alive;
+    if (PyTuple_GET_SIZE(pattern) > width)
+        return found;
+    std::vector<std::vector<int32_t>> own;
+    std::vector<Wanted> fields = find_wanted(self, index, pattern, own);
+    if (fields.empty()) {
         found.all = true;
         return found;
     }
-    found.positions = lists[0];
-    found.trusted = lists.size() == 1;
-    for (std::size_t k = 1; k < lists.size(); ++k) {
-        if (!worth_intersecting(found.positions.size(), lists[k].size(), width, row_count(self)))
-            break;
-        found.positions = own.emplace_back(intersect(found.positions, lists[k]));
-    }
+    if (fields.back().list.empty())
+        return found;
+    found.trusted = fields.size() == 1 || rows == Rows::AreAsIndexed;
+    if (fields.size() == 1)
+        found.positions = fields[0].list;
+    else if (rows == Rows::AreAsIndexed)
+        found.positions = narrow_by_index(index, fields, own);
+    else
+        found.positions = narrow(self, index, fields, width, own);
     for (auto& one : own)
         if (one.data() == found.positions.data())
-            found.own = std::move(one); // the memory stays where it is, and so does the span
+            found.own = std::move(one); // its memory stays where it is, and so does the span
     return found;
 }
 
@@ -162,7 +215,7 @@ void index_field(TupleList& self, Py_ssize_t i, Py_ssize_t j) {
     } else if (PyList_CheckExact(positions.get())) {
         checked(PyList_Append(positions.get(), position.get()));
     } else {
-        Ref::steal(PyObject_CallMethod(positions.get(), "append", "O", position.get()));
+        Ref::steal(PyObject_CallMethod(positions.get(), "append", "(O)", position.get()));
     }
 }
 
@@ -321,7 +374,7 @@ bool row_matches(TupleList& self, int32_t i, Borrowed pattern) {
     return true;
 }
 
-Candidates find_candidates(TupleList& self, Borrowed pattern) {
+Candidates find_candidates(TupleList& self, Borrowed pattern, Rows rows) {
     Candidates found;
     if (row_count(self) == 0)
         return found;
@@ -335,7 +388,7 @@ Candidates find_candidates(TupleList& self, Borrowed pattern) {
     if (!self.positions && !self.index_)
         build_index(self, width);
     if (self.positions && row_count(self) > 0 && is_plain_query(self, pattern))
-        return find_in_positions(self, pattern, width);
+        return find_in_positions(self, pattern, width, rows);
     return find_in_dicts(self, pattern, width);
 }
 

@@ -17,8 +17,11 @@ struct Candidates {
     std::shared_ptr<const PositionIndex> keeps_alive;
 };
 
+// Whether the rows can have changed since the index was built.
+enum class Rows { MayHaveChanged, AreAsIndexed };
+
 // Builds the index if there is none. `pattern` is a tuple or None.
-Candidates find_candidates(TupleList& self, Borrowed pattern);
+Candidates find_candidates(TupleList& self, Borrowed pattern, Rows rows = Rows::MayHaveChanged);
 
 // Whether a row matches a pattern, field by field.
 bool row_matches(TupleList& self, int32_t row, Borrowed pattern);

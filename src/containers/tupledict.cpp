@@ -50,10 +50,8 @@ void tupledict_dealloc(PyObject* self) {
 // ---- Queries ----
 
 Ref key_list(TupleDict& self) {
-    if (!self.keys_) {
-        Ref keys = Ref::steal(PyDict_Keys(as_object(&self)));
-        assign(self.keys_, new_tuplelist(keys.get()));
-    }
+    if (!self.keys_)
+        assign(self.keys_, tuplelist_from(Ref::steal(PyDict_Keys(as_object(&self)))));
     return Ref::borrow(self.keys_);
 }
 
@@ -62,7 +60,7 @@ Ref key_list(TupleDict& self) {
 template <class Use> void each_key(TupleDict& self, Borrowed query, Use use) {
     Ref keys = key_list(self);
     auto* list = reinterpret_cast<TupleList*>(keys.get());
-    Candidates found = find_candidates(*list, query);
+    Candidates found = find_candidates(*list, query, Rows::AreAsIndexed);
     if (!found.all && !found.list)
         return each_match(*list, found, query, use);
     if (!found.all) {

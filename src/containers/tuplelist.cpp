@@ -370,6 +370,19 @@ Ref new_tuplelist(Borrowed rows) {
     return made;
 }
 
+Ref tuplelist_from(Ref rows) {
+    Ref made = new_tuplelist();
+    check_rows(tuplelist(made.get()), rows.get());
+    auto* from = reinterpret_cast<PyListObject*>(rows.get());
+    auto* to = reinterpret_cast<PyListObject*>(made.get());
+    Py_ssize_t size = Py_SIZE(from);
+    Py_SET_SIZE(from, Py_SIZE(to));
+    Py_SET_SIZE(to, size);
+    std::swap(from->ob_item, to->ob_item);
+    std::swap(from->allocated, to->allocated);
+    return made;
+}
+
 void check_row(TupleList& self, Borrowed value, Borrowed first) {
     if (row_count(self) > 0)
         first = PyList_GET_ITEM(as_object(&self), 0);

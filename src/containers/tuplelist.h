@@ -20,6 +20,7 @@ PyTypeObject* make_tuplelist_type();
 
 Ref new_tuplelist();              // empty
 Ref new_tuplelist(Borrowed rows); // as tuplelist(rows)
+Ref tuplelist_from(Ref rows);     // the same out of a list that nobody else has, whose memory it takes over
 
 // Raises ValueError if a value cannot stand among the rows; `first` stands for the first row of an empty list.
 void check_row(TupleList& self, Borrowed value, Borrowed first);
