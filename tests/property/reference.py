@@ -1,7 +1,7 @@
 """Expressions a second time, in plain Python, after the rules alone.
 
 Nothing here is fast or clever. A `View` is a prefix of a `Vector`, which counts its users. Views of one vector share
-what is appended to it, and a view that has to separate takes all of the vector along, also what lies behind its own end.
+what is appended to it, and a view that has to separate takes all of the vector along, also what lies behind its end.
 Results of operators share nothing with their operands.
 """
 
