@@ -70,7 +70,16 @@ Ref model_terminate(Model& self);
 Ref model_message(Model& self, const Call& call);
 Ref model_read(Model& self, const Call& call);
 Ref model_write(Model& self, const Call& call);
-Ref model_ctypes(Model& self); // view.cpp
+Ref model_addVar(Model& self, const Call& call); // variables.cpp
+Ref model_addVars(Model& self, const Call& call);
+Ref model_addConstr(Model& self, const Call& call); // linear.cpp
+Ref model_addLConstr(Model& self, const Call& call);
+Ref model_addRange(Model& self, const Call& call);
+Ref model_addConstrs(Model& self, const Call& call);
+Ref model_setObjective(Model& self, const Call& call); // objective.cpp
+Ref model_getObjective(Model& self);
+Ref model_remove(Model& self, const Call& call); // remove.cpp
+Ref model_ctypes(Model& self);                   // view.cpp
 
 // Slots: lifecycle.cpp and attributes.cpp.
 void model_init(Model& self, PyObject* args, PyObject* kwargs);

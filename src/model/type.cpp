@@ -64,6 +64,79 @@ PyMemberDef model_members[] = {
 };
 
 PyMethodDef model_methods[] = {
+    keywords<model_addVar>(
+        "addVar",
+        "addVar($self, lb=0, ub=1e+20, obj=0, vtype='C', name='', column=None)\n--\n\n"
+        "Adds a variable.\n\n"
+        "lb, ub: numbers, its bounds; TSO.INFINITY and -TSO.INFINITY for none.\n"
+        "obj: number, its coefficient in the objective.\n"
+        "vtype: str, one of TSO.CONTINUOUS, BINARY, INTEGER, SEMICONT, SEMIINT.\n"
+        "name: str, at most 255 bytes.\n"
+        "column: Column, its coefficients in rows that exist already, or None.\n"
+        "Returns the Var. Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
+        "Example: x = m.addVar(ub=4.0, name=\"x\")"),
+    keywords<model_addVars>(
+        "addVars",
+        "addVars($self, *indices, lb=0.0, ub=1e+20, obj=0.0, vtype='C', name='')\n--\n\n"
+        "Adds a variable for each combination of indices.\n\n"
+        "indices: ints (0 to n-1) or iterables of keys; tuples among the keys are flattened.\n"
+        "lb, ub, obj, vtype: one value for all, or one for each variable in the order of the keys.\n"
+        "name: str, to which the key is added as in x[1,2]; or one name for each variable.\n"
+        "Returns a tupledict of Var by key. Raises ValueError if there are no indices or the numbers of values\n"
+        "differ, TypeError for wrong types, TessolvError if the solver refuses.\n\n"
+        "Example: x = m.addVars(2, [\"a\", \"b\"], name=\"x\"); x[0, \"a\"]"),
+    keywords<model_addConstr>(
+        "addConstr",
+        "addConstr($self, tconstr, name='')\n--\n\n"
+        "Adds a constraint.\n\n"
+        "tconstr: what a comparison gives, as in x + y <= 1, x >= y or x == [0, 5] (a range); True or False add\n"
+        "a row that always or never holds.\n"
+        "name: str, at most 255 bytes.\n"
+        "Returns the Constr. Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
+        "Example: c = m.addConstr(x + 2 * y <= 4, name=\"c\")"),
+    keywords<model_addLConstr>(
+        "addLConstr",
+        "addLConstr($self, lhs, sense=None, rhs=None, name='')\n--\n\n"
+        "Adds a linear constraint.\n\n"
+        "lhs, rhs: numbers, Var or LinExpr; lhs may also be a comparison, then sense and rhs must be None.\n"
+        "sense: \"<\", \">\" or \"=\".\n"
+        "Returns the Constr. Raises TypeError and ValueError for arguments that do not fit, TessolvError for\n"
+        "another sense or if the solver refuses.\n\n"
+        "Example: m.addLConstr(x + y, TSO.LESS_EQUAL, 4)"),
+    keywords<model_addRange>(
+        "addRange",
+        "addRange($self, expr, lower, upper, name='')\n--\n\n"
+        "Adds the constraint lower <= expr <= upper.\n\n"
+        "expr: number, Var or LinExpr.  lower, upper: numbers, or None for none (not both).\n"
+        "Returns the Constr. Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
+        "Example: m.addRange(x + y, 1, 3)"),
+    keywords<model_addConstrs>(
+        "addConstrs",
+        "addConstrs($self, generator, name='')\n--\n\n"
+        "Adds the constraints that a generator expression yields.\n\n"
+        "generator: yields comparisons; its loop variables become the keys.\n"
+        "name: str, to which the key is added as in c[1,2].\n"
+        "Returns a tupledict of Constr by key. Rows that were added before a failure stay in the model.\n"
+        "Raises TypeError for what is no generator of comparisons, TessolvError if the solver refuses.\n\n"
+        "Example: m.addConstrs((x[i] <= 1 for i in range(3)), name=\"c\")"),
+    keywords<model_setObjective>("setObjective",
+                                 "setObjective($self, expr, sense=0)\n--\n\n"
+                                 "Replaces the objective.\n\n"
+                                 "expr: LinExpr or QuadExpr (write 1 * x for a single variable).\n"
+                                 "sense: TSO.MINIMIZE (1) or TSO.MAXIMIZE (-1); without it the sense stays as it is.\n"
+                                 "Raises TypeError for another expr, TessolvError if the solver refuses.\n\n"
+                                 "Example: m.setObjective(3 * x + y, TSO.MAXIMIZE)"),
+    no_args<model_getObjective>("getObjective",
+                                "getObjective($self)\n--\n\n"
+                                "The objective: a QuadExpr if it has quadratic terms, otherwise a LinExpr.\n\n"
+                                "Example: m.getObjective().size()"),
+    keywords<model_remove>(
+        "remove",
+        "remove($self, items)\n--\n\n"
+        "Removes elements. The handles of the others are renumbered; those of removed ones have a negative index.\n\n"
+        "items: a handle, or containers of handles to any depth; of dicts the values.\n"
+        "Raises TypeError for anything else, with nothing removed; TessolvError if the solver refuses.\n\n"
+        "Example: m.remove([x, c])"),
     keywords<model_optimize>(
         "optimize",
         "optimize($self, callback=None)\n--\n\n"

@@ -23,7 +23,7 @@ Ref viewed(Borrowed view) {
 Ref view_init(PyObject*, const Call& call) {
     if (call.nargs != 3 || call.kwnames)
         raise(PyExc_TypeError, "CModelType() takes exactly 2 positional arguments: model, address");
-    Ref pointer = Ref::steal(PyObject_CallMethod(state().ctypes, "c_void_p", "O", call.args[2]));
+    Ref pointer = Ref::steal(PyObject_CallMethod(state().ctypes, "c_void_p", "(O)", call.args[2]));
     checked(PyObject_SetAttrString(call.args[0], "model_", call.args[1]));
     checked(PyObject_SetAttrString(call.args[0], "mptr_", pointer.get()));
     return Ref::none();

@@ -1,7 +1,9 @@
 #include "module/functions.h"
 
+#include "containers/multidict.h"
 #include "env/env.h"
 #include "env/params.h"
+#include "expr/quicksum.h"
 #include "model/model.h"
 #include "module/state.h"
 #include "module/text.h"
@@ -48,6 +50,12 @@ Ref paramHelp(PyObject*, const Call& call) {
     auto [name] = parse(signature, call);
     print_param_help(name);
     return Ref::none();
+}
+
+Ref quicksumFunction(PyObject*, const Call& call) {
+    static const Signature<1> signature{"quicksum", {"data"}, 1};
+    auto [data] = parse(signature, call);
+    return quicksum(data);
 }
 
 Ref read(PyObject*, const Call& call) {
@@ -145,11 +153,18 @@ PyMethodDef function_defs[] = {
         "When you need to use the default Environment again after you disposed it, Environment will be\n"
         "automatically created again\n\n"
         "Example: disposeDefaultEnv()"),
+    keywords<multidict>("multidict", kMultidictDoc),
     keywords<paramHelp>("paramHelp",
                         "paramHelp($module, paramname)\n--\n\n"
                         "Prints name, type and description of parameters.\n\n"
                         "paramname: str, in any case, \"_\" as good as \"/\"; \"*\" and \"?\" are wildcards.\n\n"
                         "Example: paramHelp(\"MIP/*\")"),
+    keywords<quicksumFunction>("quicksum", "quicksum($module, data)\n--\n\n"
+                                           "The sum of many items, faster than sum().\n\n"
+                                           "data: an iterable of numbers, Var, LinExpr and QuadExpr.\n"
+                                           "Returns a QuadExpr if there are quadratic terms, otherwise a LinExpr.\n"
+                                           "Raises TypeError for other items.\n\n"
+                                           "Example: quicksum(c[i] * x[i] for i in x)"),
     keywords<read>("read", "read($module, filename, env=None)\n--\n\n"
                            "Reads a model file into a new Model.\n\n"
                            "filename: str, ending in .lp, .mps or .qps, also with .gz or .bz2.\n"

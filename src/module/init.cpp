@@ -1,8 +1,15 @@
 // The import: one ordered sequence, in which later steps read what earlier ones made.
 #include "attr/catalog.h"
+#include "containers/tupledict.h"
+#include "containers/tuplelist.h"
 #include "env/env.h"
 #include "env/params.h"
+#include "expr/column.h"
+#include "expr/linexpr.h"
+#include "expr/list.h"
 #include "expr/operand.h"
+#include "expr/quadexpr.h"
+#include "expr/tempconstr.h"
 #include "handles/handle.h"
 #include "model/model.h"
 #include "module/constants.h"
@@ -17,9 +24,16 @@ namespace {
 
 // What "from tessolvpy import *" gives.
 constexpr const char* kPublicNames[] = {
-    "TSO",      "models", "disposeDefaultEnv", "paramHelp", "read",         "readParams", "resetParams",
-    "setParam", "system", "writeParams",       "version",   "TessolvError", "Var",        "Constr",
-    "QConstr",  "SOS",    "GenConstr",         "PsdVar",    "PsdConstr",    "Env",        "Model",
+    "TSO",       "models",       "disposeDefaultEnv",
+    "multidict", "paramHelp",    "quicksum",
+    "read",      "readParams",   "resetParams",
+    "setParam",  "system",       "writeParams",
+    "version",   "TessolvError", "tuplelist",
+    "tupledict", "Var",          "Constr",
+    "QConstr",   "SOS",          "GenConstr",
+    "PsdVar",    "PsdConstr",    "LinExpr",
+    "QuadExpr",  "TempConstr",   "Column",
+    "Env",       "Model",
 };
 
 struct TypeRow {
@@ -30,6 +44,8 @@ constexpr TypeRow kTypes[] = {
     {"TessolvError", &State::tessolv_error},
     {"Env", &State::env},
     {"ParamClass", &State::param_class},
+    {"tuplelist", &State::tuplelist},
+    {"tupledict", &State::tupledict},
     {"Operand", &State::operand},
     {"Var", &State::var},
     {"Constr", &State::constr},
@@ -39,6 +55,11 @@ constexpr TypeRow kTypes[] = {
     {"PsdVar", &State::psdvar},
     {"PsdConstr", &State::psdconstr},
     {"Model", &State::model},
+    {"List", &State::list},
+    {"LinExpr", &State::linexpr},
+    {"QuadExpr", &State::quadexpr},
+    {"TempConstr", &State::tempconstr},
+    {"Column", &State::column},
 };
 
 void add(Borrowed module, const char* name, Borrowed value) { checked(PyObject_SetAttrString(module, name, value)); }
@@ -48,8 +69,15 @@ void make_types(Borrowed module) {
     s.tessolv_error = make_tessolv_error_type();
     s.env = make_env_type();
     s.param_class = make_param_class_type();
+    s.tuplelist = make_tuplelist_type();
+    s.tupledict = make_tupledict_type();
     s.operand = make_operand_type();
     make_handle_types();
+    s.list = make_list_type();
+    s.linexpr = make_linexpr_type();
+    s.quadexpr = make_quadexpr_type();
+    s.tempconstr = make_tempconstr_type();
+    s.column = make_column_type();
     s.model = make_model_type();
     for (const TypeRow& row : kTypes)
         add(module, row.name, as_object(s.*row.type));
@@ -102,6 +130,11 @@ void keep_helpers(Borrowed module) {
     s.fnmatch = member(module, "fnmatch");
     s.traceback = member(module, "traceback");
     s.s_dispose = Ref::steal(PyUnicode_InternFromString("dispose")).release();
+    Ref numbers = Ref::steal(PyObject_GetAttrString(module, "numbers"));
+    s.number = member(numbers.get(), "Number");
+    s.s_array_priority = Ref::steal(PyUnicode_InternFromString("__array_priority__")).release();
+    s.s_add = Ref::steal(PyUnicode_InternFromString("__add__")).release();
+    s.s_mul = Ref::steal(PyUnicode_InternFromString("__mul__")).release();
     s.s_index = Ref::steal(PyUnicode_InternFromString("index")).release();
 }
 

@@ -11,11 +11,14 @@ struct State {
 
     // Types
     PyTypeObject *tessolv_error, *env, *param_class, *model;
+    PyTypeObject *tuplelist, *tupledict;
+    PyTypeObject *list, *linexpr, *quadexpr, *tempconstr, *column;
     PyTypeObject *operand, *var, *constr, *qconstr, *sos, *genconstr, *psdvar, *psdconstr;
 
     // Modules and what is used of them
     PyObject *np, *np_array, *np_isscalar;
     PyObject* spmatrix;
+    PyObject* number; // numbers.Number
     PyObject *ctypes, *fnmatch, *traceback;
 
     // Objects of the module's own
@@ -26,7 +29,7 @@ struct State {
     PyObject* tso;            // the public object TSO
 
     // Interned names
-    PyObject *s_dispose, *s_index;
+    PyObject *s_dispose, *s_index, *s_array_priority, *s_add, *s_mul;
 };
 
 extern State g_state;

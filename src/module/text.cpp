@@ -30,6 +30,16 @@ bool is_scalar(Borrowed value) {
     return checked(PyObject_IsTrue(answer.get()));
 }
 
+Ref shorten(Ref text) {
+    constexpr Py_ssize_t kLongest = 250, kHalf = (kLongest - 3) >> 1; // 251 characters come out: one more than kLongest
+    Py_ssize_t size = PyUnicode_GET_LENGTH(text.get());
+    if (size <= kLongest)
+        return text;
+    Ref head = Ref::steal(PyUnicode_Substring(text.get(), 0, kHalf));
+    Ref tail = Ref::steal(PyUnicode_Substring(text.get(), size - kHalf, size));
+    return Ref::steal(PyUnicode_FromFormat("%U ... %U", head.get(), tail.get()));
+}
+
 void print(Ref text) {
     // Looked up at every call, so that a program that replaces it sees what is printed.
     PyObject* builtins = PyEval_GetBuiltins();

@@ -12,6 +12,7 @@ namespace tsp {
 // object and costs no copy. What is not a str raises the TypeError of bytes(value, "UTF-8").
 class Chars {
 public:
+    Chars() : text_(nullptr) {}
     explicit Chars(Borrowed value);
     const char* get() const { return text_; }
     operator const char*() const { return text_; }
@@ -33,6 +34,9 @@ Ref chars2str(Borrowed bytes); // a bytes-like object, as str(bytes, "UTF-8")
 
 // numpy.isscalar(value); the usual types are told apart without asking NumPy.
 bool is_scalar(Borrowed value);
+
+// `text` itself if it has at most 250 characters, otherwise its first and last 123 with " ... " between them.
+Ref shorten(Ref text);
 
 // The built-in print with one argument.
 void print(Ref text);

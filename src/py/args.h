@@ -3,6 +3,10 @@
 
 #include "py/type.h"
 
+#if PY_VERSION_HEX < 0x030B0000
+#include <longintrepr.h>
+#endif
+
 #include <array>
 #include <cstdint>
 
@@ -63,10 +67,30 @@ template <class T> T* require_or_none(Borrowed arg, PyTypeObject* type, const ch
 
 // Whatever has an integer conversion of its own (text has none), as a 32-bit integer: TypeError, OverflowError.
 int32_t to_int32(Borrowed value);
+// The value of a small int, without a call; false for what is none.
+inline bool small_int(Borrowed value, double& number) {
+    if (!PyLong_CheckExact(value))
+        return false;
+    auto* v = reinterpret_cast<PyLongObject*>(value);
+#if PY_VERSION_HEX >= 0x030C0000
+    if (!PyUnstable_Long_IsCompact(v))
+        return false;
+    number = static_cast<double>(PyUnstable_Long_CompactValue(v));
+#else
+    Py_ssize_t size = Py_SIZE(value);
+    if (size < -1 || size > 1)
+        return false;
+    number = size == 0 ? 0.0 : static_cast<double>(size) * static_cast<double>(v->ob_digit[0]);
+#endif
+    return true;
+}
+
 // As float(value) for numbers; TypeError for text.
 inline double to_double(Borrowed value) {
     if (PyFloat_CheckExact(value))
         return PyFloat_AS_DOUBLE(value);
+    if (double number; small_int(value, number))
+        return number;
     double d = PyFloat_AsDouble(value);
     if (d == -1.0 && PyErr_Occurred())
         throw PythonError();

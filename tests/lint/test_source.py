@@ -21,6 +21,7 @@ MODULE = [
     ("attr/*", "env/catalog.h"),
     ("handles/*",),
     ("expr/*",),
+    ("containers/*",),
     ("env/*",),
     ("model/*",),
     ("callback/*",),

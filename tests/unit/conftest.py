@@ -168,6 +168,16 @@ def model(stub):
 
 
 @pytest.fixture
+def xyz(stub, env):
+    """Three variables, all of which are called v."""
+    import tessolvpy
+
+    stub.set(VarName="v")
+    made = tessolvpy.Model("m", env)
+    return [made.addVar() for _ in range(3)]
+
+
+@pytest.fixture
 def run_script(tmp_path):
     """Runs a script in a process of its own to its exit; gives its output and all calls, the exit's included."""
 

@@ -1,0 +1,12 @@
+// The text forms of expressions.
+#pragma once
+
+#include "expr/linexpr.h"
+#include "expr/quadexpr.h"
+
+namespace tsp {
+
+Ref linexpr_text(LinExpr& e);
+Ref quadexpr_text(QuadExpr& e);
+
+} // namespace tsp

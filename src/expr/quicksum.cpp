@@ -1,0 +1,67 @@
+#include "expr/quicksum.h"
+
+#include "expr/kinds.h"
+#include "py/args.h"
+
+namespace tsp {
+
+void SumBuilder::add(Borrowed item) {
+    switch (kind_of(item)) {
+    case Operands::Number:
+        add_number(to_double(item));
+        break;
+    case Operands::Var:
+        add_var(item);
+        break;
+    case Operands::LinExpr:
+        add_linexpr(as_linexpr(item));
+        break;
+    case Operands::QuadExpr:
+        add_quadexpr(as_quadexpr(item));
+        break;
+    default:
+        raise(PyExc_TypeError, "bad type for quicksum: %s", type_name(item));
+    }
+}
+
+void SumBuilder::add_quadexpr(const QuadExpr& expr) {
+    if (expr.size() > 0) {
+        if (!quad_)
+            quad_ = owned(new_quadexpr());
+        append_terms(as_quadexpr(quad_.get()), expr);
+    }
+    add_linexpr(expr.linear());
+}
+
+Ref SumBuilder::finish() {
+    if (!quad_)
+        return std::move(result_);
+    assign(as_quadexpr(quad_.get()).linexpr, std::move(result_));
+    return std::move(quad_);
+}
+
+Ref quicksum(Borrowed data) {
+    SumBuilder sum;
+    if (PyList_CheckExact(data) || PyTuple_CheckExact(data)) {
+        // The size is asked at every step: a number's conversion may run Python code that changes the list.
+        for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(data); ++i) {
+            Ref item = Ref::borrow(PySequence_Fast_GET_ITEM(data, i));
+            sum.add(item.get());
+        }
+        return sum.finish();
+    }
+    Ref iterator = Ref::steal(PyObject_GetIter(data));
+    iternextfunc next = Py_TYPE(iterator.get())->tp_iternext;
+    while (PyObject* item = next(iterator.get())) {
+        Ref hold = Ref::steal(item);
+        sum.add(item);
+    }
+    if (PyErr_Occurred()) {
+        if (!PyErr_ExceptionMatches(PyExc_StopIteration))
+            throw PythonError();
+        PyErr_Clear();
+    }
+    return sum.finish();
+}
+
+} // namespace tsp

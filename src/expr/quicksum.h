@@ -1,0 +1,47 @@
+// quicksum: the sum of many items, each term written once into one new expression.
+#pragma once
+
+#include "expr/quadexpr.h"
+
+namespace tsp {
+
+// A sum under construction. Its result shares nothing that could be seen with what went in.
+class SumBuilder {
+public:
+    SumBuilder() : linear_(new_linexpr()), result_(owned(linear_)) {}
+
+    // A QuadExpr, LinExpr, Var or number; TypeError "bad type for quicksum: {}" for anything else.
+    void add(Borrowed item);
+    // coeff * var for an exact Var; a zero coefficient adds nothing.
+    void add_scaled(double coeff, Borrowed var) { add_term(*linear_, coeff, var); }
+    void add_var(Borrowed var) {
+        linear_->coeffs.add(1.0);
+        linear_->vars.add(var);
+    }
+    // mult * expr.
+    void add_linexpr(const LinExpr& expr, double mult = 1.0) {
+        if (linear_->size() == 0 && mult == 1.0) {
+            double constant = linear_->constant;
+            linear_->constant = 0.0;
+            begin_terms(*linear_, expr);
+            linear_->constant = constant + expr.constant;
+        } else {
+            append_terms(*linear_, expr, mult);
+        }
+    }
+    void add_quadexpr(const QuadExpr& expr);
+    void add_number(double value) { linear_->constant += value; }
+
+    // A QuadExpr if there are quadratic terms, otherwise a LinExpr.
+    Ref finish();
+
+private:
+    LinExpr* linear_;
+    Ref result_; // owns linear_
+    Ref quad_;   // a QuadExpr without its linear part, once there are quadratic terms
+};
+
+// quicksum(data).
+Ref quicksum(Borrowed data);
+
+} // namespace tsp

@@ -1,0 +1,169 @@
+#include "expr/tempconstr.h"
+
+#include "expr/arithmetic.h"
+#include "expr/kinds.h"
+#include "module/text.h"
+#include "py/args.h"
+
+namespace tsp {
+namespace {
+
+constexpr int kFree = 64;
+TempConstr* g_free[kFree];
+int g_free_count = 0;
+
+Ref small_zero() { return Ref::steal(PyLong_FromLong(0)); }
+
+Ref make(Ref lb, Ref ub, Ref expr) {
+    TempConstr* t;
+    PyTypeObject* type = state().tempconstr;
+    if (g_free_count) {
+        t = g_free[--g_free_count];
+        PyObject_Init(as_object(t), type);
+    } else {
+        t = allocate<TempConstr>(type);
+    }
+    t->lb = lb.release();
+    t->ub = ub.release();
+    t->expr = expr.release();
+    return Ref::steal(as_object(t));
+}
+
+PyObject* tempconstr_new(PyTypeObject* type, PyObject*, PyObject*) {
+    PyObject* self = type->tp_alloc(type, 0);
+    if (self)
+        for (auto field : {&TempConstr::lb, &TempConstr::ub, &TempConstr::expr}) {
+            Py_INCREF(Py_None);
+            as_tempconstr(self).*field = Py_None;
+        }
+    return self;
+}
+
+void tempconstr_dealloc(PyObject* self) {
+    PyTypeObject* type = Py_TYPE(self);
+    TempConstr& t = as_tempconstr(self);
+    Py_CLEAR(t.lb);
+    Py_CLEAR(t.ub);
+    Py_CLEAR(t.expr);
+    if (type == state().tempconstr && g_free_count < kFree)
+        g_free[g_free_count++] = &t;
+    else
+        type->tp_free(self);
+    Py_DECREF(type);
+}
+
+Ref tempconstr_rshift(PyObject* a, PyObject* b) {
+    if (!is_tempconstr(a))
+        return Ref::borrow(Py_NotImplemented);
+    return make_tempconstr(Py_None, a, b);
+}
+
+// Each line of a text, two blanks in front.
+Ref indented(Borrowed object) {
+    Ref text = Ref::steal(PyObject_Str(object));
+    Ref replaced = Ref::steal(PyObject_CallMethod(text.get(), "replace", "ss", "\n", "\n  "));
+    return Ref::steal(PyUnicode_FromFormat("  %U", replaced.get()));
+}
+
+Ref tempconstr_str(TempConstr& self) {
+    if (self.expr == Py_None) {
+        Ref left = indented(self.lb), right = indented(self.ub);
+        return Ref::steal(PyUnicode_FromFormat("(\n%U\n) >> (\n%U\n)", left.get(), right.get()));
+    }
+    return Ref::steal(PyUnicode_FromFormat("TempConstr:\nlhs:\n----\n%S\nexpr:\n-----\n%S\nrhs:\n----\n%S", self.lb,
+                                           self.expr, self.ub));
+}
+Ref tempconstr_repr(PyObject* self) { return Ref::steal(PyObject_Str(self)); }
+
+Ref tempconstr_newMethod(PyObject*, const Call& call) {
+    static const Signature<3> signature{"new", {"lhs", "lb", "rhs"}, 3};
+    auto [lhs, lb, rhs] = parse(signature, call);
+    return make_tempconstr(lhs, lb, rhs);
+}
+
+constexpr PyMethodDef as_static(PyMethodDef method) {
+    method.ml_flags |= METH_STATIC;
+    return method;
+}
+PyMethodDef tempconstr_methods[] = {
+    as_static(keywords<tempconstr_newMethod>("new", "new(lhs, lb, rhs)\n--\n\n"
+                                                    "A constraint: lhs <= rhs without lb, lhs >= lb without rhs,\n"
+                                                    "lb <= lhs <= rhs with both; without lhs `lb >> rhs`.\n\n"
+                                                    "lhs: an expression or None.  lb, rhs: None, numbers, expressions\n"
+                                                    "(one alone) or TempConstr (without lhs).\n"
+                                                    "Raises TypeError for anything else.\n\n"
+                                                    "Example: TempConstr.new(x + y, 0, 100)")),
+    {},
+};
+
+PyType_Slot tempconstr_slots[] = {
+    {Py_tp_doc,
+     const_cast<char*>("A constraint that is not yet in a model: what comparing expressions gives.\n\n"
+                       "`a >> b` of two of them reads: when a, a binary variable compared with 0 or 1, holds,\n"
+                       "then b does.\n\n"
+                       "Example: c = x + y <= 1")},
+    {Py_tp_new, reinterpret_cast<void*>(&tempconstr_new)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(&tempconstr_dealloc)},
+    slot<tempconstr_str>(Py_tp_str),
+    slot<tempconstr_repr>(Py_tp_repr),
+    slot<tempconstr_rshift>(Py_nb_rshift),
+    {Py_tp_methods, tempconstr_methods},
+    {},
+};
+PyType_Spec tempconstr_spec = {"tessolvpy.TempConstr", sizeof(TempConstr), 0, Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
+                               tempconstr_slots};
+
+// self == other.
+Ref equal(Borrowed self, Borrowed other) {
+    if (exact_kind(other) == Operands::Number || is_scalar(other))
+        return tempconstr_of(subtract(self, other), true, true);
+    if (is_arraylike(other)) {
+        Py_ssize_t size = PyObject_Size(other);
+        if (size < 0)
+            throw PythonError();
+        if (size != 2)
+            raise(PyExc_ValueError, "`=` expect an array with 2 elements: [ LHS, RHS ]");
+        Ref low = Ref::steal(PySequence_GetItem(other, 0)), high = Ref::steal(PySequence_GetItem(other, 1));
+        return make_tempconstr(self, low.get(), high.get());
+    }
+    return tempconstr_of(subtract(self, other), true, true);
+}
+
+} // namespace
+
+PyTypeObject* make_tempconstr_type() { return make_type(tempconstr_spec); }
+
+Ref tempconstr_of(Ref expr, bool lower, bool upper) {
+    return make(lower ? small_zero() : Ref::none(), upper ? small_zero() : Ref::none(), std::move(expr));
+}
+
+Ref make_tempconstr(Borrowed lhs, Borrowed lb, Borrowed rhs) {
+    if (lhs == Py_None && is_tempconstr(lb) && is_tempconstr(rhs))
+        return make(Ref::borrow(lb), Ref::borrow(rhs), Ref::none());
+    if (lb == Py_None)
+        return tempconstr_of(Ref::steal(PyNumber_Subtract(lhs, rhs)), false, true);
+    if (rhs == Py_None)
+        return tempconstr_of(Ref::steal(PyNumber_Subtract(lhs, lb)), true, false);
+    if (!is_number(lb) || !is_number(rhs))
+        raise(PyExc_TypeError, "range constraint requires numeric values");
+    return make(Ref::borrow(lb), Ref::borrow(rhs), Ref::borrow(lhs));
+}
+
+Ref compare(Borrowed a, Borrowed b, int op) {
+    switch (op) {
+    case Py_LE:
+        return tempconstr_of(subtract(a, b), false, true);
+    case Py_GE:
+        return tempconstr_of(subtract(a, b), true, false);
+    case Py_EQ:
+        return equal(a, b);
+    case Py_NE: {
+        Ref same = equal(a, b);
+        return Ref::boolean(!checked(PyObject_IsTrue(same.get())));
+    }
+    default:
+        return Ref::borrow(Py_NotImplemented);
+    }
+}
+
+} // namespace tsp

@@ -1,0 +1,145 @@
+// Model: the objective.
+#include "expr/kinds.h"
+#include "expr/quadexpr.h"
+#include "model/model.h"
+#include "model/rows.h"
+#include "module/text.h"
+#include "py/args.h"
+#include "solver/check.h"
+
+#include <unordered_map>
+
+namespace tsp {
+namespace {
+
+// One attribute of one variable, the way in which every handle reads and writes it: two calls of the solver.
+constexpr char kObj[] = "Obj";
+
+void resolve_obj(TSOmodel mdl) {
+    int type = 0, owner = 0, flag = 0;
+    check(TSOgetattrinfo(mdl, kObj, &type, &owner, &flag));
+}
+void write_cost(TSOmodel mdl, int index, double cost) {
+    resolve_obj(mdl);
+    check(TSOsetdblattrlist(mdl, kObj, 1, &index, &cost));
+}
+double read_cost(TSOmodel mdl, int index) {
+    resolve_obj(mdl);
+    double cost = 0;
+    check(TSOgetdblattrlist(mdl, kObj, 1, &index, &cost));
+    return cost;
+}
+
+Ref name(const char* text) { return chars2str(text); }
+
+void write_linear(Model& self, const LinExpr& e) {
+    // Terms of one variable are added up; variables come in the order of their first term.
+    std::vector<std::pair<int, double>> costs;
+    std::unordered_map<int, std::size_t> places;
+    costs.reserve(static_cast<std::size_t>(e.size()));
+    places.reserve(static_cast<std::size_t>(e.size()));
+    for (int i = 0; i < e.size(); ++i) {
+        int index = index_in(self, e.vars.data()[i]);
+        auto [place, fresh] = places.try_emplace(index, costs.size());
+        if (fresh)
+            costs.emplace_back(index, e.coeffs.data()[i]);
+        else
+            costs[place->second].second += e.coeffs.data()[i];
+    }
+    for (auto [index, cost] : costs)
+        write_cost(self.mdl_, index, cost);
+}
+
+void write_quadratic(Model& self, const QuadExpr& q) {
+    auto n = static_cast<std::size_t>(q.size());
+    std::vector<int> rows(n), cols(n);
+    std::vector<double> values(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        auto at = static_cast<int>(i);
+        Ref var1 = item(q.vars1, at), var2 = item(q.vars2, at), coeff = item(q.coeffs, at);
+        for (auto [var, target] : {std::pair{&var1, &rows[i]}, std::pair{&var2, &cols[i]}}) {
+            if (is_var(var->get())) {
+                *target = index_in(self, var->get());
+            } else {
+                Ref index = Ref::steal(PyObject_GetAttr(var->get(), state().s_index));
+                *target = to_int32(index.get());
+            }
+        }
+        values[i] = to_double(coeff.get());
+        if (static_cast<std::size_t>(q.size()) < n)
+            raise(PyExc_RuntimeError, "the expression changed while it was read");
+    }
+    check(TSOaddqpterms(self.mdl_, static_cast<int>(n), rows.data(), cols.data(), values.data()));
+}
+
+} // namespace
+
+Ref model_setObjective(Model& self, const Call& call) {
+    static const Signature<2> signature{"setObjective", {"expr", "sense"}, 1};
+    auto [expr, sense] = parse(signature, call);
+    int32_t direction = sense ? to_int32(sense) : TSO_MAXINT;
+    bool quadratic = is_quadexpr(expr);
+    if (!quadratic && !is_linexpr(expr))
+        raise(PyExc_TypeError, "expr should be one of [LinExpr, QuadExpr, PsdExpr] type");
+    Ref hold = Ref::borrow(expr);
+    if (direction != TSO_MAXINT) {
+        Ref value = Ref::steal(PyLong_FromLong(direction));
+        model_set_attribute(self, name("ModelSense").get(), value.get(), Py_None);
+    }
+    int delq = TSOdelq(self.mdl_);
+    if (self.vars_ == Py_None)
+        raise(PyExc_TypeError, "'NoneType' object is not iterable");
+    Ref vars = Ref::borrow(mirror(self.vars_));
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(vars.get()); ++i) {
+        PyObject* var = PyList_GET_ITEM(vars.get(), i);
+        if (is_var(var))
+            write_cost(self.mdl_, index_in(self, var), 0.0);
+    }
+    check(delq);
+    model_get_attribute(self, name("NumVars").get(), Py_None);
+    Ref linear = Ref::borrow(quadratic ? as_quadexpr(expr).linexpr : expr);
+    Ref constant = Ref::steal(PyFloat_FromDouble(as_linexpr(linear.get()).constant));
+    model_set_attribute(self, name("ObjCon").get(), constant.get(), Py_None);
+    if (as_linexpr(linear.get()).size() > 0)
+        write_linear(self, as_linexpr(linear.get()));
+    if (quadratic && as_quadexpr(expr).size() > 0)
+        write_quadratic(self, as_quadexpr(expr));
+    return Ref::none();
+}
+
+Ref model_getObjective(Model& self) {
+    LinExpr* le = new_linexpr();
+    Ref linear = owned(le);
+    Ref constant = model_get_attribute(self, name("objcon").get(), Py_None);
+    add_constant(*le, constant.get());
+    if (self.vars_ == Py_None)
+        raise(PyExc_TypeError, "'NoneType' object is not iterable");
+    Ref vars = Ref::borrow(mirror(self.vars_));
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(vars.get()); ++i) {
+        PyObject* var = PyList_GET_ITEM(vars.get(), i);
+        if (is_var(var))
+            add_term(*le, read_cost(self.mdl_, index_in(self, var)), var);
+    }
+    int count = 0;
+    check(TSOgetq(self.mdl_, &count, nullptr, nullptr, nullptr));
+    if (count <= 0)
+        return linear;
+    auto n = static_cast<std::size_t>(count);
+    std::vector<int> rows(n), cols(n);
+    std::vector<double> values(n);
+    check(TSOgetq(self.mdl_, &count, rows.data(), cols.data(), values.data()));
+    QuadExpr* q = new_quadexpr();
+    Ref result = owned(q);
+    assign(q->linexpr, std::move(linear));
+    for (std::size_t i = 0; i < n; ++i) {
+        for (int index : {rows[i], cols[i]})
+            if (index < 0 || index >= PyList_GET_SIZE(vars.get()) || !is_var(PyList_GET_ITEM(vars.get(), index)))
+                raise(PyExc_IndexError, "list index out of range");
+        add_term(*q, values[i], PyList_GET_ITEM(vars.get(), rows[i]), PyList_GET_ITEM(vars.get(), cols[i]));
+    }
+    if (q->size() == 0)
+        return Ref::borrow(q->linexpr);
+    return result;
+}
+
+} // namespace tsp

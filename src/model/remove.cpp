@@ -1,0 +1,152 @@
+// Model: removal. The only operation that renumbers elements.
+#include "model/model.h"
+#include "model/rows.h"
+#include "module/state.h"
+#include "module/text.h"
+#include "py/args.h"
+#include "solver/check.h"
+
+#include <algorithm>
+
+namespace tsp {
+namespace {
+
+// The indices to be removed, by kind.
+struct Indices {
+    std::vector<int> vars, constrs, qconstrs, soss, genconstrs;
+
+    std::vector<int>* of(Kind kind) {
+        switch (kind) {
+        case Kind::Var:
+            return &vars;
+        case Kind::Constr:
+            return &constrs;
+        case Kind::QConstr:
+            return &qconstrs;
+        case Kind::Sos:
+            return &soss;
+        case Kind::GenConstr:
+            return &genconstrs;
+        default:
+            return nullptr;
+        }
+    }
+    void sort() {
+        for (auto list : {&vars, &constrs, &qconstrs, &soss, &genconstrs}) {
+            if (!std::is_sorted(list->begin(), list->end()))
+                std::sort(list->begin(), list->end());
+            list->erase(std::unique(list->begin(), list->end()), list->end());
+        }
+    }
+};
+
+// Walks handles, and containers of them to any depth. Elements that were removed earlier are passed over.
+void collect(Borrowed items, Indices& out) {
+    Kind kind = kind_of_handle(items);
+    if (kind == Kind::PsdVar)
+        raise(PyExc_TypeError, "remove psd variable temporary not support");
+    if (kind == Kind::PsdConstr)
+        raise(PyExc_TypeError, "remove psd constraint temporary not support");
+    if (std::vector<int>* list = out.of(kind)) {
+        int index = reinterpret_cast<Handle*>(items)->index_;
+        if (index >= 0)
+            list->push_back(index);
+        return;
+    }
+    bool is_dict = PyDict_Check(items);
+    if (!is_dict && is_scalar(items))
+        raise(PyExc_TypeError, "unsupported type: `%s`", type_name(items));
+    if (Py_EnterRecursiveCall(" while collecting elements to remove"))
+        throw PythonError();
+    struct Leave {
+        ~Leave() { Py_LeaveRecursiveCall(); }
+    } leave;
+    if (PyList_CheckExact(items)) {
+        for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items); ++i) {
+            Ref item = Ref::borrow(PyList_GET_ITEM(items, i));
+            collect(item.get(), out);
+        }
+        return;
+    }
+    Ref values = is_dict ? Ref::steal(PyObject_CallMethod(items, "values", nullptr)) : Ref::borrow(items);
+    Ref iterator = Ref::steal(PyObject_GetIter(values.get()));
+    while (PyObject* next = PyIter_Next(iterator.get())) {
+        Ref item = Ref::steal(next);
+        collect(next, out);
+    }
+    if (PyErr_Occurred())
+        throw PythonError();
+}
+
+bool is_handle_at(PyObject* object, PyTypeObject* type) {
+    return Py_TYPE(object) == type || kind_of_handle(object) != Kind::Model;
+}
+
+// One pass over a list of handles and the ascending indices that are removed: these are marked, minus one minus the
+// index that they had, the others are renumbered and go into `fresh`, which has room for them. The old list stays as it
+// is. A list that the program has tampered with is brought back in order: what is no handle is dropped.
+Ref take_out(PyObject* list, const std::vector<int>& removed, Ref fresh) {
+    Py_ssize_t room = PyList_GET_SIZE(fresh.get()), filled = 0;
+    PyTypeObject* usual = PyList_GET_SIZE(list) ? Py_TYPE(PyList_GET_ITEM(list, 0)) : nullptr;
+    if (usual && !is_handle_at(PyList_GET_ITEM(list, 0), nullptr))
+        usual = nullptr;
+    std::size_t i = 0;
+    for (Py_ssize_t j = 0; j < PyList_GET_SIZE(list); ++j) {
+        PyObject* object = PyList_GET_ITEM(list, j);
+        if (!is_handle_at(object, usual))
+            continue;
+        Handle& h = *reinterpret_cast<Handle*>(object);
+        while (i < removed.size() && removed[i] < h.index_)
+            ++i;
+        if (i < removed.size() && removed[i] == h.index_)
+            h.index_ = -1 - h.index_;
+        if (h.index_ < 0)
+            continue;
+        h.index_ = static_cast<int>(filled);
+        if (filled < room) {
+            Py_INCREF(object);
+            PyList_SET_ITEM(fresh.get(), filled, object);
+        } else {
+            checked(PyList_Append(fresh.get(), object));
+        }
+        ++filled;
+    }
+    if (filled < room)
+        checked(PyList_SetSlice(fresh.get(), filled, room, nullptr));
+    return fresh;
+}
+
+using Delete = int (*)(TSOmodel, int, const int*);
+void remove_kind(Model& self, Delete function, const std::vector<int>& indices,
+                 std::initializer_list<PyObject * Model::*> lists) {
+    if (indices.empty())
+        return;
+    // The new lists are there before the solver is called, so that nothing can fail after it.
+    std::vector<std::pair<PyObject * Model::*, Ref>> fresh;
+    for (auto list : lists)
+        if (self.*list) {
+            Py_ssize_t left = PyList_GET_SIZE(mirror(self.*list)) - static_cast<Py_ssize_t>(indices.size());
+            fresh.emplace_back(list, Ref::steal(PyList_New(left > 0 ? left : 0)));
+        }
+    check(function(self.mdl_, static_cast<int>(indices.size()), indices.data()));
+    for (auto& [list, room] : fresh)
+        assign(self.*list, take_out(self.*list, indices, std::move(room)));
+}
+
+} // namespace
+
+Ref model_remove(Model& self, const Call& call) {
+    static const Signature<1> signature{"remove", {"items"}, 1};
+    auto [items] = parse(signature, call);
+    Indices indices;
+    collect(items, indices);
+    indices.constrs.insert(indices.constrs.end(), indices.qconstrs.begin(), indices.qconstrs.end()); // one row space
+    indices.sort();
+    remove_kind(self, &TSOdelvars, indices.vars, {&Model::vars_});
+    remove_kind(self, &TSOdelconstrs, indices.constrs, {&Model::constrs_, &Model::psdconstrs_, &Model::qconstrs_});
+    remove_kind(self, &TSOdelsos, indices.soss, {&Model::soss_});
+    remove_kind(self, &TSOdelgenconstrs, indices.genconstrs, {&Model::genconstrs_});
+    return Ref::none();
+}
+
+} // namespace tsp

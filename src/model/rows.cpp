@@ -1,0 +1,150 @@
+#include "model/rows.h"
+
+#include "expr/linexpr.h"
+#include "module/state.h"
+#include "module/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <numeric>
+
+namespace tsp {
+
+void RowArrays::finish_row(std::size_t from) {
+    std::size_t count = index.size() - from;
+    int* ind = index.data() + from;
+    double* val = value.data() + from;
+    std::size_t rising = 1;
+    while (rising < count && ind[rising - 1] < ind[rising])
+        ++rising;
+    if (rising >= count)
+        return;
+    constexpr std::size_t kSmall = 32;
+    if (count <= kSmall) {
+        for (std::size_t i = rising; i < count; ++i) {
+            int k = ind[i];
+            double v = val[i];
+            std::size_t j = i;
+            for (; j > 0 && ind[j - 1] > k; --j) {
+                ind[j] = ind[j - 1];
+                val[j] = val[j - 1];
+            }
+            ind[j] = k;
+            val[j] = v;
+        }
+    } else {
+        std::vector<std::size_t> order(count);
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return ind[a] < ind[b]; });
+        std::vector<int> sorted_ind(count);
+        std::vector<double> sorted_val(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            sorted_ind[i] = ind[order[i]];
+            sorted_val[i] = val[order[i]];
+        }
+        std::copy(sorted_ind.begin(), sorted_ind.end(), ind);
+        std::copy(sorted_val.begin(), sorted_val.end(), val);
+    }
+    std::size_t last = 0;
+    for (std::size_t i = 1; i < count; ++i) {
+        if (ind[i] == ind[last]) {
+            val[last] += val[i];
+        } else {
+            ++last;
+            ind[last] = ind[i];
+            val[last] = val[i];
+        }
+    }
+    index.resize(from + last + 1);
+    value.resize(from + last + 1);
+}
+
+void append_row(RowArrays& rows, const Model& self, const LinExpr& expr) {
+    std::size_t from = rows.index.size();
+    int n = expr.size();
+    rows.index.resize(from + static_cast<std::size_t>(n));
+    rows.value.resize(from + static_cast<std::size_t>(n));
+    PyObject* const* vars = expr.vars.data();
+    const double* coeffs = expr.coeffs.data();
+    for (int i = 0; i < n; ++i) {
+        rows.index[from + static_cast<std::size_t>(i)] = index_in(self, vars[i]);
+        rows.value[from + static_cast<std::size_t>(i)] = coeffs[i];
+    }
+    rows.finish_row(from);
+}
+
+namespace {
+
+// An int, or a plain text whose repr is itself in quotes; false for what needs Python's own repr.
+bool append_plain(std::string& text, PyObject* item) {
+    if (PyLong_CheckExact(item)) {
+        int overflow = 0;
+        long long v = PyLong_AsLongLongAndOverflow(item, &overflow);
+        if (overflow)
+            return false;
+        char digits[24];
+        auto end = std::to_chars(digits, digits + sizeof digits, v).ptr;
+        text.append(digits, end);
+        return true;
+    }
+    if (!PyUnicode_CheckExact(item) || !PyUnicode_IS_COMPACT_ASCII(item))
+        return false;
+    auto* s = reinterpret_cast<const char*>(PyUnicode_1BYTE_DATA(item));
+    Py_ssize_t size = PyUnicode_GET_LENGTH(item);
+    for (Py_ssize_t i = 0; i < size; ++i)
+        if (s[i] <= ' ' || s[i] == '\'' || s[i] == '\\' || s[i] == 127)
+            return false;
+    text += '\'';
+    text.append(s, static_cast<std::size_t>(size));
+    text += '\'';
+    return true;
+}
+
+void append_repr(std::string& text, PyObject* item) {
+    Ref repr = Ref::steal(PyObject_Repr(item));
+    Chars chars(repr.get());
+    for (const char* p = chars.get(); *p; ++p)
+        if (*p != ' ')
+            text += *p;
+}
+
+} // namespace
+
+void append_subscript(std::string& text, PyObject* const* items, Py_ssize_t count) {
+    text += '[';
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        if (i > 0)
+            text += ',';
+        if (!append_plain(text, items[i]))
+            append_repr(text, items[i]);
+    }
+    text += ']';
+}
+
+PyObject* mirror(PyObject* list) {
+    if (!list || !PyList_Check(list))
+        raise(PyExc_TypeError, "object of type 'NoneType' has no len()");
+    return list;
+}
+
+namespace {
+
+Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self) {
+    Ref handle = new_handle(type, self.mdl_, static_cast<int>(PyList_GET_SIZE(list)));
+    checked(PyList_Append(list, handle.get()));
+    return handle;
+}
+
+} // namespace
+
+Ref add_constr_object(Model& self) {
+    State& s = state();
+    Ref constr = append_handle(mirror(self.constrs_), s.constr, self);
+    if (self.qconstrs_)
+        append_handle(mirror(self.qconstrs_), s.qconstr, self);
+    if (self.psdconstrs_)
+        append_handle(mirror(self.psdconstrs_), s.psdconstr, self);
+    return constr;
+}
+
+} // namespace tsp

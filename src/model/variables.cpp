@@ -1,0 +1,335 @@
+// Model: variables, one at a time and in bulk.
+#include "expr/column.h"
+#include "expr/kinds.h"
+#include "model/model.h"
+#include "model/rows.h"
+#include "module/text.h"
+#include "py/args.h"
+#include "py/numpy.h"
+#include "solver/check.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace tsp {
+namespace {
+
+// The entries of a column as the solver takes them.
+RowArrays column_arrays(const Model& self, const Column& column) {
+    RowArrays arrays;
+    Ref coeffs = Ref::borrow(column.coeffs_), constrs = Ref::borrow(column.constrs_);
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(constrs.get()) && i < PyList_GET_SIZE(coeffs.get()); ++i) {
+        Ref coeff = Ref::borrow(PyList_GET_ITEM(coeffs.get(), i));
+        arrays.index.push_back(index_in(self, PyList_GET_ITEM(constrs.get(), i)));
+        arrays.value.push_back(to_double(coeff.get()));
+    }
+    arrays.finish_row(0);
+    return arrays;
+}
+
+double number_or(Borrowed arg, double fallback) { return arg ? to_double(arg) : fallback; }
+
+} // namespace
+
+Ref model_addVar(Model& self, const Call& call) {
+    static const Signature<6> signature{"addVar", {"lb", "ub", "obj", "vtype", "name", "column"}, 0};
+    auto [lb, ub, obj, vtype, name, column] = parse(signature, call);
+    double lower = number_or(lb, 0.0), upper = number_or(ub, TSO_INFINITY), cost = number_or(obj, 0.0);
+    if (vtype)
+        require_str_or_none(vtype, "vtype");
+    if (name)
+        require_str_or_none(name, "name");
+    const Column* given = column ? require_or_none<Column>(column, state().column, "column") : nullptr;
+    char type = TSO_CONTINUOUS;
+    Chars hold_type, hold_name;
+    if (vtype) {
+        hold_type = str2chars(vtype);
+        type = hold_type.get()[0];
+    }
+    const char* text = "";
+    if (name) {
+        hold_name = str2chars(name);
+        text = hold_name;
+    }
+    if (given) {
+        RowArrays entries = column_arrays(self, *given);
+        check(TSOaddvar(self.mdl_, static_cast<int>(entries.index.size()), entries.index.data(), entries.value.data(),
+                        cost, lower, upper, type, text));
+    } else {
+        check(TSOaddvar(self.mdl_, 0, nullptr, nullptr, cost, lower, upper, type, text));
+    }
+    PyObject* vars = mirror(self.vars_);
+    Ref var = new_handle(state().var, self.mdl_, static_cast<int>(PyList_GET_SIZE(vars)));
+    checked(PyList_Append(vars, var.get()));
+    return var;
+}
+
+// ---- Many variables ----
+
+namespace {
+
+Ref numpy_call(const char* function, Borrowed arg) {
+    return Ref::steal(PyObject_CallMethod(state().np, function, "(O)", arg));
+}
+Py_ssize_t numpy_number(const char* function, Borrowed arg) {
+    Ref n = numpy_call(function, arg);
+    Py_ssize_t v = PyNumber_AsSsize_t(n.get(), PyExc_OverflowError);
+    if (v == -1 && PyErr_Occurred())
+        throw PythonError();
+    return v;
+}
+bool is_exact_number(Borrowed x) { return PyFloat_CheckExact(x) || PyLong_CheckExact(x); }
+
+bool all_zero(Borrowed value) {
+    if (is_exact_number(value))
+        return to_double(value) == 0.0;
+    if (PyList_CheckExact(value) || PyTuple_CheckExact(value))
+        return false; // a list equals no number
+    Ref zero = Ref::steal(PyFloat_FromDouble(0.0));
+    Ref equal = Ref::steal(PyObject_RichCompare(value, zero.get(), Py_EQ));
+    Ref all = numpy_call("all", equal.get());
+    return checked(PyObject_IsTrue(all.get()));
+}
+
+// One number for all, or one for each of the `count` variables; null for what is the solver's default.
+class Numbers {
+public:
+    Numbers(Borrowed value, bool zero_is_default, Py_ssize_t count, const char* name) {
+        if (value == Py_None || (zero_is_default && all_zero(value)))
+            return;
+        given_ = true;
+        if (is_exact_number(value) || numpy_number("ndim", value) == 0) {
+            Ref number = Ref::steal(PyNumber_Float(value));
+            values_.assign(static_cast<std::size_t>(count), PyFloat_AS_DOUBLE(number.get()));
+            return;
+        }
+        Ref array = Ref::steal(PyArray_FROMANY(value, NPY_FLOAT64, 0, 0, NPY_ARRAY_CARRAY_RO | NPY_ARRAY_FORCECAST));
+        if (PyArray_SIZE(as_array(array.get())) != count)
+            raise(PyExc_ValueError, "%s doesn't have enough elements", name);
+        auto* data = static_cast<const double*>(PyArray_DATA(as_array(array.get())));
+        values_.assign(data, data + count);
+    }
+    const double* get() const { return given_ ? values_.data() : nullptr; }
+
+private:
+    bool given_ = false;
+    std::vector<double> values_;
+};
+
+// The first byte of a type given as str or bytes; false for anything else.
+bool type_byte(Borrowed value, char& type) {
+    if (PyBytes_Check(value))
+        type = PyBytes_AS_STRING(value)[0];
+    else if (PyUnicode_Check(value))
+        type = str2chars(value).get()[0];
+    else
+        return false;
+    return true;
+}
+
+class Types {
+public:
+    Types(Borrowed value, Py_ssize_t count) {
+        char type = 0;
+        if (value == Py_None)
+            return;
+        bool single = type_byte(value, type);
+        if (single && (type == 'c' || type == 'C') && text_size(value) == 1)
+            return;
+        if (!single && numpy_number("ndim", value) == 0)
+            raise(PyExc_TypeError, "vtype should be str or byte");
+        given_ = true;
+        if (single) {
+            values_.assign(static_cast<std::size_t>(count), type);
+            return;
+        }
+        if (numpy_number("size", value) != count)
+            raise(PyExc_ValueError, "vtype doesn't have enough elements");
+        values_.assign(static_cast<std::size_t>(count), TSO_CONTINUOUS);
+        for (Py_ssize_t i = 0; i < count; ++i) {
+            Ref item = Ref::steal(PyObject_CallMethod(state().np, "take", "On", value, i));
+            if (!type_byte(item.get(), values_[static_cast<std::size_t>(i)]))
+                raise(PyExc_TypeError, "vtype contains bad type %s at %zd", type_name(item.get()), i);
+        }
+    }
+    const char* get() const { return given_ ? values_.data() : nullptr; }
+
+private:
+    static Py_ssize_t text_size(Borrowed value) {
+        return PyBytes_Check(value) ? PyBytes_GET_SIZE(value) : PyUnicode_GET_LENGTH(value);
+    }
+    bool given_ = false;
+    std::vector<char> values_;
+};
+
+// Names, one behind the other in one buffer; from a prefix and subscripts, or one by one.
+class VarNames {
+public:
+    VarNames(Borrowed name, const std::vector<Ref>& subscripts) {
+        if (name == Py_None || (PyUnicode_Check(name) && PyUnicode_GET_LENGTH(name) == 0))
+            return;
+        std::size_t count = subscripts.size();
+        std::vector<std::size_t> begin(count);
+        if (PyUnicode_Check(name) || numpy_number("ndim", name) == 0) {
+            Ref text = Ref::steal(PyObject_Str(name));
+            std::string prefix = str2chars(text.get()).get();
+            for (std::size_t i = 0; i < count; ++i) {
+                begin[i] = text_.size();
+                text_ += prefix;
+                append_subscript(text_, PySequence_Fast_ITEMS(subscripts[i].get()),
+                                 PyTuple_GET_SIZE(subscripts[i].get()));
+                text_ += '\0';
+            }
+        } else {
+            if (numpy_number("size", name) != static_cast<Py_ssize_t>(count))
+                raise(PyExc_ValueError, "names doesn't have enough elements");
+            for (std::size_t i = 0; i < count; ++i) {
+                begin[i] = text_.size();
+                Ref item = Ref::steal(PyObject_CallMethod(state().np, "take", "On", name, static_cast<Py_ssize_t>(i)));
+                Ref text = Ref::steal(PyObject_Str(item.get()));
+                text_ += str2chars(text.get()).get();
+                text_ += '\0';
+            }
+        }
+        pointers_.reserve(count);
+        for (std::size_t b : begin)
+            pointers_.push_back(text_.data() + b);
+        given_ = true;
+    }
+    const char** get() { return given_ ? pointers_.data() : nullptr; }
+
+private:
+    bool given_ = false;
+    std::string text_;
+    std::vector<const char*> pointers_;
+};
+
+struct VarArguments {
+    Borrowed lb, ub, obj, vtype, name; // None where the default is meant
+};
+
+// Adds one variable for each subscript with a single solver call. The handles are the last entries of vars_ then.
+void add_vars(Model& self, const std::vector<Ref>& subscripts, const VarArguments& a) {
+    if (subscripts.size() > INT_MAX)
+        raise(PyExc_MemoryError, "too many variables");
+    auto count = static_cast<Py_ssize_t>(subscripts.size());
+    Numbers lower(a.lb, true, count, "lb");
+    bool infinite = a.ub != Py_None && is_number(a.ub) && to_double(a.ub) >= TSO_INFINITY;
+    Numbers upper(infinite ? Py_None : a.ub, false, count, "ub");
+    Numbers cost(a.obj, true, count, "obj");
+    Types types(a.vtype, count);
+    VarNames names(a.name, subscripts);
+    check(TSOaddvars(self.mdl_, static_cast<int>(count), 0, nullptr, nullptr, nullptr, cost.get(), lower.get(),
+                     upper.get(), types.get(), names.get()));
+    PyObject* vars = mirror(self.vars_);
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        Ref var = new_handle(state().var, self.mdl_, static_cast<int>(PyList_GET_SIZE(vars)));
+        checked(PyList_Append(vars, var.get()));
+    }
+}
+
+bool has_iter(Borrowed e) {
+    if (PyLong_CheckExact(e) || PyFloat_CheckExact(e))
+        return false;
+    if (PyUnicode_CheckExact(e) || PyTuple_CheckExact(e) || PyList_CheckExact(e))
+        return true;
+    PyObject* method = PyObject_GetAttrString(e, "__iter__");
+    if (method) {
+        Py_DECREF(method);
+        return true;
+    }
+    if (!PyErr_ExceptionMatches(PyExc_AttributeError))
+        throw PythonError();
+    PyErr_Clear();
+    return false;
+}
+
+// One index set: for each element what it contributes to a subscript, itself or its items.
+std::vector<std::vector<Ref>> index_set(Borrowed arg) {
+    std::vector<std::vector<Ref>> set;
+    if (PyLong_Check(arg)) {
+        Py_ssize_t n = PyLong_AsSsize_t(arg);
+        if (n == -1 && PyErr_Occurred())
+            throw PythonError();
+        for (Py_ssize_t i = 0; i < n; ++i) {
+            set.emplace_back();
+            set.back().push_back(Ref::steal(PyLong_FromSsize_t(i)));
+        }
+        return set;
+    }
+    Ref elements = Ref::steal(PySequence_Tuple(arg));
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(elements.get()); ++i) {
+        PyObject* e = PyTuple_GET_ITEM(elements.get(), i);
+        set.emplace_back();
+        if (!has_iter(e)) {
+            set.back().push_back(Ref::borrow(e));
+            continue;
+        }
+        Ref items = Ref::steal(PySequence_Tuple(e));
+        for (Py_ssize_t k = 0; k < PyTuple_GET_SIZE(items.get()); ++k)
+            set.back().push_back(Ref::borrow(PyTuple_GET_ITEM(items.get(), k)));
+    }
+    for (auto& items : set) // what cannot be a key is refused before anything is added
+        for (const Ref& item : items)
+            if (PyObject_Hash(item.get()) == -1)
+                throw PythonError();
+    return set;
+}
+
+// The cartesian product of the sets as flat tuples, the last set running fastest.
+std::vector<Ref> product(const std::vector<std::vector<std::vector<Ref>>>& sets) {
+    std::size_t total = 1;
+    for (auto& set : sets)
+        if (__builtin_mul_overflow(total, set.size(), &total) || total > INT_MAX)
+            raise(PyExc_MemoryError, "too many variables");
+    std::vector<Ref> tuples;
+    tuples.reserve(total);
+    std::vector<std::size_t> at(sets.size(), 0);
+    for (std::size_t n = 0; n < total; ++n) {
+        std::size_t width = 0;
+        for (std::size_t s = 0; s < sets.size(); ++s)
+            width += sets[s][at[s]].size();
+        Ref tuple = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(width)));
+        Py_ssize_t k = 0;
+        for (std::size_t s = 0; s < sets.size(); ++s)
+            for (const Ref& item : sets[s][at[s]])
+                PyTuple_SET_ITEM(tuple.get(), k++, Ref::borrow(item.get()).release());
+        tuples.push_back(std::move(tuple));
+        for (std::size_t s = sets.size(); s-- > 0;) {
+            if (++at[s] < sets[s].size())
+                break;
+            at[s] = 0;
+        }
+    }
+    return tuples;
+}
+
+} // namespace
+
+Ref model_addVars(Model& self, const Call& call) {
+    static const Signature<5> signature{"addVars", {"lb", "ub", "obj", "vtype", "name"}, 0, 0};
+    Call keywords_only{call.args + call.nargs, 0, call.kwnames};
+    auto [lb, ub, obj, vtype, name] = parse(signature, keywords_only);
+    Ref result = Ref::steal(PyObject_CallNoArgs(as_object(state().tupledict)));
+    if (call.nargs == 0)
+        raise(PyExc_ValueError, "empty indices");
+    std::vector<std::vector<std::vector<Ref>>> sets;
+    for (Py_ssize_t i = 0; i < call.nargs; ++i)
+        sets.push_back(index_set(call.args[i]));
+    std::vector<Ref> tuples = product(sets);
+    auto given = [](Borrowed arg) { return arg ? arg : Py_None; };
+    add_vars(self, tuples, {given(lb), given(ub), given(obj), given(vtype), given(name)});
+    Ref vars = Ref::borrow(mirror(self.vars_));
+    Py_ssize_t first = PyList_GET_SIZE(vars.get()) - static_cast<Py_ssize_t>(tuples.size());
+    for (std::size_t i = 0; i < tuples.size(); ++i) {
+        PyObject* key = tuples[i].get();
+        if (PyTuple_GET_SIZE(key) == 1)
+            key = PyTuple_GET_ITEM(key, 0);
+        Ref var = Ref::borrow(PyList_GET_ITEM(vars.get(), first + static_cast<Py_ssize_t>(i)));
+        checked(PyDict_SetItem(result.get(), key, var.get()));
+    }
+    return result;
+}
+
+} // namespace tsp

@@ -1,0 +1,224 @@
+"""Random programs of operations on expressions, step by step the same as in the reference."""
+
+import operator
+from fractions import Fraction
+
+import numpy
+import pytest
+import reference as ref
+import tessolvpy as tso
+from hypothesis import HealthCheck, given, settings
+from hypothesis import strategies as st
+
+ROOM = 5  # expressions alive at a time
+NUMBERS = [0, 1, -1, 2, 3.5, -0.25, 0.0, -0.0, True, 1e-300, 1e300, float("inf"), float("nan"), 10**400]
+NUMBERS += [numpy.float64(1.5), numpy.int64(-2), numpy.float32(0.5), Fraction(1, 3)]
+
+
+@pytest.fixture(scope="module")
+def variables():
+    env = tso.Env(empty=True)
+    env.setParam("OutputFlag", 0)
+    models = [tso.Model("m", env) for _ in range(2)]
+    return {ref.Var(k, i): m.addVar(name=f"v{k}{i}") for k, m in enumerate(models) for i in range(3)}
+
+
+class Program:
+    """Runs each step on both sides: `take` gives the real object of a reference one."""
+
+    def __init__(self, variables):
+        self.variables = variables
+        self.names = {(k, i): v for v in variables for k, i in [(id(variables[v]), 0)]}
+        x, y, z = [v for v in variables if v.model == 0]
+        self.mine = [ref.add(ref.mul(2, x), y), ref.LinExpr(), ref.mul(x, y), ref.QuadExpr(), ref.scaled(z, 3.0)]
+        vx, vy, vz = variables[x], variables[y], variables[z]
+        self.real = [2 * vx + vy, tso.LinExpr(), vx * vy, tso.QuadExpr(), 3 * vz]
+
+    def operand(self, which):
+        """A pair (reference, real) of an expression, a variable or a number."""
+        kind, i = which
+        if kind == "expr":
+            return self.mine[i % ROOM], self.real[i % ROOM]
+        if kind == "var":
+            return list(self.variables.items())[i % 6]
+        return NUMBERS[i % len(NUMBERS)], NUMBERS[i % len(NUMBERS)]
+
+    def step(self, target, mine, real):
+        """Both sides; the results go into a place if they are expressions. Both fail alike, or none."""
+        got = []
+        for act in (mine, real):
+            try:
+                got.append((None, act()))
+            except Exception as error:
+                got.append(((type(error), str(error)), None))
+        (error, expected), (raised, result) = got
+        if error and error[0] in (TypeError, ZeroDivisionError):
+            assert raised == error
+        else:
+            assert (raised and raised[0]) == (error and error[0]), (raised, error)
+        got = None
+        if isinstance(expected, (ref.LinExpr, ref.QuadExpr)):
+            self.mine[target], self.real[target] = expected, result
+
+    def check(self):
+        for mine, real in zip(self.mine, self.real):
+            assert self.seen(mine) == self.shown(real)
+
+    def seen(self, e):
+        linear = e.linear if isinstance(e, ref.QuadExpr) else e
+        terms = [*zip(map(repr, linear.coeffs), linear.vars)]
+        quadratic = None
+        if linear is not e:
+            quadratic = [*zip([(type(c), repr(c)) for c in e.coeffs], e.vars1, e.vars2)]
+        return type(e).__name__, repr(linear.constant), terms, quadratic
+
+    def shown(self, e):
+        back = {id(v): k for k, v in self.variables.items()}
+        linear = e.getLinExpr() if isinstance(e, tso.QuadExpr) else e
+        terms = [(repr(linear.getCoeff(i)), back[id(linear.getVar(i))]) for i in range(linear.size())]
+        quadratic = None
+        if linear is not e:
+            quadratic = [
+                ((type(e.getCoeff(i)), repr(e.getCoeff(i))), back[id(e.getVar1(i))], back[id(e.getVar2(i))])
+                for i in range(e.size())
+            ]
+        return type(e).__name__, repr(linear.getConstant()), terms, quadratic
+
+
+BINARY = {"+": (ref.add, operator.add), "-": (ref.sub, operator.sub), "*": (ref.mul, operator.mul)}
+index = st.integers(0, 99)
+expr = st.tuples(st.just("expr"), index)
+operand = st.tuples(st.sampled_from(["expr", "expr", "var", "num"]), index)
+place = st.integers(0, ROOM - 1)
+mult = st.sampled_from([1.0, 1.0, 2, 0.0, -1.5, float("inf")])
+steps = st.one_of(
+    st.tuples(st.just("new"), place, st.sampled_from(["LinExpr", "QuadExpr"]), operand),
+    st.tuples(st.just("share"), place, expr),
+    st.tuples(st.just("binary"), place, st.sampled_from("+-*"), operand, operand),
+    st.tuples(st.just("other"), place, st.sampled_from(["neg", "square"]), expr),
+    st.tuples(st.just("divide"), place, expr, st.tuples(st.just("num"), index)),
+    st.tuples(st.just("quicksum"), place, st.lists(operand, max_size=4), st.sampled_from([list, tuple, iter])),
+    st.tuples(st.just("inplace"), place, st.sampled_from("+-*"), operand),
+    st.tuples(st.just("add"), place, expr, mult),
+    st.tuples(st.just("terms"), place, st.lists(st.tuples(index, index, index), max_size=3), st.booleans()),
+    st.tuples(st.just("term"), place, st.tuples(index, index)),
+    st.tuples(st.just("remove"), place, st.one_of(st.integers(-1, 4), st.tuples(st.just("var"), index))),
+    st.tuples(st.just("clear"), place),
+    st.tuples(st.just("linear part"), place, expr),
+)
+
+
+def run(p, kind, to, *args):
+    mine, real = p.mine[to], p.real[to]
+    quadratic = isinstance(mine, ref.QuadExpr)
+    if kind == "new":
+        a, b = p.operand(args[1])
+        if args[0] == "LinExpr" and isinstance(a, ref.QuadExpr):
+            return  # no number: a matter of Python's own words
+        p.step(to, lambda: getattr(ref, args[0])(a), lambda: getattr(tso, args[0])(b))
+    elif kind == "share":  # of one another's kind: what copies share is what this is about
+        a, b = p.operand(args[0])
+        p.step(to, lambda: type(a)(a), lambda: b.copy() if isinstance(b, tso.QuadExpr) else tso.LinExpr(b))
+    elif kind == "binary":
+        (a, b), (c, d) = p.operand(args[1]), p.operand(args[2])
+        if ref.rank(a) or ref.rank(c):
+            one, other = BINARY[args[0]]
+            p.step(to, lambda: one(a, c), lambda: other(b, d))
+    elif kind == "other":
+        a, b = p.operand(args[1])
+        p.step(to, lambda: getattr(ref, args[0])(a), lambda: -b if args[0] == "neg" else b**2.0)
+    elif kind == "divide":
+        (a, b), (c, d) = p.operand(args[0]), p.operand(args[1])
+        p.step(to, lambda: ref.div(a, c), lambda: b / d)
+    elif kind == "quicksum":
+        pairs = [p.operand(one) for one in args[0]]
+        p.step(to, lambda: ref.quicksum(a for a, _ in pairs), lambda: tso.quicksum(args[1]([b for _, b in pairs])))
+    elif kind == "inplace":
+        a, b = p.operand(args[1])
+
+        def inplace():
+            e = real
+            if args[0] == "+":
+                e += b
+            elif args[0] == "-":
+                e -= b
+            else:
+                e *= b
+            assert e is real
+
+        expected = {"+": lambda: mine.iadd(a), "-": lambda: mine.iadd(ref.neg(a)), "*": lambda: mine.imul(a)}
+        p.step(to, expected[args[0]], inplace)
+    elif kind == "add":
+        a, b = p.operand(args[0])
+        if quadratic or isinstance(a, ref.LinExpr):
+            p.step(to, lambda: (mine.add if quadratic else lambda e, m: mine.add_expr(m, e))(a, args[1]),
+                   lambda: real.add(b, args[1]))  # fmt: skip
+    elif kind == "terms":
+        rows = [(NUMBERS[i % len(NUMBERS)], p.operand(("var", j)), p.operand(("var", k))) for i, j, k in args[0]]
+        coeffs, first, second = [c for c, _, _ in rows], [v for _, v, _ in rows], [v for _, _, v in rows]
+        if quadratic and args[1]:
+            p.step(to, lambda: mine.add_arrays(coeffs, [a for a, _ in first], [a for a, _ in second]),
+                   lambda: real.addTerms(coeffs, [b for _, b in first], [b for _, b in second]))  # fmt: skip
+        else:
+            linear = mine.linear if quadratic else mine
+            p.step(to, lambda: linear.add_terms(coeffs, [a for a, _ in first]),
+                   lambda: real.addTerms(tuple(coeffs), [b for _, b in first]))  # fmt: skip
+    elif kind == "term":
+        (a, b), (c, d) = (p.operand(("var", i)) for i in args[0])
+        if quadratic:
+            p.step(to, lambda: mine.add_term(2.0, a, c), lambda: real.addTerms(2, b, d))
+        else:
+            p.step(to, lambda: mine.add_term(1.0, a), lambda: real.addTerms(1, b))
+    elif kind == "remove":
+        a, b = (args[0], args[0]) if isinstance(args[0], int) else p.operand(args[0])
+        p.step(to, lambda: mine.remove(a), lambda: real.remove(b))
+    elif kind == "clear":
+        p.step(to, mine.clear, real.clear)
+    elif kind == "linear part":
+        a, b = p.operand(args[0])
+        if isinstance(a, ref.QuadExpr):
+            p.step(to, lambda: a.linear, b.getLinExpr)
+
+
+@settings(max_examples=400, deadline=None, suppress_health_check=list(HealthCheck))
+@given(st.lists(steps, min_size=1, max_size=30))
+def test_programs(variables, program):
+    p = Program(variables)
+    p.check()
+    for step in program:
+        run(p, *step)
+        p.check()
+
+
+items = st.lists(st.integers(0, 9), max_size=3)
+list_steps = st.one_of(
+    st.tuples(st.just("new"), place, items),
+    st.tuples(st.just("+"), place, place, st.one_of(place, items)),
+    st.tuples(st.just("+="), place, st.one_of(place, items)),
+    st.tuples(st.sampled_from(["make_append_safe", "make_update_safe"]), place),
+)
+
+
+@settings(max_examples=500, deadline=None)
+@given(st.lists(list_steps, max_size=30))
+def test_lists(program):
+    mine, real = [ref.View() for _ in range(ROOM)], [tso.List() for _ in range(ROOM)]
+    for kind, to, *args in program:
+        a, b = (mine[args[-1]], real[args[-1]]) if args and isinstance(args[-1], int) else (args or [None])[-1:] * 2
+        if kind == "new":
+            mine[to], real[to] = ref.View(a), tso.List(b)
+        elif kind == "+":
+            mine[to], real[to] = mine[args[0]].concat(a), real[args[0]] + b
+        elif kind == "+=":
+            mine[to] = mine[to].plus(a)
+            real[to] += b
+        else:
+            getattr(mine[to], kind)()
+            getattr(real[to], "_" + kind)()
+        a = b = None
+        for one, other in zip(mine, real):
+            assert list(one) == [other[i] for i in range(len(other))]
+            assert str(other) == repr(other) == str(list(one))
+            for outside in (-1, len(other)):
+                with pytest.raises(IndexError, match="^list index out of range$"):
+                    other[outside]

@@ -1,0 +1,378 @@
+"""tuplelist: rows and their checks, patterns, and what each change of the list does to a built index."""
+
+import copy
+import operator
+import pickle
+from collections import namedtuple
+
+import numpy
+import pytest
+import tessolvpy as tso
+from tessolvpy import tuplelist
+
+MIXED = b"Cannot mix scalar and tuple values in a tuplelist"
+LENGTHS = b"All tuples in a tuplelist must be the same length"
+NO_LEN = "object of type 'NoneType' has no len()"
+
+
+def raises(exception, text, act, *arguments):
+    with pytest.raises(exception) as caught:
+        act(*arguments)
+    assert caught.value.args == (text,)
+
+
+def rows():
+    return tuplelist([(1, 2, "a"), (2, 2, "b"), (1, 3, "b")])
+
+
+def built(wildcard="*"):
+    made = tuplelist([(1, 2), (2, 2), (1, 3)], wildcard)
+    made.select(1)
+    return made
+
+
+# ---- Rows ----
+
+
+def test_construction():
+    for empty in (tuplelist(), tuplelist([]), tuplelist(None), tuplelist(li=()), tuplelist({})):
+        assert empty == [] and empty.tuple_index_ is None and empty.wildcard_ == "*"
+    assert issubclass(tuplelist, list)
+    assert tuplelist("abc") == ["a", "b", "c"]
+    assert tuplelist(range(3)) == [0, 1, 2]
+    assert tuplelist(numpy.arange(3)).select(1) == [1]
+    assert tuplelist(rows()) == rows()
+    assert tuplelist([1], wildcard=None).wildcard_ is None
+    raises(TypeError, "object of type 'generator' has no len()", tuplelist, (i for i in range(3)))
+    raises(TypeError, "'set' object is not subscriptable", tuplelist, {1})
+    raises(TypeError, "Expected unicode, got int", tuplelist, [1], 5)
+    raises(TypeError, "Expected unicode, got bytes", tuplelist, [1], b"*")
+
+
+def test_a_second_construction_checks_against_the_rows_that_are_there():
+    made = rows()
+    raises(ValueError, MIXED, made.__init__, [1, 2], "?")
+    assert made == rows() and made.wildcard_ == "?"  # stored before the rows are looked at
+    made.select(1)
+    index = made.tuple_index_
+    made.__init__([(7, 7, 7)])
+    assert made == [(7, 7, 7)] and made.tuple_index_ is index
+
+
+@pytest.mark.parametrize(
+    ("there", "wrong", "text"),
+    [
+        ([1], (1,), MIXED),
+        ([1], [1], MIXED),
+        ([(1,)], 1, MIXED),
+        (["ab"], ("a", "b"), MIXED),
+        ([(1, 2)], "ab", MIXED),
+        ([(1, 2)], (1,), LENGTHS),
+        ([(1, 2)], [1, 2, 3], LENGTHS),
+    ],
+)
+def test_mixed_rows_are_refused(there, wrong, text):
+    made = tuplelist(there)
+    made.select(there[0] if not isinstance(there[0], tuple) else there[0][0])
+    index = made.tuple_index_
+    raises(ValueError, text, tuplelist, [*there, wrong])
+    raises(ValueError, text, made.append, wrong)
+    raises(ValueError, text, made.insert, 0, wrong)
+    raises(ValueError, text, made.__setitem__, 0, wrong)
+    raises(ValueError, text, operator.add, made, [wrong])
+    assert made == there and made.tuple_index_ is index
+    made += [wrong]  # no check here
+    assert made == [*there, wrong]
+    raises(ValueError, text, made.copy)
+    raises(ValueError, text, operator.mul, made, 1)
+    raises(ValueError, text, made.select)
+
+
+def test_lists_and_named_tuples_are_rows_too():
+    Pair = namedtuple("Pair", "x y")
+    made = tuplelist([Pair(1, 2), [3, 4], (1, 5)])
+    assert made.select(1) == [(1, 2), (1, 5)]
+    assert made.select("*", 4) == [[3, 4]]
+    assert Pair(3, 4) in made
+
+
+# ---- Patterns ----
+
+
+def test_patterns():
+    assert rows().select("*", 2, "*") == [(1, 2, "a"), (2, 2, "b")]
+    assert rows().select(1) == [(1, 2, "a"), (1, 3, "b")]
+    assert rows().select(1, "*", "b") == [(1, 3, "b")]
+    assert rows().select(1.0, True + 1) == [(1, 2, "a")]
+    assert rows().select(5) == rows().select(1, 2, "b") == rows().select(1, 2, "a", 4) == []
+    assert rows().select("*") == rows().select("*", "*", "*") == rows()
+    scalars = tuplelist([1, 2, 3])
+    assert scalars.select(2) == [2]
+    assert scalars.select("*") == [1, 2, 3]
+    assert scalars.select(1, 2) == scalars.select("*", "*") == []
+    assert tuplelist([()]).select(1) == [] and tuplelist([()]).select() == [()]
+    for result in (rows().select(1), rows().select(), rows().select("*"), rows().select(9), tuplelist().select(1)):
+        assert type(result) is tuplelist and result.tuple_index_ is None and result.wildcard_ == "*"
+    for select in (rows().select, tso.tupledict().select, tso.tupledict().sum):
+        with pytest.raises(TypeError, match="takes no keyword arguments$"):
+            select(x=1)
+
+
+@pytest.mark.parametrize("as_objects", [False, True])
+def test_alternatives(as_objects):
+    made = rows()
+    made.select(1)
+    if as_objects:
+        assert type(made.tuple_index_) is list
+    assert made.select([2, 1], "*") == made.select((1, 2)) == rows()
+    assert made.select([1, 1]) == made.select([1, True, 1.0]) == made.select(1)
+    assert made.select([]) == made.select("*", ()) == []
+    assert made.select([2, 1], "b") == made.select([1, 2], [2, 3]) == []  # two fields: the list is compared as it is
+    assert made.select("*", "*", ["*"]) == []  # a wildcard is one only as a whole element
+    assert tuplelist(["*", "a"]).select(["*"]) == ["*"]
+
+
+@pytest.mark.parametrize("as_objects", [False, True])
+def test_missing_alternatives(as_objects):
+    made = rows()
+    made.select(1)
+    if as_objects:
+        assert type(made.tuple_index_) is list
+    assert made.select([9, 1]) == made.select([8, 9, 1]) == made.select(1)
+    assert made.select([8, 9]) == []
+    raises(TypeError, NO_LEN, made.select, [1, 9])
+    raises(TypeError, NO_LEN, made.select, "*", [9, 3, 8])
+    assert made.select(7, [3, 8]) == []  # the first field has answered
+
+
+def test_wildcards():
+    made = tuplelist([("*", 1), ("?", 2)], wildcard="?")
+    assert made.select("*") == [("*", 1)]
+    assert made.select("?") == made and made.select("?").wildcard_ == "*"
+    made.wildcard_ = None
+    assert made.select(None, 2) == [("?", 2)]
+    assert made.select("?") == [("?", 2)]
+    del made.wildcard_
+    assert made.wildcard_ is None
+    raises(TypeError, "Expected unicode, got list", setattr, made, "wildcard_", [])
+    assert tuplelist([1, None]).select(None) == [None]
+    assert (tuplelist([1], "?") + [2]).wildcard_ == (tuplelist([1], "?") * 2).wildcard_ == "*"
+    assert tuplelist([1], "?").copy().wildcard_ == "*"
+
+
+def test_comparisons_after_intersection_are_those_of_the_values():
+    nan = float("nan")
+    made = tuplelist([(nan, 1), (nan, 2)])
+    assert len(made.select(nan)) == 2  # found by identity, not looked at again
+    assert made.select(nan, 1) == []  # compared, and not equal to itself
+    assert tuplelist([((1, 2), 5), ((1, 3), 5)]).select("*", 5) == [((1, 2), 5), ((1, 3), 5)]
+
+
+def test_membership_is_a_query():
+    made = tuplelist([(1, 2)])
+    assert (1,) in made and (1, 2) in made and ("*", 2) in made and () in made
+    assert (2,) not in made and (1, 2, 3) not in made and () not in tuplelist() and None not in tuplelist()
+    assert (2,) in tuplelist([1, 2])
+    raises(TypeError, "Expected tuple, got int", operator.contains, tuplelist([1]), 1)
+    raises(TypeError, "Expected tuple, got list", operator.contains, made, [1, 2])
+    raises(TypeError, NO_LEN, operator.contains, made, None)
+
+
+# ---- The index ----
+
+
+def test_index_is_lists_of_positions():
+    made = rows()
+    assert made.select() == made and made.tuple_index_ is None
+    made.select("*")
+    assert made.tuple_index_ == [{1: [0, 2], 2: [1]}, {2: [0, 1], 3: [2]}, {"a": [0], "b": [1, 2]}]
+    assert [list(one) for one in made.tuple_index_] == [[1, 2], [2, 3], ["a", "b"]]
+    scalars = tuplelist(["x", "y", "x"])
+    assert ("z",) not in scalars
+    assert scalars.tuple_index_ == [{"x": [0, 2], "y": [1]}]
+
+
+def test_what_is_written_into_the_index_is_used():
+    made = built()
+    index = made.tuple_index_
+    index[0][1].remove(0)
+    index[0][7] = [-1, 1]
+    assert made.select(1) == [(1, 3)] and made.select(7) == [(1, 3), (2, 2)]
+    assert made.select([1, 7]) == [(1, 3), (2, 2), (1, 3)]  # merged as if ascending
+    assert made.tuple_index_ is index
+    made.tuple_index_ = [{5: [0]}]
+    assert made.select(5) == [(1, 2)] and made.select(1) == []
+    raises(IndexError, "list index out of range", made.select, 5, 2)
+    made.tuple_index_ = [{5: [9]}, {2: [9]}]
+    raises(IndexError, "list index out of range", made.select, 5)
+    raises(IndexError, "list index out of range", made.select, 5, 2)
+    made.tuple_index_ = [{5: 3, 6: [2**40], 7: ["a"], 8: [slice(2)]}, {2: [0]}]
+    raises(TypeError, "Expected list, got int", made.select, 5)
+    raises(OverflowError, "value too large to convert to int", made.select, 6, 2)
+    for query in ([7], [7, 2]):
+        with pytest.raises(TypeError):
+            made.select(*query)
+    raises(ValueError, LENGTHS, tuplelist([(1,), (1,), (1,)]).__iadd__([(1, 1)]).copy)
+    raises(TypeError, "Expected list, got dict", setattr, made, "tuple_index_", {})
+    made.tuple_index_ = None
+    assert made.select(1) == [(1, 2), (1, 3)]
+    del made.tuple_index_
+    assert made.tuple_index_ is None
+
+
+DROPS = {
+    "append": lambda x: x.append((1, 9)),
+    "insert": lambda x: x.insert(-1, (1, 9)),
+    "store": lambda x: x.__setitem__(0, (1, 9)),
+    "store slice": lambda x: x.__setitem__(slice(0, 1), [(1, 9), (1, 8)]),
+    "delete": lambda x: x.__delitem__(0),
+    "add": lambda x: operator.iadd(x, [(1, 9)]),
+    "add nothing": lambda x: operator.iadd(x, ()),
+    "multiply": lambda x: operator.imul(x, 2),
+    "clear": lambda x: x.clear(),
+    "pop": lambda x: x.pop(),
+    "pop first": lambda x: x.pop(0),
+    "remove": lambda x: x.remove((2, 2)),
+    "reverse": lambda x: x.reverse(),
+    "clean": lambda x: x.clean(),
+}
+DROPS_AND_FAILS = {
+    "pop": (lambda x: x.pop(9), IndexError, "pop index out of range"),
+    "pop text": (lambda x: x.pop("a"), TypeError, "'str' object cannot be interpreted as an integer"),
+    "remove": (lambda x: x.remove((9, 9)), ValueError, "list.remove(x): x not in list"),
+    "add": (lambda x: operator.iadd(x, 5), TypeError, "'int' object is not iterable"),
+    "multiply": (lambda x: operator.imul(x, "a"), TypeError, "'str' object cannot be interpreted as an integer"),
+}
+KEEPS_AND_FAILS = {
+    "store": (lambda x: x.__setitem__(9, (1, 9)), IndexError, "list index out of range"),
+    "delete": (lambda x: x.__delitem__(9), IndexError, "list assignment index out of range"),
+    "insert": (lambda x: x.insert(2**31, (1, 9)), OverflowError, "value too large to convert to int"),
+    "add": (lambda x: x + (1, 2), TypeError, 'can only concatenate list (not "tuple") to list'),
+}
+
+
+@pytest.mark.parametrize("name", DROPS)
+def test_changes_drop_the_index(name):
+    for as_objects in (False, True):
+        made, plain = built(), list(built())
+        if as_objects:
+            assert made.tuple_index_ is not None
+        result = DROPS[name](made)
+        if name != "clean":
+            expected = DROPS[name](plain)
+            assert result is made if expected is plain else result == expected
+        assert made == plain
+        assert made.tuple_index_ is None
+        assert made.select(1) == [row for row in plain if isinstance(row, tuple) and row[0] == 1]
+
+
+@pytest.mark.parametrize("name", DROPS_AND_FAILS)
+def test_failing_changes_that_drop_the_index(name):
+    act, exception, text = DROPS_AND_FAILS[name]
+    made = built()
+    raises(exception, text, act, made)
+    assert made == built() and made.tuple_index_ is None
+
+
+@pytest.mark.parametrize("name", KEEPS_AND_FAILS)
+def test_failing_changes_that_keep_the_index(name):
+    act, exception, text = KEEPS_AND_FAILS[name]
+    made = built()
+    raises(exception, text, act, made)
+    assert made == built() and made.tuple_index_ is not None
+
+
+def test_storing_an_equal_row_keeps_the_index():
+    made = built()
+    index = made.tuple_index_
+    made[0] = made[0]
+    made[1] = (2.0, 2.0)
+    assert made.tuple_index_ is index
+    assert made.select(2)[0][0].__class__ is float
+    assert made.pop(index=0) == (1, 2)
+
+
+@pytest.mark.parametrize("as_objects", [False, True])
+def test_extend_and_sort_leave_the_index_as_it_was(as_objects):
+    made = built()
+    if as_objects:
+        assert made.tuple_index_ is not None
+    made.extend([(1, 7), (8, 8)])
+    assert made.select(8) == [] and made.select(1) == [(1, 2), (1, 3)]
+    made.sort(reverse=True)  # (8, 8), (2, 2), (1, 7), (1, 3), (1, 2)
+    assert made.select(1) == [(8, 8), (1, 7)]
+    assert made.select(1, 3) == [] and made.select(1, 2) == []
+    list.__delitem__(made, slice(1, None))
+    raises(IndexError, "list index out of range", made.select, 1)
+    list.clear(made)
+    assert made.select(1) == []
+    list.extend(made, [(1, 2, 3)] * 4)
+    raises(IndexError, "list index out of range", made.select, "*", "*", 3)
+    made.clean()
+    assert made.select("*", "*", 3) == made
+
+
+def test_failed_index_stays():
+    made = tuplelist([(1, 5), (1, []), (2, 5)])
+    raises(TypeError, "unhashable type: 'list'", made.select, 1)
+    assert made.tuple_index_ == [{1: [0, 1]}, {5: [0]}]
+    made.clean()
+    made[1] = (1, 6)
+    assert made.select(1) == [(1, 5), (1, 6)]
+    ragged = tuplelist([(1, 2), (1, 3)])
+    ragged += [(1,), 7]
+    raises(IndexError, "tuple index out of range", ragged.select, 3)
+    assert ragged.tuple_index_ == [{1: [0, 1, 2]}, {2: [0], 3: [1]}]
+    scalars = tuplelist([1, 2])
+    scalars += [(1, 9), 2]
+    assert scalars.select(2) == [2, 2]
+    raises(ValueError, MIXED, scalars.select, 1)
+    assert scalars.tuple_index_ == [{1: [0, 2], 2: [1, 3]}]
+
+
+# ---- Operators, copies ----
+
+
+def test_operators_give_checked_lists_without_an_index():
+    made = built("?")
+    for result, expected in [
+        (made + [(5, 5)], [*made, (5, 5)]),
+        (made * 2, [*made, *made]),
+        (made * numpy.int64(0), []),
+        (made.copy(), list(made)),
+        (made + made, [*made, *made]),
+    ]:
+        assert type(result) is tuplelist and result == expected
+        assert result.tuple_index_ is None and result.wildcard_ == "*"
+    assert made.tuple_index_ is not None
+
+
+def test_reflected_operators_fail():
+    made = tuplelist([(3, 4)])
+    for act in (
+        lambda: [(1, 2)] + made,
+        lambda: 2 * made,
+        lambda: () + made,
+        lambda: made.__radd__([(1, 2)]),
+        lambda: made.__rmul__(2),
+        lambda: made * 1.5,
+        lambda: made + None,
+    ):
+        with pytest.raises(TypeError):
+            act()
+
+
+def test_subclasses_copies_and_pickles():
+    class Routes(tuplelist):
+        pass
+
+    routes = Routes([(1, 2), (1, 3)], "?")
+    routes.name = "mine"
+    for again in (pickle.loads(pickle.dumps(built("?"))), copy.copy(built("?")), copy.deepcopy(built("?"))):
+        assert type(again) is tuplelist and again == built() and again.wildcard_ == "?"
+        assert again.select("?", 2) == [(1, 2), (2, 2)]
+    again = copy.deepcopy(routes)
+    assert type(again) is Routes and again == routes and again.name == "mine"
+    assert type(routes.select(1)) is type(tuplelist([(0, 0)]) + routes) is tuplelist
+    with pytest.raises(AttributeError):
+        built().name = "mine"

@@ -1,0 +1,186 @@
+"""Building in loops holds on to nothing, and an allocation that fails, whichever it is, is a MemoryError."""
+
+import gc
+import sys
+
+import pytest
+import tessolvpy as tso
+from expressions import terms
+
+_testcapi = pytest.importorskip("_testcapi")
+
+NUMBER = 12345.678
+NAME = "a name that nobody else holds"
+
+
+def refused(act):
+    def run(*arguments):
+        try:
+            act(*arguments)
+        except (TypeError, ValueError, IndexError, ZeroDivisionError, NotImplementedError, KeyError, tso.TessolvError):
+            return
+        raise AssertionError("was not refused")
+
+    return run
+
+
+def halfway(x):
+    yield x <= NUMBER
+    raise KeyError(NAME)
+
+
+def change(e, x, y):
+    """Every way in which an expression changes in place."""
+    e += x
+    e += NUMBER
+    e -= 2 * y + 1
+    e *= NUMBER
+    e.addTerms([1, NUMBER] * 5, [x, y] * 5)
+    copy = type(e)(e)
+    e.add(2 * x + y, NUMBER)
+    copy += y
+    copy -= e
+    e.remove(x)
+    copy.remove(0)
+    if isinstance(e, tso.QuadExpr):
+        e.addTerms(NUMBER, x, y)
+        e.addTerms([2, NUMBER], [x, y], [y, y])
+        e.add(e, 2.0)
+        copy.add(e, NUMBER)
+        e.remove(y)
+    copy.clear()
+    e.clear()
+
+
+def query(e, x):
+    return e.getCoeff(0), e.getConstant(), e.size(), str(e), e.getValue()
+
+
+GOOD = {
+    "operators": lambda m, x, y: (2 * x + y - NUMBER, -(x - y) / 3, NUMBER - x, x - (y + NUMBER) * 2),
+    "long sums": lambda m, x, y: (sum([x, 2 * y] * 20), tso.quicksum(v * NUMBER for v in [x, y] * 20)),
+    "products": lambda m, x, y: (x * y * NUMBER, (x + NUMBER) * (y - 1), (x + y) ** 2 - x * y, -(x * y + x)),
+    "quadratic sums": lambda m, x, y: sum([x * y, y * y + x] * 8) + tso.quicksum([x * y, 3, x, x + y]),
+    "comparisons": lambda m, x, y: (x <= NUMBER, x + y >= y, x == [0, NUMBER], x != y, (x == 1) >> (y <= NUMBER)),
+    "constructors": lambda m, x, y: (
+        tso.LinExpr(NUMBER), tso.LinExpr([(NUMBER, x, NAME)]), tso.QuadExpr(x * y).copy(), tso.List([NAME]) + [NUMBER]
+    ),
+    "changes": lambda m, x, y: (change(x + y, x, y), change(x * y + x, x, y)),
+    "queries": lambda m, x, y: (query(x + y, x), query(x * y + 1, x), str(x <= y)),
+    "variable": lambda m, x, y: m.remove(m.addVar(1, NUMBER, 2, "I", NAME, tso.Column([1, 2], m.getConstrs()[:2]))),
+    "variables": lambda m, x, y: m.remove(m.addVars(2, ["a", "bc"], lb=NUMBER, ub=[1.0] * 4, vtype="B", name=NAME)),
+    "row": lambda m, x, y: m.remove([m.addConstr(x + 2 * y <= NUMBER, NAME), m.addLConstr(x, "<", y)]),
+    "rows": lambda m, x, y: m.remove(m.addConstrs((x + i * y <= NUMBER for i in range(6)), NAME)),
+    "objective": lambda m, x, y: (m.setObjective(x * y + NUMBER * x + y + 1, -1), m.getObjective()),
+}  # fmt: skip
+BAD = {
+    "operands": [lambda m, x, y, w=w, o=o: o(x, w) for w in (NAME, None, [NUMBER], 1j)
+                 for o in (lambda a, b: a + b, lambda a, b: (2 * a) * b, lambda a, b: b - a, lambda a, b: a <= b)],
+    "quicksum": [lambda m, x, y: tso.quicksum([x * y, x + y, NAME]), lambda m, x, y: tso.quicksum(halfway(x))],
+    "powers": [lambda m, x, y: x**NUMBER, lambda m, x, y: (x * y) ** 2, lambda m, x, y: (x + y) / 0],
+    "constructors": [lambda m, x, y: tso.LinExpr([(NUMBER, x, 0), (1, x)]), lambda m, x, y: tso.LinExpr(NAME),
+                     lambda m, x, y: tso.Column([1, 2], [m.getConstrs()[0], x]), lambda m, x, y: tso.List((NAME,))],
+    "variables": [lambda m, x, y: m.addVars(3, name=[NAME]), lambda m, x, y: m.addVars([NAME], vtype=[NUMBER]),
+                  lambda m, x, y: m.addVar(column=tso.Column(NAME, m.getConstrs()[0]))],
+    "rows": [lambda m, x, y: m.addConstr(x * y <= NUMBER), lambda m, x, y: m.addLConstr(x + y, NAME, NUMBER),
+             lambda m, x, y: m.addRange(x + NUMBER, NAME, 1), lambda m, x, y: m.addConstrs((NAME for _ in "ab"), NAME)],
+    "removal": [lambda m, x, y: m.remove([x, (y, {NAME: NUMBER})])],
+    "objective": [lambda m, x, y: m.setObjective(NAME), lambda m, x, y: m.setObjective(x + NUMBER, NAME)],
+}  # fmt: skip
+ACTIONS = {**GOOD, **{f"bad {k}": lambda *a, acts=acts: [refused(act)(*a) for act in acts] for k, acts in BAD.items()}}
+
+
+@pytest.fixture
+def built(stub, env):
+    stub.set(VarName="v")
+    m = tso.Model("m", env)
+    x, y = m.addVar(), m.addVar()
+    for _ in range(3):
+        m.addConstr(x + y <= 1)
+    return m, x, y
+
+
+@pytest.mark.parametrize("name", ACTIONS)
+def test_loops_hold_on_to_nothing(stub, built, name):
+    act, (m, x, y) = ACTIONS[name], built
+    watched = [NUMBER, NAME, m, x, y, None, 0, tso.Var, tso.LinExpr, tso.QuadExpr, tso.TempConstr, tso.Constr]
+
+    def loop(times):
+        for _ in range(times):
+            act(m, x, y)
+            stub.clear()
+        gc.collect()
+        return [sys.getrefcount(one) for one in watched], sys.getallocatedblocks()
+
+    loop(20)
+    grown = []
+    for _ in range(3):
+        counts, blocks = loop(20)
+        counts_after, blocks_after = loop(100)
+        grown.append((blocks_after - blocks, max(b - a for a, b in zip(counts, counts_after))))
+    assert min(blocks for blocks, _ in grown) < 60
+    assert min(references for _, references in grown) < 30
+
+
+def without_memory(act, arguments, first, last):
+    _testcapi.set_nomemory(first, last)
+    try:
+        act(*arguments)
+    except BaseException as error:
+        _testcapi.remove_mem_hooks()
+        return type(error)
+    _testcapi.remove_mem_hooks()
+    return None
+
+
+@pytest.mark.parametrize("name", GOOD)
+@pytest.mark.parametrize("only_one", [False, True])
+def test_every_allocation_that_fails(stub, built, name, only_one):
+    act = GOOD[name]
+    m, x, y = built
+    act(*built)
+    vars, rows = m.getVars()[:2], m.getConstrs()[:3]
+    failed = passed = 0
+    held = []  # so that no list of free objects has any
+    for first in range(4000):
+        stub.clear()
+        held += [(x + i, x <= i, i * 1.5, x * y) for i in range(300 if first == 0 else 10)]
+        error = without_memory(act, built, first, first + 1 if only_one else 0)
+        # A subtraction tells all that goes wrong as a matter of types.
+        assert error in (None, MemoryError, TypeError)
+        failed += error is not None
+        passed = passed + 1 if error is None else 0
+        if passed == (20 if only_one else 1):
+            break
+    assert failed > 3
+    assert passed
+    gc.collect()
+    assert (m.getVars()[:2], m.getConstrs()[:3]) == (vars, rows)
+    for one in (m.getVars(), m.getConstrs(), m.getQConstrs(), m.getPsdConstrs()):
+        assert [e.index for e in one] == list(range(len(one)))
+    act(*built)
+    assert terms(2 * x + y) == ([(2.0, 0), (1.0, 1)], 0.0)
+
+
+WHOLE = {
+    "a term": lambda e, f, q, r, x, y: e.addTerms(3, x),
+    "terms": lambda e, f, q, r, x, y: e.addTerms([1] * 9, [y] * 9),
+    "a copy scaled": lambda e, f, q, r, x, y: e.add(f, 2.0),
+    "into a copy": lambda e, f, q, r, x, y: f.add(e),
+    "a product": lambda e, f, q, r, x, y: q.addTerms(3, x, y),
+    "quadratic terms": lambda e, f, q, r, x, y: q.add(r, 2.0),
+}
+
+
+@pytest.mark.parametrize("name", WHOLE)
+def test_expressions_stay_whole_when_memory_runs_out(built, name):
+    m, x, y = built
+    for first in range(12):
+        for last in (0, first + 1, first + 2):
+            e, q = 2 * x + y, x * y + x
+            arguments = e, tso.LinExpr(e), q, tso.QuadExpr(q), x, y
+            without_memory(WHOLE[name], arguments, first, last)
+            for one in arguments[:4]:
+                terms(one)  # as many coefficients as variables
+            assert terms(e)[0][:2] == [(2.0, 0), (1.0, 1)]
+            assert terms(q)[2][:1] == [(1.0, 0, 1)]

@@ -1,0 +1,313 @@
+"""Rows, objective and removal: the exact calls, what is refused, and the handles afterwards."""
+
+import gc
+
+import pytest
+import tessolvpy as tso
+from expressions import refusal, terms
+from test_build_variables import state
+
+INF = 1e20
+
+
+@pytest.fixture
+def built(stub, env):
+    """A model, its three variables x, y, z and, with other indices, a variable of another model."""
+    m, other = tso.Model("m", env), tso.Model("other", env)
+    stranger = [other.addVar() for _ in range(2)][1]
+    xyz = [m.addVar() for _ in range(3)]
+    stub.clear()
+    return m, xyz, stranger
+
+
+def row_call(stub):
+    ((name, _, count, indices, *rest),) = stub.calls()
+    assert name == "TSOaddrangeconstr"
+    assert len(indices or []) == count
+    return indices or [], *rest
+
+
+def test_rows(stub, built):
+    m, (x, y, z), _ = built
+    infinity = float("inf")
+    Range = m.addRange
+    L = m.addLConstr
+    for add, *expected in [
+        (lambda: m.addConstr(x + 1 <= 2, "r"), [0], [1.0], -INF, 1.0, "r"),
+        (lambda: m.addConstr(z + 2 * x + y >= 3 + z, name="é"), [0, 1, 2], [2.0, 1.0, 0.0], 3.0, INF, "é"),
+        (lambda: m.addConstr(x + x <= 1), [0], [2.0], -INF, 1.0, ""),
+        (lambda: m.addConstr(x - x == 0), [0], [0.0], 0.0, 0.0, ""),
+        (lambda: m.addConstr(y == z), [1, 2], [1.0, -1.0], 0.0, 0.0, ""),
+        (lambda: m.addConstr(x == [0, 100]), [0], [1.0], 0.0, 100.0, ""),
+        (lambda: m.addConstr(x + 3 == (-infinity, 5)), [0], [1.0], -INF, 2.0, ""),
+        (lambda: m.addConstr(x + 3 == [1e30, 1e31]), [0], [1.0], INF, INF, ""),
+        (lambda: m.addConstr(True), [], [], -INF, 0.0, ""),
+        (lambda: m.addConstr(False), [], [], -INF, -1.0, ""),
+        (lambda: Range(x, -INF, 5), [0], [1.0], -INF, 5.0, ""),
+        (lambda: Range(x + 1, None, 5, None), [0], [1.0], -INF, 4.0, ""),
+        (lambda: Range(expr=7, lower=1, upper=None, name="n"), [], [], -6.0, INF, "n"),
+        (lambda: L(x, "<", y, "l"), [0, 1], [1.0, -1.0], -INF, 0.0, "l"),
+        (lambda: L(3, ">", x + y), [0, 1], [-1.0, -1.0], -3.0, INF, ""),
+        (lambda: L(2 * x, sense="=", rhs=5), [0], [2.0], 5.0, 5.0, ""),
+        (lambda: L(y <= 4, name="t"), [1], [1.0], -INF, 4.0, "t"),
+        (lambda: L(x == [1, 2]), [0], [1.0], 1.0, 2.0, ""),
+    ]:
+        rows = len(m.getConstrs())
+        made = add()
+        indices, values, *rest = row_call(stub)
+        assert [indices, values or [], *rest] == expected
+        assert type(made) is tso.Constr
+        for rows_of_kind in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs()):
+            assert [c.index for c in rows_of_kind] == list(range(rows + 1))
+        assert m.getConstrs()[-1] is made
+    many = tso.quicksum(3 * v for _ in range(40) for v in (z, y, x))
+    m.addConstr(many <= 1)
+    assert row_call(stub)[:2] == ([0, 1, 2], [120.0] * 3)
+
+
+def test_generated_rows(stub, built):
+    m, (x, y, z), _ = built
+    xs = [x, y, z]
+
+    def one_by_one():
+        for kind in ("a b", (1, "c")):  # noqa: B007
+            yield x <= 1
+
+    def nested(xs):
+        return (v + w <= 1 for i, v in enumerate(xs) for j, w in enumerate(xs) if i < j)
+
+    for generator, keys, names in [
+        ((v <= 1 for v in xs), [0, 1, 2], ["c[<Varn0>]", "c[<Varn1>]", "c[<Varn2>]"]),
+        ((xs[i] <= 1 for i in range(2)), [0, 1], ["c[0]", "c[1]"]),
+        ((xs[i] + j <= 1 for i in range(2) for j in range(1)), [(0, 0), (1, 0)], ["c[0,0]", "c[1,0]"]),
+        (one_by_one(), ["a b", (1, "c")], ["c['ab']", "c[(1,'c')]"]),
+        ((v <= 1 for v in ()), [], []),
+    ]:  # fmt: skip
+        stub.clear()
+        made = m.addConstrs(generator, name="c")
+        calls = [call for call in stub.calls() if call[0] == "TSOaddrangeconstr"]
+        assert type(made) is tso.tupledict
+        assert [call[-1] for call in calls] == names
+        assert [k.index if isinstance(k, tso.Var) else k for k in made] == keys
+        assert [c.index for c in made.values()] == list(range(len(m.getConstrs()) - len(names), len(m.getConstrs())))
+
+    def unnamed():
+        yield x <= 1
+        yield x <= 2
+
+    for names, name in (["", ""], None), (["", ""], ""), (["p[0]", "p[1]"], "p"):
+        assert list(m.addConstrs(unnamed(), name)) == [0, 1]
+        assert [call[-1] for call in stub.calls()] == names
+    assert [len(k) for k in m.addConstrs(nested(xs))] == [4, 4, 4]
+
+
+def test_generators_that_misbehave(stub, built):
+    m, (x, y, z), _ = built
+    only = "only accept generator which generates TempConstr value"
+
+    def halfway():
+        yield x <= 1
+        raise KeyError("halfway")
+
+    def busy():
+        for i in range(3):  # noqa: B007
+            m.addConstr(y <= 1)
+            m.addVar()
+            yield x <= 1
+
+    def unhashable():
+        for key in [[]]:  # noqa: B007
+            yield x <= 1
+
+    for generator, expected in [
+        (lambda: halfway(), (KeyError, "'halfway'")),
+        (lambda: (i for i in range(2)), (TypeError, only)),
+        (lambda: (bool(i) for i in range(2)), (TypeError, only)),
+        (lambda: iter([x <= 1]), (AttributeError, "'list_iterator' object has no attribute 'gi_code'")),
+        (lambda: [x <= 1], (TypeError, "list object is not an iterator")),
+        (lambda: None, (TypeError, "NoneType object is not an iterator")),
+        (lambda: x <= 1, (TypeError, "tessolvpy.TempConstr object is not an iterator")),
+        (lambda: unhashable(), (TypeError, "unhashable type: 'list'")),
+    ]:
+        error, text = refusal(m.addConstrs, generator())
+        assert (error, text) == expected
+    rows = len(m.getConstrs())
+    made = m.addConstrs(busy(), "b")
+    assert [c.index for c in made.values()] == [rows + 1, rows + 3, rows + 5]
+    assert refusal(m.addConstrs, (x <= i for i in range(3)), 5)[0] in (TypeError, AttributeError)
+    running = []
+    running.append(m.addConstrs(running[0]) for _ in range(1))
+    assert refusal(m.addConstrs, running[0]) == (ValueError, "generator already executing")
+
+
+def test_refused_rows(stub, built):
+    m, (x, y, _), _ = built
+    none_given = "sense and rhs can not be None if lhs is not a TempConstr"
+    both_given = "sense and rhs should be None if lhs is s TempConstr"
+    kinds = "{} shoud be one of [constant, Var, LinExpr, TempConstr] type".format
+    for act, expected in [
+        (lambda: m.addConstr(x), (TypeError, None)),
+        (lambda: m.addConstr(1), (TypeError, None)),
+        (lambda: m.addConstr(None), (TypeError, None)),
+        (lambda: m.addConstr(tso.TempConstr()), (TypeError, None)),
+        (lambda: m.addConstr(x <= 1, name=None), (TypeError, "expected bytes, NoneType found")),
+        (lambda: m.addConstr(x <= 1, name=5), (TypeError, None)),
+        (lambda: m.addConstr(x * y <= 1), (NotImplementedError, None)),
+        (lambda: m.addConstr((x == 1) >> (y <= 1)), (NotImplementedError, None)),
+        (lambda: m.addConstr(x == [1, 2j]), (TypeError, "must be real number, not complex")),
+        (lambda: m.addRange("a", 0, 1), (TypeError, "expr should be one of [Var, LinExpr, PsdExpr] type")),
+        (lambda: m.addRange(x * y, 0, 1), (TypeError, "expr should be one of [Var, LinExpr, PsdExpr] type")),
+        (lambda: m.addRange(x, None, None), (TypeError, "must be real number, not NoneType")),
+        (lambda: m.addRange(x, "a", 1), (TypeError, None)),
+        (lambda: m.addRange(x, 0, y), (TypeError, None)),
+        (lambda: m.addLConstr(x), (ValueError, none_given)),
+        (lambda: m.addLConstr(x, "<"), (ValueError, none_given)),
+        (lambda: m.addLConstr(x <= 1, "<"), (ValueError, both_given)),
+        (lambda: m.addLConstr(x <= 1, rhs=1), (ValueError, both_given)),
+        (lambda: m.addLConstr(x * y <= 1),
+         (TypeError, "expression in TempConstr shoud be one of [constant, Var, LinExpr] type")),
+        (lambda: m.addLConstr(x * y, "<", 1), (TypeError, kinds("lhs"))),
+        (lambda: m.addLConstr("x", "<", 1), (TypeError, kinds("lhs"))),
+        (lambda: m.addLConstr(x, "<", "1"), (TypeError, kinds("rhs"))),
+        (lambda: m.addLConstr(x, "<", x * y), (TypeError, kinds("rhs"))),
+        *[(lambda s=s: m.addLConstr(x, s, 1), (tso.TessolvError, "Invalid sense ``")) for s in ("!", "<=", 5, "")],
+        (lambda: m.setObjective(x), (TypeError, "expr should be one of [LinExpr, QuadExpr, PsdExpr] type")),
+        (lambda: m.setObjective(5), (TypeError, "expr should be one of [LinExpr, QuadExpr, PsdExpr] type")),
+        (lambda: m.setObjective(x + y, "max"), (TypeError, None)),
+        (lambda: m.setObjective(x + y, 2**40), (OverflowError, None)),
+        (lambda: m.remove(1), (TypeError, "unsupported type: `int`")),
+        (lambda: m.remove([x, "y"]), (TypeError, "unsupported type: `str`")),
+        (lambda: m.remove([x, None]), (TypeError, "'NoneType' object is not iterable")),
+        (lambda: m.remove([x, tso.PsdVar()]), (TypeError, "remove psd variable temporary not support")),
+        (lambda: m.remove([x, tso.PsdConstr()]), (TypeError, "remove psd constraint temporary not support")),
+        (lambda: m.remove(x + y), (TypeError, "'tessolvpy.LinExpr' object is not iterable")),
+        (lambda: m.remove(v / 0 for v in [x]), (ZeroDivisionError, "float division")),
+    ]:  # fmt: skip
+        before = state(m)
+        error, text = refusal(act)
+        assert error is expected[0], text
+        assert expected[1] in (None, text)
+        assert state(m) == before
+        assert [name for name in stub.names() if name != "TSOexplainerror"] == []
+    endless = []
+    endless.append(endless)
+    assert refusal(m.remove, endless)[0] is RecursionError
+    shell = tso.Model(empty=True)
+    for act, *arguments in (
+        (shell.addVar,),
+        (shell.addConstr, x <= 1),
+        (shell.setObjective, x + y),
+        (shell.getObjective,),
+    ):
+        assert refusal(act, *arguments)[0] in (TypeError, tso.TessolvError)
+
+
+def test_objective_calls(stub, built):
+    m, (x, y, z), _ = built
+
+    def obj(index, value):
+        return [("TSOgetattrinfo", "Obj"), ("TSOsetdblattrlist", "Obj", 1, [index], [value])]
+
+    def calls():
+        return [(name, *(a for a in arguments if a != "out")) for name, _, *arguments in stub.calls()]
+
+    head = [("TSOdelq",), *obj(0, 0.0), *obj(1, 0.0), *obj(2, 0.0), ("TSOgetattrinfo", "NumVars"),
+            ("TSOgetintattr", "NumVars"), ("TSOgetattrinfo", "ObjCon")]  # fmt: skip
+    sense = ("TSOgetattrinfo", "ModelSense")
+    for arguments, before, after in [
+        ((1 * z + 2 * x + z + 5,), [], [("TSOsetdblattr", "ObjCon", 5.0), *obj(2, 2.0), *obj(0, 2.0)]),
+        ((x - x, 0), [sense, ("TSOsetintattr", "ModelSense", 0)], [("TSOsetdblattr", "ObjCon", 0.0), *obj(0, 0.0)]),
+        ((tso.LinExpr(), -1), [sense, ("TSOsetintattr", "ModelSense", -1)], [("TSOsetdblattr", "ObjCon", 0.0)]),
+        ((y * x + 3 * x * x + y * x + z, 7), [sense, ("TSOsetintattr", "ModelSense", 7)],
+         [("TSOsetdblattr", "ObjCon", 0.0), *obj(2, 1.0), ("TSOaddqpterms", 3, [0, 0, 0], [1, 0, 1], [1.0, 3.0, 1.0])]),
+    ]:  # fmt: skip
+        m.setObjective(*arguments)
+        assert calls() == before + head + after
+    stub.fail("TSOdelq", -5)  # told after the linear coefficients are gone
+    with pytest.raises(tso.TessolvError):
+        m.setObjective(x + y)
+    assert [c for c in calls() if c[0] != "TSOexplainerror"] == head[:7]
+    stub.set(ObjCon=2.5)
+    made = m.getObjective()
+    assert terms(made) == ([(0.5, 0), (1.5, 1), (2.5, 2)], 2.5)
+    read = [c for i in range(3) for c in (("TSOgetattrinfo", "Obj"), ("TSOgetdblattrlist", "Obj", 1, [i]))]
+    assert calls() == [
+        ("TSOgetattrinfo", "ObjCon"), ("TSOgetdblattr", "ObjCon"), *read, ("TSOgetq", None, None, None)
+    ]  # fmt: skip
+
+
+def test_removal(stub, built):
+    m, (x, y, z), stranger = built
+    rows = [m.addConstr(x + y <= i) for i in range(5)]
+    qrows, old_vars, old_rows = m.getQConstrs(), m.getVars(), m.getConstrs()
+    stub.clear()
+    for nothing in ([], (), {}, [[], {}], iter(())):
+        m.remove(nothing)
+    assert stub.calls() == []
+    m.remove({"a": rows[3], "b": [[qrows[1]], (v for v in [rows[3], y, y])]})
+    assert [(c[0], *c[2:]) for c in stub.calls()] == [("TSOdelvars", 1, [1]), ("TSOdelconstrs", 2, [1, 3])]
+    assert [v.index for v in (x, y, z)] == [0, -2, 1]
+    assert [c.index for c in rows] == [c.index for c in qrows] == [0, -2, 1, -4, 2]
+    assert m.getVars() is not old_vars
+    assert (len(old_vars), len(old_rows), len(qrows)) == (3, 5, 5)
+    assert [v.index for v in m.getVars()] == [0, 1]
+    assert [[c.index for c in one] for one in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs())] == [[0, 1, 2]] * 3
+    stub.clear()
+    m.remove([y, rows[1], qrows[3]])  # gone already
+    assert stub.calls() == []
+    last = m.addVar()
+    m.remove([last, x])
+    assert (last.index, x.index, z.index, m.addVar().index) == (-3, -1, 0, 1)
+    assert hash(x) == -2
+    # Kind by kind: what comes before the failing kind is done, the rest is as it was.
+    stub.fail("TSOdelconstrs", -2002)
+    before = state(m)
+    with pytest.raises(tso.TessolvError):
+        m.remove([rows[0], z])
+    assert z.index == -1
+    assert state(m)[1][1:4] == before[1][1:4]
+    assert state(m)[0][1:] == before[0][1:]
+
+
+def test_removal_of_other_kinds(stub, model):
+    general, sos = model.getGenConstrs(), model.getSOSs()
+    stub.clear()
+    model.remove([general[0], sos[0], general[0]])
+    assert [(c[0], *c[2:]) for c in stub.calls()] == [("TSOdelsos", 1, [0]), ("TSOdelgenconstrs", 1, [0])]
+    assert [one.index for one in (general[0], general[1], sos[0])] == [-1, 0, -1]
+    assert (len(model.getSOSs()), model.getGenConstrs()) == (0, [general[1]])
+
+
+def test_handles_that_stand_for_nothing_here(stub, built):
+    """Removed ones and those of other models reach the library with an index that it refuses."""
+    m, (x, y, z), stranger = built
+    m.remove(y)
+    for v in (y, stranger, tso.Var()):
+        stub.clear()
+        m.addConstr(x + v <= 1)
+        assert min(row_call(stub)[0]) < 0
+        m.setObjective(v + x)
+        written = [c for c in stub.calls() if c[0] == "TSOsetdblattrlist"]
+        assert any(c[4][0] < 0 for c in written)
+        m.setObjective(x * v)
+        assert min(min(c[3] + c[4]) for c in stub.calls() if c[0] == "TSOaddqpterms") < 0
+
+
+def test_failing_rows(stub, built):
+    m, (x, y, _), _ = built
+    m.addConstr(x <= 1)
+    for act in (
+        lambda: m.addConstr(x <= 1, "n"),
+        lambda: m.addRange(x + y, 0, 1),
+        lambda: m.addLConstr(x, "<", 1),
+        lambda: m.addConstrs((x <= i for i in range(3)), "n"),
+    ):
+        before = state(m)
+        stub.fail("TSOaddrangeconstr", -2003)
+        with pytest.raises(tso.TessolvError) as caught:
+            act()
+        assert caught.value.errno == -2003
+        caught = None
+        gc.collect()
+        assert state(m) == before
+        act()
