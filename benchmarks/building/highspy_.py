@@ -17,7 +17,9 @@ def facility(n):
     for i in range(n):
         for j in range(n):
             h.addConstr(x[i, j] <= y[i])
-    h.setObjective(h.qsum((i + j) * x[i, j] for i in range(n) for j in range(n)) + h.qsum(10.0 * y[i] for i in range(n)))
+    h.setObjective(
+        h.qsum((i + j) * x[i, j] for i in range(n) for j in range(n)) + h.qsum(10.0 * y[i] for i in range(n))
+    )
     return h
 
 

@@ -32,7 +32,9 @@ def queens(n):
         m.add_linear_constraint(poi.quicksum(x[j, i] for j in range(n)), poi.Eq, 1.0)
     for k in range(1 - n, n):
         m.add_linear_constraint(poi.quicksum(x[i, i - k] for i in range(max(0, k), min(n, n + k))), poi.Leq, 1.0)
-        m.add_linear_constraint(poi.quicksum(x[i, n - 1 - i + k] for i in range(max(0, k), min(n, n + k))), poi.Leq, 1.0)
+        m.add_linear_constraint(
+            poi.quicksum(x[i, n - 1 - i + k] for i in range(max(0, k), min(n, n + k))), poi.Leq, 1.0
+        )
     return m
 
 

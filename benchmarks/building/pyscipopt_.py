@@ -17,7 +17,8 @@ def facility(n):
         for j in range(n):
             m.addCons(x[i, j] <= y[i])
     m.setObjective(
-        scip.quicksum((i + j) * x[i, j] for i in range(n) for j in range(n)) + scip.quicksum(10.0 * y[i] for i in range(n))
+        scip.quicksum((i + j) * x[i, j] for i in range(n) for j in range(n))
+        + scip.quicksum(10.0 * y[i] for i in range(n))
     )
     return m
 

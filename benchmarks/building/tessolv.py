@@ -15,7 +15,9 @@ def facility(n):
     for i in range(n):
         for j in range(n):
             m.addConstr(x[i, j] <= y[i])
-    m.setObjective(quicksum((i + j) * x[i, j] for i in range(n) for j in range(n)) + quicksum(10.0 * y[i] for i in range(n)))
+    m.setObjective(
+        quicksum((i + j) * x[i, j] for i in range(n) for j in range(n)) + quicksum(10.0 * y[i] for i in range(n))
+    )
     return m
 
 

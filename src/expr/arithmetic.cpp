@@ -191,17 +191,19 @@ Ref negative(Borrowed a) {
 Ref subtract(Borrowed a, Borrowed b) {
     Operands ka = exact_kind(a), kb = exact_kind(b);
     if (is_operand(ka) || is_instance(a, state().operand)) {
-        try {
-            if (is_operand(ka) && kb != Operands::Other && kb != Operands::QuadExpr && ka != Operands::QuadExpr)
-                return sum(ka, a, kb, b, -1.0);
+        Ref result;
+        bool worked = succeeds([&] {
+            if (is_operand(ka) && kb != Operands::Other && kb != Operands::QuadExpr && ka != Operands::QuadExpr) {
+                result = sum(ka, a, kb, b, -1.0);
+                return;
+            }
             Ref minus = Ref::steal(PyNumber_Negative(b));
-            return forward_add(a, minus.get());
-        } catch (...) {
-            // Kept: whatever went wrong is told as a matter of types (test_expr_arithmetic.py).
-            error_from_exception();
-            PyErr_Clear();
+            result = forward_add(a, minus.get());
+        });
+        // Kept: whatever went wrong is told as a matter of types (test_expr_arithmetic.py).
+        if (!worked)
             unsupported("-", a, b);
-        }
+        return result;
     }
     if (!is_instance(b, state().operand))
         return Ref::borrow(Py_NotImplemented);

@@ -11,17 +11,9 @@
 namespace tsp {
 namespace {
 
-PyObject* quadexpr_new(PyTypeObject* type, PyObject*, PyObject*) {
-    PyObject* self = type->tp_alloc(type, 0); // zeroes: empty
-    if (!self)
-        return nullptr;
-    try {
-        as_quadexpr(self).linexpr = as_object(new_linexpr());
-    } catch (...) {
-        error_from_exception();
-        Py_DECREF(self);
-        return nullptr;
-    }
+Ref quadexpr_new(PyTypeObject* type, PyObject*, PyObject*) {
+    Ref self = Ref::steal(type->tp_alloc(type, 0)); // zeroes: empty
+    as_quadexpr(self.get()).linexpr = as_object(new_linexpr());
     return self;
 }
 
@@ -290,7 +282,7 @@ PyType_Slot quadexpr_slots[] = {
                        "expr: None, a QuadExpr to copy, or anything that LinExpr takes for its linear part.\n"
                        "Raises what LinExpr raises.\n\n"
                        "Example: q = QuadExpr(x * y)")},
-    {Py_tp_new, reinterpret_cast<void*>(&quadexpr_new)},
+    slot<quadexpr_new>(Py_tp_new),
     slot<quadexpr_init>(Py_tp_init),
     {Py_tp_dealloc, reinterpret_cast<void*>(&quadexpr_dealloc)},
     slot<quadexpr_str>(Py_tp_str),
@@ -308,10 +300,7 @@ PyType_Spec quadexpr_spec = {"tessolvpy.QuadExpr", sizeof(QuadExpr), 0, Py_TPFLA
 
 PyTypeObject* make_quadexpr_type() { return make_type(quadexpr_spec, state().operand); }
 
-QuadExpr* new_quadexpr() {
-    PyObject* self = quadexpr_new(state().quadexpr, nullptr, nullptr);
-    return &as_quadexpr(Ref::steal(self).release());
-}
+QuadExpr* new_quadexpr() { return &as_quadexpr(quadexpr_new(state().quadexpr, nullptr, nullptr).release()); }
 
 Ref item(const Store<PyObject*>& list, int i) {
     if (i < 0 || i >= list.size())

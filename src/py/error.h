@@ -24,6 +24,18 @@ const char* type_name(Borrowed object);
 // Called in a catch block: sets the Python error that fits the exception in flight.
 void error_from_exception() noexcept;
 
+// Runs a call whose failure, of whatever kind, is told in other words: false then, with no error set.
+template <class F> bool succeeds(F call) {
+    try {
+        call();
+        return true;
+    } catch (...) {
+        error_from_exception();
+        PyErr_Clear();
+        return false;
+    }
+}
+
 // Keeps the Python error that is set and puts it back at the end of the scope.
 class SavedError {
 public:
