@@ -1,0 +1,265 @@
+"""Models stated in Python, solved, edited, cut down, solved again; every answer is known or computed a second time."""
+
+import numpy as np
+import pytest
+import tessolvpy as tso
+from problems import INF, random_problem
+from scipy.optimize import Bounds, LinearConstraint, linprog, milp
+
+OPTIMAL, INFEASIBLE, UNBOUNDED = tso.TSO.OPTIMAL, tso.TSO.INFEASIBLE, tso.TSO.UNBOUNDED
+
+
+@pytest.fixture
+def model(quiet_env):
+    made = []
+
+    def new(name=""):
+        made.append(tso.Model(name, quiet_env))
+        return made[-1]
+
+    yield new
+    for one in made:
+        one.dispose()
+
+
+def solved(m):
+    m.optimize()
+    assert m.Status == OPTIMAL
+    return m.ObjVal
+
+
+def test_a_plan_that_changes(model):
+    """Two products on three machines, with optima by hand."""
+    m = model("plan")
+    x = m.addVars(["a", "b"], name="make")
+    a, b = x["a"], x["b"]
+    first = m.addConstr(a <= 4, "first")
+    second = m.addLConstr(2 * b, "<", 12, "second")
+    third = m.addConstr(3 * a + 2 * b <= 18, name="third")
+    m.setObjective(3 * a + 5 * b, tso.TSO.MAXIMIZE)
+    assert solved(m) == pytest.approx(36)
+    assert (a.X, b.X) == pytest.approx((2, 6))
+    assert [c.DualSoln for c in (first, second, third)] == pytest.approx([0, 1.5, 1])
+    objective = m.getObjective()
+    assert type(objective) is tso.LinExpr
+    assert objective.getValue() == pytest.approx(36)
+    assert (3 * a + 5 * b + 1).getValue() == pytest.approx(37)
+    assert (a * b + 1).getValue() == pytest.approx(13)
+    a.lb = 3  # a bound
+    assert solved(m) == pytest.approx(31.5)
+    m.setObjective(objective + 10)  # the sense stays
+    assert solved(m) == pytest.approx(41.5)
+    c = m.addVar(ub=1, obj=2, name="c", column=tso.Column([1, 1], [first, third]))
+    assert c.index == 2
+    assert solved(m) == pytest.approx(41.5)  # worth 2, but it takes half a b
+    third.rhs = 30
+    assert solved(m) == pytest.approx(52)  # a 4, b 6, c 0
+    m.remove(first)
+    assert (second.index, third.index, first.index) == (0, 1, -1)
+    assert solved(m) == pytest.approx(59)  # a 17/3, b 6, c 1
+    m.remove([a, third])
+    assert (b.index, c.index, m.NumVars, m.NumConstrs) == (0, 1, 2, 1)
+    assert solved(m) == pytest.approx(42)
+    assert [v.VarName for v in m.getVars()] == ["make['b']", "c"]
+    for use in (
+        lambda: a.X,
+        lambda: first.rhs,
+        lambda: m.addConstr(a + b <= 1),
+        lambda: m.addVar(column=tso.Column(1, first)),
+    ):
+        with pytest.raises(tso.TessolvError):
+            use()
+    m.addConstr(False)
+    m.optimize()
+    assert m.Status == INFEASIBLE
+
+
+def test_rows_as_they_are_read_back(model, quiet_env, tmp_path):
+    m = model()
+    x = m.addVars(3, lb=-1, name="x")
+    m.addConstr(x[2] + 2 * x[0] + x[2] + 1 <= 5, "c")
+    m.addRange(x[1] - 2, -5, 5, "r")
+    m.addConstrs((x[i] - x[j] >= i for i in range(3) for j in range(i)), name="d")
+    rows = {c.ConstrName: (c.lhs, c.rhs) for c in m.getConstrs()}
+    assert rows == {
+        "c": (-1e20, 4), "r": (-3, 7), "d[1,0]": (1, 1e20), "d[2,0]": (2, 1e20), "d[2,1]": (2, 1e20),
+    }  # fmt: skip
+    assert m.NumNZs == 2 + 1 + 6
+    path = tmp_path / "m.mps"
+    m.setObjective(x[0] + x[1] + x[2])
+    value = solved(m)
+    m.write(str(path))
+    again = tso.read(str(path), quiet_env)
+    assert solved(again) == pytest.approx(value)
+    again.dispose()
+
+
+@pytest.mark.parametrize("integers", [False, True], ids=["lp", "mip"])
+@pytest.mark.parametrize("seed", range(12))
+def test_random_models(model, integers, seed):
+    """Stated term by term, with an edit and a removal between the runs."""
+    rng = np.random.default_rng([seed, integers])
+    p = random_problem(rng, rows=6, columns=7, integers=integers, maximize=bool(seed % 2))
+    m = model()
+    low, high = (np.where(np.isinf(v), np.sign(v) * tso.TSO.INFINITY, v) for v in (p.lb, p.ub))
+    kinds = ["I" if i else "C" for i in p.integer]
+    xs = list(m.addVars(7, lb=low, ub=list(high), vtype=kinds).values())
+    rows = []
+    for row, lower, upper in zip(p.matrix, p.low, p.high):
+        e = tso.LinExpr()
+        for value, x in zip(row, xs):
+            e += value * x
+        which = len(rows) % 3
+        if which == 0:
+            rows.append(m.addRange(e + 1, lower + 1, upper + 1))
+        elif lower == upper:
+            rows.append(m.addConstr(e == lower))
+        elif lower == -INF:
+            rows.append(m.addConstr(e <= upper))
+        elif upper == INF:
+            rows.append(m.addConstr(sum(v * x for v, x in zip(row, xs)) >= lower))
+        else:
+            rows.append(m.addConstr(e == [lower, upper]))
+    m.setObjective(tso.quicksum(c * x for c, x in zip(p.cost, xs)), -1 if p.maximize else 1)
+    columns, lines = np.arange(7), np.arange(6)
+    for change in range(3):
+        check(m, p, columns, lines, xs)
+        if change == 0:  # another cost and another bound
+            p.cost = p.cost[::-1].copy()
+            p.ub[2] = p.lb[2] = 1.0
+            xs[2].ub = xs[2].lb = 1.0
+            m.setObjective(tso.LinExpr(list(p.cost), xs))
+        elif change == 1:
+            gone = {1, 4}
+            m.remove([xs[j] for j in gone] + [rows[0], m.getQConstrs()[3]])
+            columns, lines = np.array([0, 2, 3, 5, 6]), np.array([1, 2, 4, 5])
+
+
+def check(m, p, columns, lines, xs):
+    m.optimize()
+    cost = p.cost[columns] * (-1 if p.maximize else 1)
+    rows = LinearConstraint(p.matrix[np.ix_(lines, columns)], p.low[lines], p.high[lines])
+    bounds = Bounds(p.lb[columns], p.ub[columns])
+    second = milp(cost, integrality=p.integer[columns].astype(int), bounds=bounds, constraints=[rows])
+    if second.status != 0:
+        assert m.Status in (INFEASIBLE, UNBOUNDED, tso.TSO.INF_OR_UBD)
+        return
+    assert m.Status == OPTIMAL
+    assert m.ObjVal * (-1 if p.maximize else 1) == pytest.approx(second.fun, abs=1e-6)
+    x = np.array([xs[j].X for j in columns])
+    assert m.getObjective().getValue() == pytest.approx(m.ObjVal)
+    activity = p.matrix[np.ix_(lines, columns)] @ x
+    assert (activity >= p.low[lines] - 1e-6).all()
+    assert (activity <= p.high[lines] + 1e-6).all()
+
+
+def test_quadratic_objectives(model):
+    m = model()
+    x, y = m.addVar(lb=-10, name="x"), m.addVar(lb=-10, name="y")
+    m.addConstr(x + y == 4)
+    m.setObjective((x - 1) * (x - 1) + 2 * x * y - 2 * x * y + 2 * y**2 + 3 * x)
+    # x^2 - 2 x + 1 + 2 y^2 + 3 x on y = 4 - x is 3 x^2 - 15 x + 33, least at 2.5.
+    assert solved(m) == pytest.approx(14.25)
+    back = m.getObjective()
+    assert type(back) is tso.QuadExpr
+    assert back.getValue() == pytest.approx(m.ObjVal)
+    linear = back.getLinExpr()
+    assert (linear.size(), linear.getCoeff(0), linear.getVar(0).sameAs(x)) == (1, 1.0, True)
+    m.setObjective(back)
+    assert solved(m) == pytest.approx(back.getValue())
+    m.setObjective(x + 0, tso.TSO.MAXIMIZE)  # nothing quadratic is left behind
+    assert type(m.getObjective()) is tso.LinExpr
+    assert solved(m) == pytest.approx(14)
+    m.setObjective(tso.LinExpr(2.5))
+    assert (m.getObjective().size(), m.getObjective().getConstant(), solved(m)) == (0, 2.5, 2.5)
+
+
+def test_column_generation(model):
+    """Cutting stock: patterns of a roll of 100, priced by a knapsack, until none pays."""
+    width, sizes, demand = 100, [45, 36, 31, 14], [97, 610, 395, 211]
+    master = model("master")
+    rows = [master.addConstr(tso.LinExpr() >= d, f"size{s}") for s, d in zip(sizes, demand)]
+    for i, s in enumerate(sizes):
+        master.addVar(obj=1, column=tso.Column(width // s, rows[i]))
+    knapsack = model("knapsack")
+    cuts = knapsack.addVars(len(sizes), vtype="I", name="cut")
+    knapsack.addConstr(tso.quicksum(s * cuts[i] for i, s in enumerate(sizes)) <= width)
+    for _ in range(30):
+        value = solved(master)
+        duals = [c.DualSoln for c in rows]
+        knapsack.setObjective(tso.quicksum(d * cuts[i] for i, d in enumerate(duals)), tso.TSO.MAXIMIZE)
+        if solved(knapsack) < 1 + 1e-7:
+            break
+        pattern = [round(v.X) for v in cuts.values()]
+        master.addVar(obj=1, column=tso.Column(pattern, rows))
+    assert value == pytest.approx(452.25)
+    for v in master.getVars():
+        v.VType = "I"
+    assert solved(master) == pytest.approx(453)
+    patterns = []
+    for a in np.ndindex(3, 3, 4, 8):
+        if np.dot(a, sizes) <= width:
+            patterns.append(a)
+    second = linprog(np.ones(len(patterns)), A_ub=-np.array(patterns).T, b_ub=-np.array(demand))
+    assert value == pytest.approx(second.fun)
+
+
+def test_handles_of_elsewhere(model):
+    """Of another model, of one that is gone, of none, removed: an error of the library, and all is as it was."""
+    m, other, gone = model(), model(), model()
+    x, stranger, ghost = m.addVar(name="x"), other.addVar(), gone.addVar()
+    row = gone.addConstr(ghost <= 1)
+    removed = m.addVar()
+    m.remove(removed)
+    gone.dispose()
+    for v in (stranger, ghost, removed, tso.Var()):
+        for act in (
+            lambda v=v: m.addConstr(x + 2 * v <= 1),
+            lambda v=v: m.addConstrs((v <= i for i in range(2)), "c"),
+            lambda v=v: m.addRange(v, 0, 1),
+            lambda v=v: m.setObjective(x + v),
+            lambda v=v: m.setObjective(x * v),
+            lambda v=v: m.addVar(column=tso.Column(1, row)),
+        ):
+            with pytest.raises(tso.TessolvError):
+                act()
+        assert (m.NumVars, m.NumConstrs, len(m.getVars()), len(m.getConstrs())) == (1, 0, 1, 0)
+        if v is not stranger:
+            for act in (lambda v=v: str(x + v), lambda v=v: (x + v).getValue(), lambda v=v: (x * v).getValue()):
+                with pytest.raises(tso.TessolvError):
+                    act()
+    for act in (
+        lambda: gone.addVar(), lambda: gone.addVars(3), lambda: gone.addConstr(ghost <= 1), lambda: gone.remove(ghost),
+        lambda: gone.setObjective(1 * ghost), lambda: gone.getObjective(),
+    ):  # fmt: skip
+        with pytest.raises(tso.TessolvError):
+            act()
+
+
+@pytest.mark.parametrize("value", [float("nan"), float("inf"), -float("inf"), 1e300], ids=str)
+def test_values_that_are_no_numbers(model, value):
+    """What the library refuses leaves the model as it was; what it takes can still be solved."""
+    m = model()
+    x, y = m.addVar(ub=3), m.addVar(ub=3)
+    m.addConstr(x + y <= 4)
+    for act in (
+        lambda: m.addVar(lb=value, ub=value),
+        lambda: m.addVar(obj=value),
+        lambda: m.addVars(2, ub=value),
+        lambda: m.addConstr(value * x <= 1),
+        lambda: m.addConstr(x <= value),
+        lambda: m.addRange(x, value, value),
+        lambda: m.addVar(column=tso.Column(value, m.getConstrs()[0])),
+        lambda: m.setObjective(value * x),
+        lambda: m.setObjective(x + value),
+        lambda: m.setObjective(value * x * y),
+    ):
+        counts = m.NumVars, m.NumConstrs
+        try:
+            act()
+        except tso.TessolvError:
+            assert (m.NumVars, m.NumConstrs) == counts
+        assert (len(m.getVars()), len(m.getConstrs())) == (m.NumVars, m.NumConstrs)
+    m.remove([m.getVars()[2:], m.getConstrs()[1:]])
+    m.setObjective(x + y, tso.TSO.MAXIMIZE)
+    assert solved(m) == pytest.approx(4)
