@@ -1,0 +1,88 @@
+"""What one operation of model building costs, in nanoseconds: the least of many repeats, the loop's own cost taken off.
+
+python benchmarks/expressions.py
+"""
+
+import gc
+import resource
+import timeit
+
+from tessolvpy import Model, quicksum
+
+OPERATIONS = {
+    "2 * x": "2 * x",
+    "-x": "-x",
+    "x + y": "x + y",
+    "a + b (two and one terms)": "a + b",
+    "x * y": "x * y",
+    "2 * x + 3 * y + z": "2 * x + 3 * y + z",
+    "comparison of three terms": "e <= 4",
+    "x.X": "x.X",
+    "x.UB": "x.UB",
+}
+
+
+def least(statement, names, number=20_000, repeat=30):
+    empty = min(timeit.repeat("pass", number=number, repeat=repeat))
+    return (min(timeit.repeat(statement, globals=names, number=number, repeat=repeat)) - empty) / number * 1e9
+
+
+def once(function, count):
+    """Nanoseconds an item of something that cannot be repeated on the same model."""
+    found = []
+    for _ in range(5):
+        m = Model()
+        gc.collect()
+        gc.disable()
+        found.append(timeit.timeit(lambda m=m: function(m, count), number=1) / count * 1e9)
+        gc.enable()
+        m.dispose()
+    return min(found)
+
+
+def add_variables(m, count):
+    for _ in range(count):
+        m.addVar()
+
+
+def rows(m, count, x=None):
+    x = x or [m.addVar() for _ in range(3)]
+    a, b, c = x
+    begin = timeit.default_timer()
+    for _ in range(count):
+        m.addConstr(a + 2 * b + 3 * c <= 4)
+    return timeit.default_timer() - begin
+
+
+def main():
+    m = Model()
+    m.setParam("OutputFlag", 0)
+    x, y, z = (m.addVar(ub=1.0) for _ in range(3))
+    m.addConstr(x + y + z >= 1)
+    m.optimize()
+    names = {"x": x, "y": y, "z": z, "a": x + 2 * y, "b": 3 * z, "e": 2 * x + 3 * y + z}
+    for text, statement in OPERATIONS.items():
+        print(f"{text:28} {least(statement, names):7.0f} ns")
+    print(f"{'x.UB = v':28} {least('x.UB = 2.0', names):7.0f} ns")
+    print(f"{'addVar':28} {once(add_variables, 200_000):7.0f} ns")
+    print(f"{'a row of three terms':28} {once(rows, 200_000):7.0f} ns")
+    many = [m.addVar() for _ in range(200_000)]
+    for text, statement in [
+        ("quicksum of variables", "quicksum(many)"),
+        ("quicksum of products", "quicksum(2 * v for v in many)"),
+        ("sum of variables", "sum(many)"),
+    ]:
+        seconds = min(timeit.repeat(statement, globals={"quicksum": quicksum, "many": many}, number=1, repeat=7))
+        print(f"{text:28} {seconds / len(many) * 1e9:7.1f} ns a term")
+    objective = quicksum(many)
+    seconds = min(timeit.repeat(lambda: m.setObjective(objective), number=1, repeat=3))
+    print(f"{'setObjective':28} {seconds / len(many) * 1e9:7.0f} ns a variable")
+    before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+    big = Model()
+    big.addVars(1_000_000)
+    after = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+    print(f"{'addVars of a million':28} {(after - before) / 1024:7.0f} MB at the most, with keys and dict")
+
+
+if __name__ == "__main__":
+    main()
