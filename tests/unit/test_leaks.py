@@ -144,7 +144,7 @@ def test_loops_hold_on_to_nothing(stub, model, name):
         counts, blocks = loop(50)
         counts_after, blocks_after = loop(200)
         grown.append((blocks_after - blocks, max(b - a for a, b in zip(counts, counts_after))))
-    assert min(blocks for blocks, _ in grown) < 120
+    assert min(blocks for blocks, _ in grown) < 180  # a block lost in each round would be 200
     assert min(references for _, references in grown) < 60
 
 
