@@ -131,6 +131,25 @@ Ref read_attribute_list(const Attribute& a, const std::vector<int>& indices) {
     }
 }
 
+Ref read_attribute_array(const Attribute& a, const std::vector<int>& indices) {
+    int count = count_of(indices);
+    npy_intp size = count;
+    if (a.type == TSO_ATTR_DOUBLE || a.type == TSO_ATTR_INT) {
+        Ref array = Ref::steal(PyArray_SimpleNew(1, &size, a.type == TSO_ATTR_DOUBLE ? NPY_FLOAT64 : NPY_INT32));
+        void* data = PyArray_DATA(as_array(array.get()));
+        check(a.type == TSO_ATTR_DOUBLE
+                  ? TSOgetdblattrlist(a.model, a.name, count, indices.data(), static_cast<double*>(data))
+                  : TSOgetintattrlist(a.model, a.name, count, indices.data(), static_cast<int*>(data)));
+        return array;
+    }
+    Ref list = read_attribute_list(a, indices);
+    Ref array = Ref::steal(PyArray_SimpleNew(1, &size, NPY_OBJECT));
+    for (npy_intp i = 0; i < size; ++i)
+        checked(PyArray_SETITEM(as_array(array.get()), static_cast<char*>(PyArray_GETPTR1(as_array(array.get()), i)),
+                                PyList_GET_ITEM(list.get(), i)));
+    return array;
+}
+
 void write_model_attribute(const Attribute& a, Borrowed value) {
     switch (a.type) {
     case TSO_ATTR_INT:
@@ -163,6 +182,13 @@ void write_attribute(const Attribute& a, int index, Borrowed value) {
 
 void write_attribute_list(const Attribute& a, const std::vector<int>& indices, Borrowed values) {
     int count = count_of(indices);
+    if (a.type == TSO_ATTR_DOUBLE && PyArray_CheckExact(values) && PyArray_ISNUMBER(as_array(values)) &&
+        !PyArray_ISCOMPLEX(as_array(values)) && PyArray_SIZE(as_array(values)) == count) {
+        Ref array = Ref::steal(PyArray_FROM_OTF(values, NPY_FLOAT64, NPY_ARRAY_CARRAY_RO | NPY_ARRAY_FORCECAST));
+        check(TSOsetdblattrlist(a.model, a.name, count, indices.data(),
+                                static_cast<const double*>(PyArray_DATA(as_array(array.get())))));
+        return;
+    }
     Ref plain = plain_values(values, count);
     values = plain.get();
     switch (a.type) {

@@ -45,6 +45,8 @@ Ref read_model_attribute(const Attribute& a);
 Ref read_attribute(const Attribute& a, int index);
 // A list of plain values, one for each index.
 Ref read_attribute_list(const Attribute& a, const std::vector<int>& indices);
+// The same as an array of the attribute's type; texts as an array of objects.
+Ref read_attribute_array(const Attribute& a, const std::vector<int>& indices);
 
 // Writing. Values are converted as numpy.array does for the attribute's type; nothing is written if that fails.
 void write_model_attribute(const Attribute& a, Borrowed value);

@@ -1,5 +1,6 @@
 #include "expr/arithmetic.h"
 
+#include "expr/array_operators.h"
 #include "expr/kinds.h"
 #include "expr/quicksum.h"
 #include "py/args.h"
@@ -123,16 +124,18 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
 
 bool is_operand(Operands k) { return k >= Operands::Var; }
 
-// What is no scalar kind and no array ends the chain; arrays run through their own operators.
+// Scalars among themselves; where an array comes in, arrays have operators of their own.
 Ref forward_add(Borrowed a, Borrowed b) {
     Operands ka = kind_of(a), kb = kind_of(b);
     if (ka != Operands::Other && kb != Operands::Other && (is_operand(ka) || is_operand(kb)))
         return sum(ka, a, kb, b, 1.0);
-    unsupported("+", a, b);
+    return g_array_operators.add(a, b);
 }
 
 Ref forward_multiply(Borrowed a, Borrowed b) {
     Operands ka = kind_of(a), kb = kind_of(b);
+    if (ka == Operands::Other || kb == Operands::Other)
+        return g_array_operators.multiply(a, b);
     if (kb > ka) {
         std::swap(ka, kb);
         std::swap(a, b);
@@ -184,6 +187,8 @@ Ref negative(Borrowed a) {
         return multiply(a, minus_one.get());
     }
     default:
+        if (Ref result = g_array_operators.negative(a))
+            return result;
         raise(PyExc_TypeError, "bad operand type for unary -: `%s`", type_name(a));
     }
 }

@@ -11,7 +11,8 @@ bool is_number(Borrowed x) {
     if (PyFloat_Check(x) || PyLong_Check(x))
         return true;
     if (t == s.var || t == s.linexpr || t == s.quadexpr || t == s.constr || t == s.tempconstr || t == &PyUnicode_Type ||
-        t == &PyList_Type || t == &PyTuple_Type || t == &PyDict_Type || t == &PyArray_Type || x == Py_None)
+        t == &PyList_Type || t == &PyTuple_Type || t == &PyDict_Type || t == &PyArray_Type || x == Py_None ||
+        is_instance(x, s.operand))
         return false;
     if (PyComplex_Check(x) || PyArray_IsScalar(x, Number))
         return true;
@@ -26,7 +27,7 @@ bool is_arraylike(Borrowed x, bool sparse) {
         return false;
     if (t == &PyList_Type || t == &PyTuple_Type || t == &PyArray_Type)
         return true;
-    if (checked(PyObject_IsInstance(x, state().spmatrix)))
+    if (is_sparse(x))
         return sparse;
     PyObject* priority = PyObject_GetAttr(x, state().s_array_priority);
     if (priority) {
@@ -37,6 +38,11 @@ bool is_arraylike(Borrowed x, bool sparse) {
         throw PythonError();
     PyErr_Clear();
     return !is_scalar(x);
+}
+
+bool is_sparse(Borrowed x) {
+    return checked(PyObject_IsInstance(x, state().spmatrix)) ||
+           (state().sparray && checked(PyObject_IsInstance(x, state().sparray)));
 }
 
 bool is_var(Borrowed x) { return is_instance(x, state().var); }

@@ -1,6 +1,7 @@
 #include "expr/operand.h"
 
 #include "expr/arithmetic.h"
+#include "expr/array_operators.h"
 #include "expr/kinds.h"
 #include "expr/tempconstr.h"
 #include "handles/handle.h"
@@ -8,6 +9,9 @@
 #include "solver/check.h"
 
 namespace tsp {
+
+ArrayOperators g_array_operators{};
+
 namespace {
 
 // Only variables have a hash, which is their position.
@@ -47,14 +51,15 @@ Ref operand_power(PyObject* a, PyObject* exponent, PyObject*) {
         return v_mul_v(a, a);
     if (is_linexpr(a))
         return l_mul_l(as_linexpr(a), as_linexpr(a));
+    if (Ref square = g_array_operators.square(a))
+        return square;
     raise(PyExc_TypeError, "unsupported operand type(s) for ** or pow(): `%s` and 'int'", type_name(a));
 }
 
-// Scalars have no matrix product.
 Ref operand_matmul(PyObject* a, PyObject* b) {
     if (!is_instance(a, state().operand) && !is_instance(b, state().operand))
         return Ref::borrow(Py_NotImplemented);
-    raise(PyExc_TypeError, "unsupported operand type(s) for @: `%s` and `%s`", type_name(a), type_name(b));
+    return g_array_operators.matmul(a, b);
 }
 
 PyType_Slot operand_slots[] = {

@@ -1,9 +1,11 @@
 #include "expr/tempconstr.h"
 
 #include "expr/arithmetic.h"
+#include "expr/array_operators.h"
 #include "expr/kinds.h"
 #include "module/text.h"
 #include "py/args.h"
+#include "py/numpy.h"
 
 namespace tsp {
 namespace {
@@ -117,6 +119,12 @@ PyType_Spec tempconstr_spec = {"tessolvpy.TempConstr", sizeof(TempConstr), 0, Py
 Ref equal(Borrowed self, Borrowed other) {
     if (exact_kind(other) == Operands::Number || is_scalar(other))
         return tempconstr_of(subtract(self, other), true, true);
+    if (g_array_operators.is_array(self)) { // cell by cell; a list has no negation, an array of it has
+        if (is_instance(other, state().operand))
+            return tempconstr_of(subtract(self, other), true, true);
+        Ref array = Ref::steal(PyArray_FROM_O(other));
+        return tempconstr_of(subtract(self, array.get()), true, true);
+    }
     if (is_arraylike(other)) {
         Py_ssize_t size = PyObject_Size(other);
         if (size < 0)

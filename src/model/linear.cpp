@@ -1,4 +1,6 @@
 // Model: linear constraints.
+#include "arrays/expr_array.h"
+#include "arrays/handle_array.h"
 #include "expr/arithmetic.h"
 #include "expr/kinds.h"
 #include "expr/tempconstr.h"
@@ -8,6 +10,7 @@
 #include "py/args.h"
 #include "solver/check.h"
 
+#include <climits>
 #include <cmath>
 
 namespace tsp {
@@ -46,6 +49,65 @@ Ref add_row(Model& self, Borrowed expr, Borrowed lower, Borrowed upper, const ch
     return add_row(self, *e, lower, upper, name);
 }
 
+// The rows of an array of expressions, with one solver call.
+Ref add_rows(Model& self, Borrowed exprs, Borrowed lower, Borrowed upper, const char* name) {
+    ExprArray& e = as_expr_array(exprs);
+    Ref hold = Ref::borrow(exprs);
+    Shape shape = shape_of(e);
+    int64_t size = size_of(shape);
+    if (size > INT_MAX)
+        raise(PyExc_MemoryError, "too many constraints");
+    auto count = static_cast<std::size_t>(size);
+    std::string text;
+    std::vector<std::size_t> starts;
+    if (*name)
+        for (int64_t i = 0; i < size; ++i) {
+            starts.push_back(text.size());
+            text += name;
+            append_subscript(text, i, static_cast<int>(shape.size()), shape.data());
+            text += '\0';
+        }
+    std::vector<const char*> names(count, "");
+    for (std::size_t i = 0; i < starts.size(); ++i)
+        names[i] = text.data() + starts[i];
+
+    RowArrays rows;
+    std::vector<double> low(count), high(count);
+    auto bounds = [&](std::size_t i, double constant) {
+        if (lower != Py_None)
+            low[i] = shifted(lower, constant);
+        if (upper != Py_None)
+            high[i] = shifted(upper, constant);
+    };
+    if (BlockRef block = block_of(e)) {
+        append_rows(rows, self, *block);
+        for (std::size_t i = 0; i < count; ++i)
+            bounds(i, block->constant(static_cast<int64_t>(i)));
+    } else {
+        Ref flat = Ref::steal(PyArray_Ravel(as_array(array_of(e)), NPY_CORDER));
+        for (std::size_t i = 0; i < count; ++i) {
+            Ref cell = Ref::steal(
+                PyArray_GETITEM(as_array(flat.get()),
+                                static_cast<char*>(PyArray_GETPTR1(as_array(flat.get()), static_cast<npy_intp>(i)))));
+            if (!is_linexpr(cell.get()))
+                raise(PyExc_TypeError, "Expect a LinExpr");
+            rows.begin.push_back(static_cast<int>(rows.index.size()));
+            append_row(rows, self, as_linexpr(cell.get()));
+            bounds(i, as_linexpr(cell.get()).constant);
+        }
+    }
+    check(TSOaddrangeconstrs(self.mdl_, static_cast<int>(count), static_cast<int>(rows.index.size()), rows.begin.data(),
+                             rows.index.data(), rows.value.data(), lower == Py_None ? nullptr : low.data(),
+                             upper == Py_None ? nullptr : high.data(), names.data()));
+    Ref array = Ref::steal(PyArray_SimpleNew(static_cast<int>(shape.size()), shape.data(), NPY_OBJECT));
+    auto** cells = static_cast<PyObject**>(PyArray_DATA(as_array(array.get())));
+    for (std::size_t i = 0; i < count; ++i) {
+        PyObject* old = std::exchange(cells[i], add_constr_object(self).release());
+        Py_XDECREF(old);
+    }
+    return new_handle_array(state().mconstr, array.get(), true);
+}
+
 // The router of all comparisons.
 Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
     if (PyBool_Check(tconstr)) { // 0 <= 0 or 0 <= -1: a row that always holds, or never
@@ -60,6 +122,16 @@ Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
         raise_argument_type("tconstr", state().tempconstr->tp_name, tconstr);
     const TempConstr& t = as_tempconstr(tconstr);
     Ref hold = Ref::borrow(tconstr);
+    if (is_mquadexpr(t.expr))
+        raise(PyExc_NotImplementedError, "quadratic constraints cannot be added yet");
+    if (is_mvar(t.expr)) {
+        BlockRef block = block_of(as_handle_array(t.expr));
+        Ref zero = Ref::steal(PyLong_FromLong(0));
+        Ref exprs = block ? new_mlinexpr(block) : Ref::steal(PyNumber_Add(t.expr, zero.get()));
+        return add_rows(self, exprs.get(), t.lb, t.ub, name);
+    }
+    if (is_mlinexpr(t.expr))
+        return add_rows(self, t.expr, t.lb, t.ub, name);
     if (is_quadexpr(t.expr))
         raise(PyExc_NotImplementedError, "quadratic constraints cannot be added yet");
     if (is_tempconstr(t.lb) || is_tempconstr(t.ub))

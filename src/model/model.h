@@ -72,6 +72,7 @@ Ref model_read(Model& self, const Call& call);
 Ref model_write(Model& self, const Call& call);
 Ref model_addVar(Model& self, const Call& call); // variables.cpp
 Ref model_addVars(Model& self, const Call& call);
+Ref model_addMVar(Model& self, const Call& call);
 Ref model_addConstr(Model& self, const Call& call); // linear.cpp
 Ref model_addLConstr(Model& self, const Call& call);
 Ref model_addRange(Model& self, const Call& call);

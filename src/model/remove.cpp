@@ -1,4 +1,5 @@
 // Model: removal. The only operation that renumbers elements.
+#include "arrays/handle_array.h"
 #include "model/model.h"
 #include "model/rows.h"
 #include "module/state.h"
@@ -52,6 +53,11 @@ void collect(Borrowed items, Indices& out) {
         if (index >= 0)
             list->push_back(index);
         return;
+    }
+    Ref inside;
+    if (is_handle_array(items)) {
+        inside = Ref::steal(PyArray_Ravel(as_array(array_of(as_handle_array(items))), NPY_CORDER));
+        items = inside.get();
     }
     bool is_dict = PyDict_Check(items);
     if (!is_dict && is_scalar(items))

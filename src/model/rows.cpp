@@ -1,24 +1,24 @@
 #include "model/rows.h"
 
+#include "arrays/block.h"
 #include "expr/linexpr.h"
 #include "module/state.h"
 #include "module/text.h"
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
+#include <new>
 #include <numeric>
 
 namespace tsp {
 
-void RowArrays::finish_row(std::size_t from) {
-    std::size_t count = index.size() - from;
-    int* ind = index.data() + from;
-    double* val = value.data() + from;
+std::size_t merge_row(int* ind, double* val, std::size_t count) {
     std::size_t rising = 1;
     while (rising < count && ind[rising - 1] < ind[rising])
         ++rising;
     if (rising >= count)
-        return;
+        return count;
     constexpr std::size_t kSmall = 32;
     if (count <= kSmall) {
         for (std::size_t i = rising; i < count; ++i) {
@@ -55,8 +55,13 @@ void RowArrays::finish_row(std::size_t from) {
             val[last] = val[i];
         }
     }
-    index.resize(from + last + 1);
-    value.resize(from + last + 1);
+    return last + 1;
+}
+
+void RowArrays::finish_row(std::size_t from) {
+    std::size_t count = merge_row(index.data() + from, value.data() + from, index.size() - from);
+    index.resize(from + count);
+    value.resize(from + count);
 }
 
 void append_row(RowArrays& rows, const Model& self, const LinExpr& expr) {
@@ -71,6 +76,41 @@ void append_row(RowArrays& rows, const Model& self, const LinExpr& expr) {
         rows.value[from + static_cast<std::size_t>(i)] = coeffs[i];
     }
     rows.finish_row(from);
+}
+
+void append_rows(RowArrays& rows, const Model& self, const LinBlock& block) {
+    int64_t terms = block.terms();
+    if (terms > INT_MAX)
+        throw std::bad_alloc();
+    rows.begin.reserve(static_cast<std::size_t>(block.size));
+    rows.index.resize(static_cast<std::size_t>(terms));
+    rows.value.resize(static_cast<std::size_t>(terms));
+    std::size_t at = 0;
+    std::vector<int> common; // the indices of a row of variables that all cells share
+    if (block.same_vars && block.size > 0)
+        for (int64_t k = 0; k < block.width; ++k)
+            common.push_back(index_in(self, block.vars[k]));
+    for (int64_t i = 0; i < block.size; ++i) {
+        rows.begin.push_back(static_cast<int>(at));
+        auto n = static_cast<std::size_t>(block.count(i));
+        int* index = rows.index.data() + at;
+        double* value = rows.value.data() + at;
+        if (block.same_vars) {
+            std::copy_n(common.data(), n, index);
+        } else {
+            PyObject* const* vars = block.vars_of(i);
+            for (std::size_t k = 0; k < n; ++k)
+                index[k] = index_in(self, vars[k]);
+        }
+        Coeffs coeffs(block, i);
+        if (coeffs.p)
+            std::copy_n(coeffs.p, n, value);
+        else
+            std::fill_n(value, n, 1.0);
+        at += merge_row(index, value, n);
+    }
+    rows.index.resize(at);
+    rows.value.resize(at);
 }
 
 namespace {
@@ -117,6 +157,24 @@ void append_subscript(std::string& text, PyObject* const* items, Py_ssize_t coun
             text += ',';
         if (!append_plain(text, items[i]))
             append_repr(text, items[i]);
+    }
+    text += ']';
+}
+
+void append_subscript(std::string& text, Py_ssize_t cell, int ndim, const Py_ssize_t* shape) {
+    Py_ssize_t step = 1;
+    for (int d = 1; d < ndim; ++d)
+        step *= shape[d];
+    text += '[';
+    for (int d = 0; d < ndim; ++d) {
+        char digits[24];
+        auto end = std::to_chars(digits, digits + sizeof digits, cell / step).ptr;
+        if (d > 0)
+            text += ',';
+        text.append(digits, end);
+        cell %= step;
+        if (d + 1 < ndim)
+            step /= shape[d + 1];
     }
     text += ']';
 }

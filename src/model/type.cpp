@@ -85,14 +85,25 @@ PyMethodDef model_methods[] = {
         "Returns a tupledict of Var by key. Raises ValueError if there are no indices or the numbers of values\n"
         "differ, TypeError for wrong types, TessolvError if the solver refuses.\n\n"
         "Example: x = m.addVars(2, [\"a\", \"b\"], name=\"x\"); x[0, \"a\"]"),
+    keywords<model_addMVar>(
+        "addMVar",
+        "addMVar($self, shape, lb=0.0, ub=1e+20, obj=0.0, vtype='C', name='')\n--\n\n"
+        "Adds an array of variables.\n\n"
+        "shape: int or tuple of int.\n"
+        "lb, ub, obj, vtype: one value for all, or as many as there are variables, row by row.\n"
+        "name: str, to which the place is added as in x[0,1]; or one name for each variable.\n"
+        "Returns an MVar. Raises ValueError for an empty shape or another number of values, TypeError for wrong\n"
+        "types, TessolvError if the solver refuses.\n\n"
+        "Example: x = m.addMVar((2, 3), ub=[[1, 2, 3], [4, 5, 6]], name=\"x\")"),
     keywords<model_addConstr>(
         "addConstr",
         "addConstr($self, tconstr, name='')\n--\n\n"
-        "Adds a constraint.\n\n"
-        "tconstr: what a comparison gives, as in x + y <= 1, x >= y or x == [0, 5] (a range); True or False add\n"
-        "a row that always or never holds.\n"
-        "name: str, at most 255 bytes.\n"
-        "Returns the Constr. Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
+        "Adds a constraint, or the constraints of a comparison of arrays.\n\n"
+        "tconstr: what a comparison gives, as in x + y <= 1, x >= y, x == [0, 5] (a range) or A @ x <= b; True or\n"
+        "False add a row that always or never holds.\n"
+        "name: str, at most 255 bytes; rows of an array have their place added, as in c[0,1].\n"
+        "Returns the Constr, for arrays an MConstr. Raises TypeError for arguments of wrong types, TessolvError if the "
+        "solver refuses.\n\n"
         "Example: c = m.addConstr(x + 2 * y <= 4, name=\"c\")"),
     keywords<model_addLConstr>(
         "addLConstr",

@@ -1,4 +1,5 @@
 // Model: variables, one at a time and in bulk.
+#include "arrays/handle_array.h"
 #include "expr/column.h"
 #include "expr/kinds.h"
 #include "model/model.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <functional>
 
 namespace tsp {
 namespace {
@@ -163,13 +165,15 @@ private:
     std::vector<char> values_;
 };
 
+// Writes the subscript of a variable, by its number, behind a text.
+using Subscripts = std::function<void(std::string&, std::size_t)>;
+
 // Names, one behind the other in one buffer; from a prefix and subscripts, or one by one.
 class VarNames {
 public:
-    VarNames(Borrowed name, const std::vector<Ref>& subscripts) {
+    VarNames(Borrowed name, std::size_t count, const Subscripts& append) {
         if (name == Py_None || (PyUnicode_Check(name) && PyUnicode_GET_LENGTH(name) == 0))
             return;
-        std::size_t count = subscripts.size();
         std::vector<std::size_t> begin(count);
         if (PyUnicode_Check(name) || numpy_number("ndim", name) == 0) {
             Ref text = Ref::steal(PyObject_Str(name));
@@ -177,8 +181,7 @@ public:
             for (std::size_t i = 0; i < count; ++i) {
                 begin[i] = text_.size();
                 text_ += prefix;
-                append_subscript(text_, PySequence_Fast_ITEMS(subscripts[i].get()),
-                                 PyTuple_GET_SIZE(subscripts[i].get()));
+                append(text_, i);
                 text_ += '\0';
             }
         } else {
@@ -209,17 +212,17 @@ struct VarArguments {
     Borrowed lb, ub, obj, vtype, name; // None where the default is meant
 };
 
-// Adds one variable for each subscript with a single solver call. The handles are the last entries of vars_ then.
-void add_vars(Model& self, const std::vector<Ref>& subscripts, const VarArguments& a) {
-    if (subscripts.size() > INT_MAX)
+// Adds variables with a single solver call. The handles are the last entries of vars_ then.
+void add_vars(Model& self, std::size_t number, const Subscripts& subscripts, const VarArguments& a) {
+    if (number > INT_MAX)
         raise(PyExc_MemoryError, "too many variables");
-    auto count = static_cast<Py_ssize_t>(subscripts.size());
+    auto count = static_cast<Py_ssize_t>(number);
     Numbers lower(a.lb, true, count, "lb");
     bool infinite = a.ub != Py_None && is_number(a.ub) && to_double(a.ub) >= TSO_INFINITY;
     Numbers upper(infinite ? Py_None : a.ub, false, count, "ub");
     Numbers cost(a.obj, true, count, "obj");
     Types types(a.vtype, count);
-    VarNames names(a.name, subscripts);
+    VarNames names(a.name, number, subscripts);
     check(TSOaddvars(self.mdl_, static_cast<int>(count), 0, nullptr, nullptr, nullptr, cost.get(), lower.get(),
                      upper.get(), types.get(), names.get()));
     PyObject* vars = mirror(self.vars_);
@@ -228,6 +231,8 @@ void add_vars(Model& self, const std::vector<Ref>& subscripts, const VarArgument
         checked(PyList_Append(vars, var.get()));
     }
 }
+
+Borrowed none_if_missing(Borrowed arg) { return arg ? arg : Py_None; }
 
 bool has_iter(Borrowed e) {
     if (PyLong_CheckExact(e) || PyFloat_CheckExact(e))
@@ -318,8 +323,12 @@ Ref model_addVars(Model& self, const Call& call) {
     for (Py_ssize_t i = 0; i < call.nargs; ++i)
         sets.push_back(index_set(call.args[i]));
     std::vector<Ref> tuples = product(sets);
-    auto given = [](Borrowed arg) { return arg ? arg : Py_None; };
-    add_vars(self, tuples, {given(lb), given(ub), given(obj), given(vtype), given(name)});
+    auto subscript = [&tuples](std::string& text, std::size_t i) {
+        append_subscript(text, PySequence_Fast_ITEMS(tuples[i].get()), PyTuple_GET_SIZE(tuples[i].get()));
+    };
+    add_vars(self, tuples.size(), subscript,
+             {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype),
+              none_if_missing(name)});
     Ref vars = Ref::borrow(mirror(self.vars_));
     Py_ssize_t first = PyList_GET_SIZE(vars.get()) - static_cast<Py_ssize_t>(tuples.size());
     for (std::size_t i = 0; i < tuples.size(); ++i) {
@@ -330,6 +339,32 @@ Ref model_addVars(Model& self, const Call& call) {
         checked(PyDict_SetItem(result.get(), key, var.get()));
     }
     return result;
+}
+
+Ref model_addMVar(Model& self, const Call& call) {
+    static const Signature<6> signature{"addMVar", {"shape", "lb", "ub", "obj", "vtype", "name"}, 1};
+    auto [shape, lb, ub, obj, vtype, name] = parse(signature, call);
+    Ref array = Ref::steal(PyObject_CallMethod(state().np, "empty", "(OO)", shape, as_object(state().var)));
+    PyArrayObject* a = as_array(array.get());
+    if (PyArray_NDIM(a) == 0)
+        raise(PyExc_ValueError, "empty shape");
+    auto subscript = [a](std::string& text, std::size_t i) {
+        append_subscript(text, static_cast<npy_intp>(i), PyArray_NDIM(a), PyArray_DIMS(a));
+    };
+    auto size = static_cast<std::size_t>(PyArray_SIZE(a));
+    add_vars(self, size, subscript,
+             {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype),
+              none_if_missing(name)});
+    PyObject* vars = mirror(self.vars_);
+    auto first = static_cast<std::size_t>(PyList_GET_SIZE(vars)) - size;
+    auto** cells = static_cast<PyObject**>(PyArray_DATA(a));
+    for (std::size_t i = 0; i < size; ++i) {
+        PyObject* var = PyList_GET_ITEM(vars, static_cast<Py_ssize_t>(first + i));
+        Py_INCREF(var);
+        PyObject* old = std::exchange(cells[i], var);
+        Py_XDECREF(old);
+    }
+    return new_handle_array(state().mvar, array.get(), true);
 }
 
 } // namespace tsp

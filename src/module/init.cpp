@@ -1,4 +1,7 @@
 // The import: one ordered sequence, in which later steps read what earlier ones made.
+#include "arrays/expr_array.h"
+#include "arrays/handle_array.h"
+#include "arrays/operators.h"
 #include "attr/catalog.h"
 #include "containers/tupledict.h"
 #include "containers/tuplelist.h"
@@ -24,16 +27,18 @@ namespace {
 
 // What "from tessolvpy import *" gives.
 constexpr const char* kPublicNames[] = {
-    "TSO",       "models",       "disposeDefaultEnv",
-    "multidict", "paramHelp",    "quicksum",
-    "read",      "readParams",   "resetParams",
-    "setParam",  "system",       "writeParams",
-    "version",   "TessolvError", "tuplelist",
-    "tupledict", "Var",          "Constr",
-    "QConstr",   "SOS",          "GenConstr",
-    "PsdVar",    "PsdConstr",    "LinExpr",
-    "QuadExpr",  "TempConstr",   "Column",
-    "Env",       "Model",
+    "TSO",        "models",       "disposeDefaultEnv",
+    "multidict",  "paramHelp",    "quicksum",
+    "read",       "readParams",   "resetParams",
+    "setParam",   "system",       "writeParams",
+    "version",    "TessolvError", "tuplelist",
+    "tupledict",  "Var",          "MVar",
+    "Constr",     "QConstr",      "SOS",
+    "GenConstr",  "MConstr",      "MQConstr",
+    "PsdVar",     "PsdConstr",    "LinExpr",
+    "QuadExpr",   "MLinExpr",     "MQuadExpr",
+    "TempConstr", "Column",       "Env",
+    "Model",
 };
 
 struct TypeRow {
@@ -54,6 +59,11 @@ constexpr TypeRow kTypes[] = {
     {"GenConstr", &State::genconstr},
     {"PsdVar", &State::psdvar},
     {"PsdConstr", &State::psdconstr},
+    {"MVar", &State::mvar},
+    {"MConstr", &State::mconstr},
+    {"MQConstr", &State::mqconstr},
+    {"MLinExpr", &State::mlinexpr},
+    {"MQuadExpr", &State::mquadexpr},
     {"Model", &State::model},
     {"List", &State::list},
     {"LinExpr", &State::linexpr},
@@ -76,6 +86,9 @@ void make_types(Borrowed module) {
     s.list = make_list_type();
     s.linexpr = make_linexpr_type();
     s.quadexpr = make_quadexpr_type();
+    make_handle_array_types();
+    make_expr_array_types();
+    install_array_operators();
     s.tempconstr = make_tempconstr_type();
     s.column = make_column_type();
     s.model = make_model_type();
@@ -126,6 +139,8 @@ void keep_helpers(Borrowed module) {
     s.np_isscalar = member(s.np, "isscalar");
     Ref sparse = Ref::steal(PyObject_GetAttrString(module, "_sp"));
     s.spmatrix = member(sparse.get(), "spmatrix");
+    s.sparray = PyObject_GetAttrString(sparse.get(), "sparray");
+    PyErr_Clear();
     s.ctypes = member(module, "_ctypes");
     s.fnmatch = member(module, "fnmatch");
     s.traceback = member(module, "traceback");
@@ -165,6 +180,8 @@ void run_import(Borrowed module) {
     add(as_object(s.operand), "__array_priority__", Ref::steal(PyLong_FromLong(1000)).get());
     build_constants(module);
     install_handle_members();
+    install_handle_array_members();
+    install_expr_array_members();
     add(module, "__test__", Ref::steal(PyDict_New()).get());
 }
 

@@ -13,11 +13,12 @@ struct State {
     PyTypeObject *tessolv_error, *env, *param_class, *model;
     PyTypeObject *tuplelist, *tupledict;
     PyTypeObject *list, *linexpr, *quadexpr, *tempconstr, *column;
+    PyTypeObject *mvar, *mlinexpr, *mquadexpr, *mconstr, *mqconstr;
     PyTypeObject *operand, *var, *constr, *qconstr, *sos, *genconstr, *psdvar, *psdconstr;
 
     // Modules and what is used of them
     PyObject *np, *np_array, *np_isscalar;
-    PyObject* spmatrix;
+    PyObject *spmatrix, *sparray; // sparray is null where SciPy has none
     PyObject* number; // numbers.Number
     PyObject *ctypes, *fnmatch, *traceback;
 

@@ -1,0 +1,63 @@
+// What all arrays share: each wraps one NumPy array of objects, whose methods do the work.
+#pragma once
+
+#include "module/state.h"
+#include "py/args.h"
+#include "py/numpy.h"
+#include "py/type.h"
+
+namespace tsp {
+
+// A method of an array, called by name.
+template <class... A> Ref call_method(Borrowed array, const char* name, A... args) {
+    Ref method = Ref::steal(PyUnicode_InternFromString(name));
+    return Ref::steal(PyObject_CallMethodObjArgs(array, method.get(), args..., nullptr));
+}
+
+// An ndarray as it is; anything else becomes one.
+inline Ref as_ndarray(Borrowed x) {
+    return PyArray_Check(x) ? Ref::borrow(x) : Ref::steal(PyObject_CallOneArg(state().np_array, x));
+}
+
+inline Ref shape_tuple(PyArrayObject* a) {
+    Ref shape = Ref::steal(PyTuple_New(PyArray_NDIM(a)));
+    for (int i = 0; i < PyArray_NDIM(a); ++i)
+        PyTuple_SET_ITEM(shape.get(), i, Ref::steal(PyLong_FromSsize_t(PyArray_DIM(a, i))).release());
+    return shape;
+}
+
+// len() of an array: its first dimension.
+inline Py_ssize_t length_of(PyArrayObject* a) {
+    if (PyArray_NDIM(a) == 0)
+        raise(PyExc_TypeError, "len() of unsized object");
+    return PyArray_DIM(a, 0);
+}
+
+// The one cell of an array; ValueError `message` if there are more, or none.
+inline Ref only_item(PyArrayObject* a, const char* message) {
+    if (PyArray_SIZE(a) != 1)
+        raise(PyExc_ValueError, "%s", message);
+    return Ref::steal(PyArray_GETITEM(a, static_cast<char*>(PyArray_DATA(a))));
+}
+
+inline Ref array_text(const char* name, Borrowed array) {
+    return Ref::steal(PyUnicode_FromFormat("<%s %R>\n%S", name, shape_tuple(as_array(array)).get(), array));
+}
+
+// Iterates over the first dimension through self[i].
+inline Ref iterate(Borrowed self, Py_ssize_t length) {
+    Ref items = Ref::steal(PyList_New(0));
+    for (Py_ssize_t i = 0; i < length; ++i) {
+        Ref index = Ref::steal(PyLong_FromSsize_t(i));
+        Ref item = Ref::steal(PyObject_GetItem(self, index.get()));
+        checked(PyList_Append(items.get(), item.get()));
+    }
+    return Ref::steal(PyObject_GetIter(items.get()));
+}
+
+constexpr PyMethodDef as_static_method(PyMethodDef method) {
+    method.ml_flags |= METH_STATIC;
+    return method;
+}
+
+} // namespace tsp
