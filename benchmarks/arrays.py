@@ -6,8 +6,8 @@ The method is that of build_models.py: each figure is the least CPU time of a fe
 a first run that warms the memory; the libraries take turns, round by round. The data (matrices, right-hand sides) is
 made before the clock starts; the time runs from an empty model until the solver library has it: HiGHS's model for
 highspy, PyOptInterface and linopy (`to_highspy`), the solver's input data for CVXPY, the model proto for OR-Tools, the
-library behind the module for us. Every library uses the form its own guide recommends (matrices/); one that has none for
-a case is left out there, and so are peers that are not installed. --parts tells where our own time goes.
+library behind the module for us. Every library uses the form its own guide recommends (matrices/); one that has none
+for a case is left out there, and so are peers that are not installed. --parts tells where our own time goes.
 
 What is needed: python -m pip install scipy highspy pyoptinterface linopy ortools cvxpy highsbox
 """
