@@ -1,0 +1,187 @@
+"""A slow second opinion: arrays of scalar expressions in NumPy arrays of objects, one Python operator per cell."""
+
+from numbers import Number
+
+import numpy as np
+import scipy.sparse as sp
+import tessolvpy as tso
+
+ARRAYS = (tso.MVar, tso.MLinExpr, tso.MQuadExpr)
+SCALARS = (tso.Var, tso.LinExpr, tso.QuadExpr)
+OPERANDS = SCALARS[:1] + ARRAYS[:1] + SCALARS[1:] + ARRAYS[1:]
+QUADRATIC = (tso.QuadExpr, tso.MQuadExpr)
+
+
+def inside(x):
+    """The cells, as an object array of its own."""
+    cells = np.empty(x.shape, object)
+    for place in np.ndindex(x.shape):
+        cells[place] = x[place].item()
+    return cells
+
+
+def expression(c):
+    """Of one cell: its kind, its terms in their order, its constant."""
+    if isinstance(c, tso.Var):
+        return "v", c.index
+    if isinstance(c, tso.LinExpr):
+        return "l", [(c.getCoeff(i), c.getVar(i).index) for i in range(c.size())], c.getConstant()
+    if isinstance(c, tso.QuadExpr):
+        terms = [(c.getCoeff(i), c.getVar1(i).index, c.getVar2(i).index) for i in range(c.size())]
+        return "q", terms, *expression(c.getLinExpr())[1:]
+    return type(c).__name__, c
+
+
+def content(x):
+    if isinstance(x, ARRAYS):
+        return type(x).__name__, x.shape, [expression(c) for c in inside(x).flat]
+    return type(x).__name__, expression(x)
+
+
+def outcome(act):
+    try:
+        return content(act())
+    except Exception as e:
+        return type(e).__name__, str(e)
+
+
+def value_of(x, values):
+    """A number or an array of numbers: what an operand is worth where variable i has the value values[i]."""
+    if isinstance(x, ARRAYS):
+        return np.array([value_of(c, values) for c in inside(x).flat], float).reshape(x.shape)
+    if isinstance(x, tso.Var):
+        return values[x.index]
+    if isinstance(x, tso.LinExpr):
+        return x.getConstant() + sum(x.getCoeff(i) * values[x.getVar(i).index] for i in range(x.size()))
+    if isinstance(x, tso.QuadExpr):
+        products = (
+            x.getCoeff(i) * values[x.getVar1(i).index] * values[x.getVar2(i).index] for i in range(x.size())
+        )
+        return value_of(x.getLinExpr(), values) + sum(products)
+    return x.toarray() if sp.issparse(x) else np.asarray(x, float)
+
+
+# ---- Elementwise ----
+
+
+def _wrap(quadratic, cells):
+    return (tso.MQuadExpr if quadratic else tso.MLinExpr).new(np.array(cells, object))
+
+
+def _refuse(op, a, b):
+    raise TypeError(f"unsupported operand type(s) for {op}: `{type(a).__name__}` and `{type(b).__name__}`")
+
+
+def _numbers(elements):
+    """Truth values count as numbers, which those of NumPy by themselves are not."""
+    return np.asarray(elements).astype(object)
+
+
+def _rank(x):
+    return OPERANDS.index(type(x)) + 10 * isinstance(x, ARRAYS)
+
+
+def add(a, b):
+    if not isinstance(a, OPERANDS):
+        a, b = b, a
+    if isinstance(a, SCALARS) and isinstance(b, SCALARS):
+        return a + b  # scalar operators have tests of their own
+    if isinstance(b, ARRAYS) and (not isinstance(a, ARRAYS) or _rank(b) > _rank(a)):
+        a, b = b, a
+    quadratic = isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)
+    if isinstance(b, Number):
+        return _wrap(quadratic, inside(a) + float(b)) if isinstance(a, ARRAYS) else a + b
+    if not isinstance(b, OPERANDS):
+        if sp.issparse(b):
+            _refuse("+", a, b)
+        if isinstance(a, ARRAYS):
+            return _wrap(quadratic, b + inside(a))
+        return _wrap(quadratic, np.vectorize(lambda cell: cell + a)(_numbers(b)))
+    if isinstance(b, ARRAYS):
+        return _wrap(quadratic, inside(a) + inside(b))
+    return _wrap(quadratic, np.vectorize(lambda cell: cell + b)(inside(a)))
+
+
+def multiply(a, b):
+    left, right = a, b
+    if not isinstance(a, OPERANDS):
+        a, b = left, right = b, a
+    if isinstance(a, SCALARS) and isinstance(b, SCALARS):
+        return a * b
+    if isinstance(b, OPERANDS) and (isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)):
+        _refuse("*", left, right)
+    if isinstance(b, ARRAYS) and (not isinstance(a, ARRAYS) or _rank(b) > _rank(a)):
+        a, b = b, a
+    if isinstance(b, Number):
+        return _wrap(isinstance(a, QUADRATIC), inside(a) * float(b)) if isinstance(a, ARRAYS) else a * b
+    if not isinstance(b, OPERANDS):
+        if sp.issparse(b):
+            _refuse("*", a, b)
+        if isinstance(a, ARRAYS):
+            return _wrap(isinstance(a, QUADRATIC), b * inside(a))
+        return _wrap(isinstance(a, QUADRATIC), np.vectorize(lambda cell: cell * a)(_numbers(b)))
+    if isinstance(a, tso.MLinExpr) and isinstance(b, tso.MLinExpr):
+        b = a
+    if isinstance(b, ARRAYS):
+        return _wrap(True, inside(a) * inside(b))
+    return _wrap(True, np.vectorize(lambda cell: cell * b)(inside(a)))
+
+
+def negative(a):
+    return _wrap(isinstance(a, QUADRATIC), inside(a) * -1) if isinstance(a, ARRAYS) else -a
+
+
+def subtract(a, b):
+    if not isinstance(a, OPERANDS):
+        return add(negative(b), a)
+    try:
+        return add(a, negative(b))
+    except Exception:
+        _refuse("-", a, b)
+
+
+# ---- Products ----
+
+
+def product_of_variables(a, b):
+    """The content of a product of variables with numbers or with variables, of shapes that fit: nothing is dropped."""
+    left, right = (inside(x) if isinstance(x, tso.MVar) else np.asarray(x, float) for x in (a, b))
+    shape = np.shape(np.zeros(left.shape) @ np.zeros(right.shape))
+    rows, columns = left.reshape(-1, left.shape[-1]), right.reshape(right.shape[0], -1)
+    cells = []
+    for row in rows:
+        for column in columns.T:
+            if not isinstance(a, tso.MVar):
+                cells.append(("l", [(n, v.index) for n, v in zip(row, column)], 0.0))
+            elif not isinstance(b, tso.MVar):
+                cells.append(("l", [(n, v.index) for v, n in zip(row, column)], 0.0))
+            else:
+                cells.append(("q", [(1, v.index, w.index) for v, w in zip(row, column)], [], 0.0))
+    both = isinstance(a, tso.MVar) and isinstance(b, tso.MVar)
+    return "MQuadExpr" if both else "MLinExpr", shape, cells
+
+
+def product(a, b):
+    """A product with expressions, as NumPy computes that of arrays of objects."""
+    quadratic = isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)
+    quadratic |= isinstance(a, OPERANDS) and isinstance(b, OPERANDS)
+    left, right = (inside(x) if isinstance(x, OPERANDS) else np.asarray(x) for x in (a, b))
+    return _wrap(quadratic, left @ right)
+
+
+def sparse_product(a, b):
+    """One operand sparse: a sum of the stored entries only, in the order in which they lie."""
+    by_rows = sp.issparse(a)
+    matrix = sp.csr_matrix(a) if by_rows else sp.csc_matrix(b)
+    cells = inside(b) if by_rows else inside(a).T
+    flat = cells.ndim == 1
+    cells = cells.reshape(len(cells), -1)
+    kind = tso.QuadExpr if isinstance(b if by_rows else a, QUADRATIC) else tso.LinExpr
+    result = np.empty((len(matrix.indptr) - 1, cells.shape[1]), object)
+    for i, j in np.ndindex(result.shape):
+        result[i, j] = total = kind()
+        for p in range(matrix.indptr[i], matrix.indptr[i + 1]):
+            cell, factor = cells[matrix.indices[p], j], float(matrix.data[p])
+            total.addTerms(factor, cell) if isinstance(cell, tso.Var) else total.add(cell, factor)
+    result = result if by_rows else result.T
+    return _wrap(kind is tso.QuadExpr, result.reshape(-1) if flat else result)

@@ -1,0 +1,192 @@
+"""Sums, differences and products of every kind of operand with every other, cell by cell, against the oracle."""
+
+import operator
+
+import numpy as np
+import oracle
+import pytest
+import scipy.sparse as sp
+import tessolvpy as tso
+from operands import ARRAY_KINDS, EXPRESSIONS, KINDS, NUMPY_KINDS, PAIRS, SHAPES, fresh, numbers, pair, variables
+
+OPERATORS = [("+", operator.add, oracle.add), ("-", operator.sub, oracle.subtract), ("*", operator.mul, oracle.multiply)]
+COMPARISONS = [
+    ("<=", operator.le, oracle.subtract),
+    (">=", operator.ge, oracle.subtract),
+]
+
+
+@pytest.fixture(autouse=True)
+def variables_of(model):
+    return model.addVars(6)
+
+
+def counted(a, b):
+    """Whether an array takes part, as an operand or as numbers with one."""
+    return a in EXPRESSIONS and b in EXPRESSIONS and (a in ARRAY_KINDS or b in ARRAY_KINDS) or (
+        {a, b} & set(EXPRESSIONS) and {a, b} - set(EXPRESSIONS) and {a, b} & ({*ARRAY_KINDS, *NUMPY_KINDS})
+    )
+
+
+KIND_PAIRS = [(a, b) for a in KINDS for b in KINDS if counted(a, b)]
+
+
+def shapes(a, b):
+    sized = {*ARRAY_KINDS, *NUMPY_KINDS}
+    for p, q in PAIRS:
+        if (a in sized or p == ()) and (b in sized or q == ()):
+            yield p, q
+
+
+@pytest.mark.parametrize("a, b", KIND_PAIRS)
+def test_every_pair_of_operands_gives_what_the_cells_give_one_by_one(model, a, b):
+    values = np.random.default_rng(1).integers(-5, 6, model.NumVars).astype(float)
+    for p, q in shapes(a, b):
+        for name, act, expected in OPERATORS:
+            x, y = pair(model, a, b, p, q)
+            found = oracle.outcome(lambda: act(x, y))  # noqa: B023
+            x, y = pair(model, a, b, p, q)  # as they were, not looked at by the first
+            assert found == oracle.outcome(lambda: expected(x, y)), f"{a} {p} {name} {b} {q}"  # noqa: B023
+            if found[0].startswith("M") and (name != "*" or not (a in EXPRESSIONS and b in EXPRESSIONS)):
+                worth = act(oracle.value_of(x, values), oracle.value_of(y, values))
+                assert np.array_equal(oracle.value_of(act(x, y), values), worth), f"{a} {p} {name} {b} {q}"
+
+
+@pytest.mark.parametrize("a, b", [("MVar", "MVar"), ("MVar", "fresh MLinExpr"), ("MVar", "Var"), ("MVar", "LinExpr")])
+def test_products_of_variables_are_worth_what_their_factors_are(model, a, b):
+    values = np.random.default_rng(2).integers(-5, 6, model.NumVars).astype(float)
+    for p, q in [((3,), (2, 3)), ((2, 3), (2, 1)), ((), ()), ((2, 2, 3), (3,))]:
+        x, y = pair(model, a, b, p, q)
+        # A constant meets the other factor without its coefficient, which here is 1 everywhere.
+        assert np.array_equal(oracle.value_of(x * y, values), oracle.value_of(x, values) * oracle.value_of(y, values))
+
+
+@pytest.mark.parametrize("sign, act, expected", COMPARISONS)
+@pytest.mark.parametrize("b", ["MVar", "fresh MLinExpr", "Var", "LinExpr", "int", "float array", "array of objects"])
+def test_a_comparison_holds_the_difference(model, sign, act, expected, b):
+    for p, q in shapes("fresh MLinExpr", b):
+        x, y = pair(model, "fresh MLinExpr", b, p, q)
+        wanted = oracle.outcome(lambda: expected(x, y))  # noqa: B023
+        x, y = pair(model, "fresh MLinExpr", b, p, q)
+        if wanted[0].endswith("Error"):
+            assert oracle.outcome(lambda: act(x, y)) == wanted  # noqa: B023
+        else:
+            rows = model.addConstr(act(x, y))
+            assert rows.shape == wanted[1]
+            for row, (_, terms, constant) in zip(np.ravel(np.array(rows.tolist(), object)), wanted[2]):
+                merged = {}
+                for coefficient, v in terms:
+                    merged[v] = merged.get(v, 0.0) + coefficient
+                line = model.getRow(row)
+                assert {line.getVar(i).index: line.getCoeff(i) for i in range(line.size())} == merged
+                bounds = (-tso.TSO.INFINITY, -constant) if sign == "<=" else (-constant, tso.TSO.INFINITY)
+                assert (row.lb, row.ub) == bounds
+
+
+def test_equality_and_the_other_comparisons(model):
+    x = model.addMVar(2)
+    row = model.addConstr(2 * x + 1 == np.array([3, 5]))
+    assert row.lb.tolist() == row.ub.tolist() == [2.0, 4.0]
+    assert (x != x) is False
+    with pytest.raises(TypeError, match="not supported between instances"):
+        x < 1  # noqa: B015
+    with pytest.raises(TypeError, match="unsupported operand type.s. for -: `MVar` and `list`"):
+        x <= [1, 2]  # noqa: B015
+
+
+@pytest.mark.parametrize("kind", ARRAY_KINDS)
+@pytest.mark.parametrize("shape", SHAPES)
+def test_sums_over_axes(model, kind, shape):
+    for axis in [None, *range(-len(shape) - 1, len(shape) + 1), (), tuple(range(len(shape))), (0, -1), "a", 1.0]:
+        x = ARRAY_KINDS[kind](model, np.random.default_rng(3), shape)
+        found = oracle.outcome(lambda: x.sum(axis=axis))  # noqa: B023
+        x = ARRAY_KINDS[kind](model, np.random.default_rng(3), shape)
+        cells = oracle.inside(x)
+        if cells.ndim > 1 and kind.endswith(("Fortran order", "view")):  # NumPy sums in the order of memory
+            continue
+        wrap = tso.MQuadExpr if kind == "MQuadExpr" else tso.MLinExpr
+        assert found == oracle.outcome(lambda: wrap.new(np.array(cells.sum(axis=axis)))), (kind, shape, axis)  # noqa: B023
+
+
+@pytest.mark.parametrize("kind", ARRAY_KINDS)
+def test_negation_powers_and_division(model, kind):
+    for shape in SHAPES:
+        x, y = (ARRAY_KINDS[kind](model, np.random.default_rng(4), shape) for _ in range(2))
+        assert oracle.content(-x) == oracle.content(oracle.negative(y))
+        assert oracle.content(x / 4) == oracle.content(oracle.multiply(y, 0.25))
+        square = oracle.outcome(lambda: x**2.0)  # noqa: B023
+        if kind == "MQuadExpr":
+            assert square == ("TypeError", "unsupported operand type(s) for ** or pow(): `MQuadExpr` and 'int'")
+        else:
+            assert square == oracle.content(oracle.multiply(y, y))
+    assert oracle.outcome(lambda: x / 0) == ("ZeroDivisionError", "float division")
+    assert oracle.outcome(lambda: x**3) == (
+        "TessolvError",
+        f"`{type(x).__name__}` can only be raised to a power of two",
+    )
+    for act in (lambda: 2**x, lambda: 1 / x, lambda: x / x, lambda: x / None):
+        assert oracle.outcome(act)[0] == "TypeError"
+
+
+@pytest.mark.parametrize("form", [sp.csr_matrix, sp.coo_matrix, sp.csr_array, sp.dok_array])
+@pytest.mark.parametrize("kind", [*ARRAY_KINDS, "Var"])
+def test_sparse_matrices_are_refused_by_sums_and_elementwise_products(model, form, kind):
+    matrix = form(np.eye(3))
+    x = EXPRESSIONS[kind](model, np.random.default_rng(5), (3, 3))
+    left, right = type(x).__name__, type(matrix).__name__
+    for sign, act in (("+", operator.add), ("*", operator.mul), ("-", operator.sub)):
+        assert oracle.outcome(lambda: act(x, matrix)) == (  # noqa: B023
+            "TypeError",
+            f"unsupported operand type(s) for {sign}: `{left}` and `{right}`",
+        )
+
+
+@pytest.mark.parametrize("kind", ["fresh MLinExpr", "MLinExpr with cells", "MQuadExpr"])
+@pytest.mark.parametrize("act, plain", [(operator.iadd, "add"), (operator.isub, "subtract"), (operator.imul, "multiply")])
+def test_in_place_operators_make_a_new_array(model, kind, act, plain):
+    for other in [2, np.float32(0.5), np.arange(3.0), model.getVars()[0], fresh(model, np.random.default_rng(6), (3,))]:
+        x, same, again = (ARRAY_KINDS[kind](model, np.random.default_rng(7), (2, 3)) for _ in range(3))
+        before = oracle.content(same)
+        kept = x
+        found = oracle.outcome(lambda: act(x, other))  # noqa: B023
+        if plain == "multiply" and isinstance(other, oracle.OPERANDS):
+            names = f"`{type(x).__name__}` and `{type(other).__name__}`"
+            assert found == ("TypeError", f"unsupport operation *=: {names}")
+        elif plain == "subtract":
+            assert found == oracle.content(oracle.add(again, -other))
+        else:
+            assert found == oracle.content(getattr(oracle, plain)(again, other))
+        assert oracle.content(kept) == before
+
+
+def test_what_operands_became_later_does_not_show(model):
+    rng = np.random.default_rng(8)
+    v = model.getVars()
+    for build in [
+        lambda x, a, e: a * x + e,
+        lambda x, a, e: x + a,
+        lambda x, a, e: e * 2 - x,
+        lambda x, a, e: x.sum() + a,
+        lambda x, a, e: e.sum(axis=0),
+        lambda x, a, e: a @ x,
+        lambda x, a, e: x * e,
+        lambda x, a, e: (np.eye(3) @ x) + e * a,
+    ]:
+        cells = np.array(v[:3], object)
+        a, x, e = numbers(rng, 3), tso.MVar.new(cells), fresh(model, rng, (3,))
+        now, later = build(x, a, e), build(x, a, e)
+        wanted = oracle.content(now)
+        cells[...], a[...] = v[5], 77.0
+        e[0] = v[4] + 1
+        e[1].item().addTerms(9, v[3])
+        x[:2].sum()
+        assert oracle.content(later) == wanted
+
+
+def test_an_empty_quadratic_cell_refuses_to_be_added_to(model):
+    x, q = model.addMVar(2), tso.MQuadExpr.zeros(2)
+    refusal = ("TypeError", "Cannot convert tessolvpy.LinExpr to tessolvpy.QuadExpr")
+    for act in (lambda: q + 1, lambda: q + x, lambda: x + q, lambda: np.ones(2) + q, lambda: q + q, lambda: q.sum()):
+        assert oracle.outcome(act) == refusal
+    assert oracle.outcome(lambda: q - 1) == ("TypeError", "unsupported operand type(s) for -: `MQuadExpr` and `int`")
+    assert oracle.outcome(lambda: variables(model, np.random.default_rng(0), (2,)) * x + q)[0] == "MQuadExpr"
