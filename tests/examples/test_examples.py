@@ -8,10 +8,13 @@ from pathlib import Path
 import cutting_stock
 import diet
 import knapsack
+import network_flow
 import numpy as np
 import portfolio
+import portfolio_arrays
 import production
 import pytest
+import regression
 import transport
 from scipy.optimize import LinearConstraint, linprog, milp
 from tableio import read_table
@@ -138,6 +141,64 @@ def test_portfolio():
     assert list(results[2][1].values()) == pytest.approx([0.530, 0.356, 0.113], abs=1e-3)
 
 
+def test_portfolio_arrays():
+    years = read_table("markowitz_returns.csv")
+    returns = np.array([[year[stock] for year in years] for stock in portfolio_arrays.STOCKS])
+    mean, covariance = returns.mean(axis=1), np.cov(returns)
+    for at_hand, fee in [(np.full(3, 1 / 3), 0.01), (np.array([0.2, 0.0, 0.8]), 0.05), (np.array([1.0, 0, 0]), 0.0)]:
+        prices = [100.0, 0.5, 2.0, 8.0]
+        for price, (value, x) in zip(prices, portfolio_arrays.solve(mean, covariance, at_hand, prices, fee)):
+            assert x.sum() == near(1) and (x >= -1e-7).all()
+            assert value == near(mean @ x - price * x @ covariance @ x - fee * abs(x - at_hand).sum(), 1e-6)
+            # At the optimum another bit is worth the same for all stocks that are held, and no more for the others.
+            # Where nothing is traded its worth is a range, from that of buying to that of selling.
+            worth = mean - 2 * price * covariance @ x
+            moved = np.where(abs(x - at_hand) > 1e-5, np.sign(x - at_hand), 0)
+            least = worth - np.where(moved, moved, 1) * fee
+            most = np.where(x > 1e-5, worth - np.where(moved, moved, -1) * fee, np.inf)
+            assert least.max() <= most.min() + 1e-4
+
+
+def test_regression():
+    features, observed = regression.STACK_LOSS[:, :3], regression.STACK_LOSS[:, 3]
+    rng = np.random.default_rng(7)
+    for x, y in [(features, observed), (rng.normal(size=(40, 2)), rng.standard_cauchy(40))]:
+        total, plane, deviations = regression.solve(x, y)
+        count, design = len(y), np.column_stack([np.ones(len(y)), x])
+        # By the dual program: weights in [-1, 1] that no column of the design sees.
+        dual = linprog(-y, A_eq=design.T, b_eq=np.zeros(design.shape[1]), bounds=[(-1, 1)] * count)
+        assert total == near(-dual.fun)
+        assert total == near(abs(y - design @ plane).sum())
+        assert deviations == near(y - design @ plane)
+    # The coefficients that are known of these data.
+    total, plane, _ = regression.solve(features, observed)
+    assert total == pytest.approx(42.08116, abs=1e-5)
+    assert plane == pytest.approx([-39.68986, 0.83188, 0.57391, -0.06087], abs=1e-5)
+
+
+def test_network_flow():
+    nf = network_flow
+    data = (nf.PLACES, nf.ARCS, nf.DEMAND, nf.MAKING_COST, nf.MAKING_LIMIT, nf.STORE, nf.STORING_COST)
+    for demand in (nf.DEMAND, nf.DEMAND // 2, nf.DEMAND[::-1]):
+        value, flow, make, keep = nf.solve(*data[:2], demand, *data[3:])
+        # The same network stretched over time, arc by arc: (from, to, most, cost), with one source for all.
+        arcs = []
+        for t in range(len(demand)):
+            arcs += [((a, t), (b, t), most, cost) for a, b, most, cost in nf.ARCS]
+            making = zip(nf.MAKING_LIMIT.items(), nf.MAKING_COST[t])
+            arcs += [("source", (plant, t), most, cost) for (plant, most), cost in making]
+            arcs += [((place, t), (place, t + 1), most, nf.STORING_COST) for place, most in nf.STORE.items()]
+        rows = [(place, t) for t in range(len(demand)) for place in nf.PLACES]
+        matrix = np.array([[(end == row) - (start == row) for start, end, _, _ in arcs] for row in rows], dtype=float)
+        costs, bounds = [arc[3] for arc in arcs], [(0, arc[2]) for arc in arcs]
+        assert value == near(linprog(costs, A_eq=matrix, b_eq=demand.ravel(), bounds=bounds).fun)
+        for t, wanted in enumerate(demand):
+            for i, place in enumerate(nf.PLACES):
+                arrives = sum(flow[t, k] * ((b == place) - (a == place)) for k, (a, b, _, _) in enumerate(nf.ARCS))
+                made = dict(zip(nf.MAKING_LIMIT, make[t])).get(place, 0)
+                assert arrives + made + (keep[t - 1, i] if t else 0) - keep[t, i] == near(wanted[i])
+
+
 # The second order, of thirteen widths, is that of the article "Cutting stock problem" in the English Wikipedia.
 ORDERS = [
     (cutting_stock.ROLL, cutting_stock.ORDER, 453),
@@ -185,6 +246,9 @@ def test_cutting_stock(roll, order, published):
         ("transport", "The freight is 153.675 thousand dollars."),
         ("production", "carpentry is bought in              760     0        0      0     20"),
         ("portfolio", "  1.22  0.0604251         0   0.697211   0.302789"),
+        ("portfolio_arrays", "          100  1.08908  0.0108075         1         0         0"),
+        ("regression", "The sum of the absolute deviations is 42.0812."),
+        ("network_flow", "The plan costs 3195.40."),
         ("cutting_stock", "453 rolls; no way of cutting needs less than 452.25."),
     ],
 )
