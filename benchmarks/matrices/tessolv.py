@@ -5,21 +5,21 @@ def sparse_rows(a, b):
     m = Model()
     x = m.addMVar(a.shape[1])
     m.addConstr(a @ x <= b)
-    return m
+    return m, x
 
 
 def dense_rows(a, b):
     m = Model()
     x = m.addMVar(a.shape[1])
     m.addConstr(a @ x <= b)
-    return m
+    return m, x
 
 
 def quadratic(q):
     m = Model()
     x = m.addMVar(q.shape[0])
     m.setObjective((x @ q @ x).item())
-    return m
+    return m, x
 
 
 def elementwise(*shape):
@@ -28,7 +28,7 @@ def elementwise(*shape):
     y = m.addMVar(shape)
     z = m.addMVar(shape)
     m.addConstr(2 * x + 3 * y - z <= 1)
-    return m
+    return m, x, y, z
 
 
 def facility(cost):
@@ -39,7 +39,7 @@ def facility(cost):
     m.addConstr(x.sum(axis=0) == 1)
     m.addConstr(x <= y)
     m.setObjective(((cost * x).sum() + 10.0 * y.sum()).item())
-    return m
+    return m, x, y
 
 
 def queens(n):
@@ -52,7 +52,7 @@ def queens(n):
             m.addConstr(board[: n - k, k:].diagonal().sum() <= 1)
             if k:
                 m.addConstr(board[k:, : n - k].diagonal().sum() <= 1)
-    return m
+    return m, x
 
 
 def transport(cost):
@@ -62,4 +62,4 @@ def transport(cost):
     m.addConstr(x.sum(axis=1) <= 10.0)
     m.addConstr(x.sum(axis=0) >= 5.0)
     m.setObjective((cost * x).sum().item())
-    return m
+    return m, x
