@@ -1,5 +1,6 @@
 """A slow second opinion: arrays of scalar expressions in NumPy arrays of objects, one Python operator per cell."""
 
+import ctypes
 from numbers import Number
 
 import numpy as np
@@ -59,6 +60,17 @@ def value_of(x, values):
         )
         return value_of(x.getLinExpr(), values) + sum(products)
     return x.toarray() if sp.issparse(x) else np.asarray(x, float)
+
+
+def rows_of(model):
+    """What the library holds: of each row its {index: coefficient} and its bounds."""
+    library, rows, entries = ctypes.CDLL(tso.__file__), int(model.NumConstrs), int(model.NumNZs)
+    starts, indices, values = (ctypes.c_int * (rows + 1))(), (ctypes.c_int * entries)(), (ctypes.c_double * entries)()
+    count = ctypes.c_int(entries)
+    assert library.TSOgetconstrs(model.ctypes().data, ctypes.byref(count), starts, indices, values, 0, rows) == 0
+    ends = [*starts[1:rows], count.value]
+    bounds = zip(model.getAttr("LHS", model.getConstrs()), model.getAttr("RHS", model.getConstrs()))
+    return [(dict(zip(indices[i:j], values[i:j])), *b) for i, j, b in zip(starts, ends, bounds)]
 
 
 # ---- Elementwise ----
@@ -166,7 +178,23 @@ def product(a, b):
     quadratic = isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)
     quadratic |= isinstance(a, OPERANDS) and isinstance(b, OPERANDS)
     left, right = (inside(x) if isinstance(x, OPERANDS) else np.asarray(x) for x in (a, b))
-    return _wrap(quadratic, left @ right)
+    return (tso.MQuadExpr if quadratic else tso.MLinExpr).new(left @ right)
+
+
+def _add_scaled(total, factor, cell):
+    """Term by term: an expression added as a whole may share its terms with the sum."""
+    if factor == 0:
+        return
+    if isinstance(cell, tso.QuadExpr):
+        for i in range(cell.size()):
+            total.addTerms([factor * cell.getCoeff(i)], [cell.getVar1(i)], [cell.getVar2(i)])
+        total, cell = total.getLinExpr(), cell.getLinExpr()
+    if isinstance(cell, tso.Var):
+        total.addTerms(factor, cell)
+        return
+    for i in range(cell.size()):
+        total.addTerms(factor * cell.getCoeff(i), cell.getVar(i))
+    total.addConstant(factor * cell.getConstant())
 
 
 def sparse_product(a, b):
@@ -182,6 +210,6 @@ def sparse_product(a, b):
         result[i, j] = total = kind()
         for p in range(matrix.indptr[i], matrix.indptr[i + 1]):
             cell, factor = cells[matrix.indices[p], j], float(matrix.data[p])
-            total.addTerms(factor, cell) if isinstance(cell, tso.Var) else total.add(cell, factor)
+            _add_scaled(total, factor, cell)
     result = result if by_rows else result.T
     return _wrap(kind is tso.QuadExpr, result.reshape(-1) if flat else result)

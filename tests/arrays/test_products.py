@@ -1,0 +1,192 @@
+"""Matrix products, dense and sparse, against slow ones."""
+
+import itertools
+
+import numpy as np
+import oracle
+import pytest
+import scipy.sparse as sp
+import tessolvpy as tso
+from operands import ARRAY_KINDS, KINDS, NUMPY_KINDS, fresh, numbers, quadratic, variables
+
+# Those that fit have an inner length of three.
+FITTING = [((3,), (3,)), ((2, 3), (3,)), ((3,), (3, 2)), ((2, 3), (3, 4)), ((1, 3), (3, 1)), ((3, 1), (1, 3))]
+OTHERS = [((3,), (2,)), ((2, 3), (2,)), ((2, 2), (3, 2)), ((), (3,)), ((3,), ()), ((0,), (0,)), ((2, 0), (0, 2)),
+          ((2, 3), (0, 2)), ((2, 2, 3), (3,)), ((3,), (2, 3, 2)), ((2, 2, 3), (2, 3, 2)), ((2, 3), (2, 3, 1))]  # fmt: skip
+PRODUCT_KINDS = {**ARRAY_KINDS, **NUMPY_KINDS}
+PAIRS = [(a, b) for a, b in itertools.product(PRODUCT_KINDS, repeat=2) if a in ARRAY_KINDS or b in ARRAY_KINDS]
+OF_VARIABLES = ("MVar", "MVar in Fortran order")
+
+
+@pytest.fixture(autouse=True)
+def variables_of(model):
+    return model.addVars(6)
+
+
+def made(model, a, b, p, q):
+    rng = np.random.default_rng(len(a) + 3 * len(b))
+    return KINDS[a](model, rng, p), KINDS[b](model, rng, q)
+
+
+@pytest.mark.parametrize("a, b", PAIRS)
+def test_every_pair_of_operands(model, a, b):
+    values = np.random.default_rng(1).integers(-5, 6, model.NumVars).astype(float)
+    of_variables = {a, b} & set(OF_VARIABLES) and not {a, b} & set(ARRAY_KINDS) - set(OF_VARIABLES)
+    for p, q in FITTING + OTHERS:
+        x, y = made(model, a, b, p, q)
+        found = oracle.outcome(lambda: x @ y)  # noqa: B023
+        x, y = made(model, a, b, p, q)
+        if "MQuadExpr" in (a, b) and a in ARRAY_KINDS and b in ARRAY_KINDS:
+            names = type(x).__name__, type(y).__name__
+            assert found == ("TypeError", "unsupported operand type(s) for @: `{}` and `{}`".format(*names))
+        elif of_variables and (p, q) in FITTING:
+            assert found == oracle.product_of_variables(x, y), f"{a} {p} @ {b} {q}"
+        elif of_variables:
+            if float in (type(x), type(y)):  # what a list without dimensions is
+                continue
+            empty = 0 in [z.size if kind in ARRAY_KINDS else np.size(z) for z, kind in ((x, a), (y, b))]
+            shape = tuple(z.shape if kind in ARRAY_KINDS else np.shape(z) for z, kind in ((x, a), (y, b)))
+            text = "matmul operand is empty" if empty else "matmul: {} @ {} operation not support".format(*shape)
+            assert found == ("ValueError", text)
+        elif float not in (type(x), type(y)):
+            assert found == oracle.outcome(lambda: oracle.product(x, y)), f"{a} {p} @ {b} {q}"  # noqa: B023
+        if (p, q) in FITTING and not found[0].endswith("Error") and (a not in ARRAY_KINDS or b not in ARRAY_KINDS):
+            assert np.array_equal(oracle.value_of(x @ y, values), oracle.value_of(x, values) @ oracle.value_of(y, values))
+
+
+def test_dense_products_of_variables_keep_zeros_and_sparse_ones_drop_them(model):
+    x = model.addMVar(2)
+    a = np.array([[0.0, 2.0], [0.0, 0.0]])
+    sizes = [[c.size() for c in oracle.inside(e)] for e in (a @ x, x @ a, a @ (x + 0), sp.csr_matrix(a) @ x)]
+    assert sizes == [[2, 2], [2, 2], [1, 0], [1, 0]]
+
+
+def test_a_quadratic_form(model):
+    x, q = model.addMVar(4), np.arange(16.0).reshape(4, 4)
+    values = np.arange(10.0)[: model.NumVars]
+    for form in (q, sp.csr_matrix(q), sp.coo_array(q), np.asfortranarray(q)):
+        e = x @ form @ x
+        assert (type(e), e.shape) == (tso.MQuadExpr, ())
+        assert oracle.value_of(e, values) == values[6:] @ q @ values[6:]
+
+
+def test_scalars_and_strangers_are_refused(model):
+    x, v = model.addMVar(2), model.getVars()[0]
+    for act, left, right in [
+        (lambda: v @ x, "Var", "MVar"),
+        (lambda: x @ v, "MVar", "Var"),
+        (lambda: (v + 1) @ np.ones(1), "LinExpr", "ndarray"),
+        (lambda: np.ones(1) @ (v * v), "ndarray", "QuadExpr"),
+        (lambda: x @ 2, "MVar", "int"),
+        (lambda: 2.5 @ (x + 1), "float", "MLinExpr"),
+        (lambda: x @ "ab", "MVar", "str"),
+    ]:
+        assert oracle.outcome(act) == ("TypeError", f"unsupported operand type(s) for @: `{left}` and `{right}`")
+    for act in (lambda: x @ None, lambda: {} @ x, lambda: x @ ["a", "b"], lambda: x @ [v, v]):
+        assert oracle.outcome(act)[0] in ("TypeError", "ValueError")
+
+
+# ---- Sparse ----
+
+
+def unsorted(form):
+    """Entries out of order, twice in one place, zero, and a row and a column without any."""
+    def build(matrix):
+        rows, columns, data = [2, 0, 2, 0, 2], [2, 1, 0, 1, 2], [1.0, 2.0, 3.0, -0.5, 4.0]
+        compressed = sp.csr_matrix if form in (sp.csr_matrix, sp.csr_array) else sp.csc_matrix
+        plain = compressed((matrix.shape), dtype=float)
+        order = np.argsort(rows if compressed is sp.csr_matrix else columns, kind="stable")
+        major, minor = (rows, columns) if compressed is sp.csr_matrix else (columns, rows)
+        plain.indptr = np.searchsorted(np.array(major)[order], np.arange(plain.shape[0 if major is rows else 1] + 1)).astype(np.int32)
+        plain.indices, plain.data = np.array(minor, np.int32)[order], np.array(data)[order]
+        plain.data[0] = 0.0
+        return form(plain, copy=False)
+
+    return build
+
+
+def wide(form):
+    def build(matrix):
+        made = form(matrix)
+        made.indptr, made.indices = made.indptr.astype(np.int64), made.indices.astype(np.int64)
+        return made
+
+    return build
+
+
+FORMS = {f.__name__: f for kind in ("matrix", "array") for f in
+         (getattr(sp, f"{name}_{kind}") for name in ("csr", "csc", "coo", "dia", "bsr", "lil", "dok"))}  # fmt: skip
+for _form in (sp.csr_matrix, sp.csc_matrix, sp.csr_array, sp.csc_array):
+    FORMS["unsorted " + _form.__name__], FORMS["wide " + _form.__name__] = unsorted(_form), wide(_form)
+FORMS["repeated coo_matrix"] = lambda m: sp.coo_matrix(([1.0, 2.5, -1.0, 0.0], ([1, 1, 0, 2], [2, 2, 0, 1])), m.shape)
+FORMS["int8 csr_matrix"] = lambda m: sp.csr_matrix(m.astype(np.int8))
+FORMS["bool csc_array"] = lambda m: sp.csc_array(m != 0)
+FORMS["no entries"] = lambda m: sp.csr_matrix(m.shape)
+
+
+@pytest.mark.parametrize("kind", ARRAY_KINDS)
+@pytest.mark.parametrize("name", FORMS)
+def test_sparse_products(model, name, kind):
+    values = np.random.default_rng(9).integers(-5, 6, model.NumVars).astype(float)
+    form = FORMS[name]
+    dense = numbers(np.random.default_rng(10), (3, 4))
+    for shape in [(4,), (4, 1), (4, 3)]:
+        a, x, y = form(dense), *(ARRAY_KINDS[kind](model, np.random.default_rng(11), shape) for _ in range(2))
+        assert oracle.content(a @ x) == oracle.content(oracle.sparse_product(a, y))
+        assert np.allclose(oracle.value_of(a @ x, values), a.toarray() @ oracle.value_of(y, values), rtol=0, atol=1e-9)
+    for shape in [(3,), (1, 3), (2, 3)]:
+        a, x, y = form(dense), *(ARRAY_KINDS[kind](model, np.random.default_rng(12), shape) for _ in range(2))
+        assert oracle.content(x @ a) == oracle.content(oracle.sparse_product(y, a))
+        assert np.allclose(oracle.value_of(x @ a, values), oracle.value_of(y, values) @ a.toarray(), rtol=0, atol=1e-9)
+    for shape in [(3,), (3, 2), (4, 3, 1), ()]:
+        x = ARRAY_KINDS[kind](model, np.random.default_rng(13), shape)
+        seen = {(3,): (3, 1)}.get(shape, shape)
+        text = f"matmul: (3, 4) @ {seen} operation not support"
+        assert oracle.outcome(lambda: form(dense) @ x) == ("ValueError", text)  # noqa: B023
+        if shape != (3,):
+            text = f"matmul: {shape} @ (3, 4) operation not support"
+            assert oracle.outcome(lambda: x @ form(dense)) == ("ValueError", text)  # noqa: B023
+
+
+@pytest.mark.parametrize("build", [variables, fresh, quadratic])
+def test_empty_sparse_products(model, build):
+    none = build(model, np.random.default_rng(0), (0, 2))
+    assert oracle.outcome(lambda: sp.csr_matrix((3, 0)) @ none) == ("ValueError", "ndarray is empty")
+    assert oracle.outcome(lambda: none.sum(axis=0) @ sp.csr_matrix((0, 2)))[0] == "ValueError"
+
+
+@pytest.mark.parametrize("build", [variables, fresh, quadratic])
+@pytest.mark.parametrize("wide_indices", [False, True])
+@pytest.mark.parametrize("form", [sp.csr_matrix, sp.csc_matrix, sp.csr_array])
+def test_a_broken_sparse_matrix_is_an_error(model, form, wide_indices, build):
+    def broken(field, place, number):
+        a = form(np.eye(3))
+        kind = np.int64 if wide_indices else np.int32
+        a.indptr, a.indices = a.indptr.astype(kind), a.indices.astype(kind)
+        getattr(a, field)[place] = number
+        return a
+
+    x = build(model, np.random.default_rng(0), (3,))
+    for field, place, number in [
+        ("indices", 1, 3),
+        ("indices", 1, -1),
+        ("indices", 0, 2**31 - 1),
+        ("indptr", 3, 4),
+        ("indptr", 0, -1),
+        ("indptr", 1, 3),
+        ("indptr", 2, -5),
+    ]:
+        a = broken(field, place, number)
+        if (field, place, number) == ("indptr", 1, 3):
+            a.indptr[2] = 1  # falls
+        # Only in the order that needs no conversion: SciPy's own walks memory without a look.
+        found = oracle.outcome(lambda: x @ a if form is sp.csc_matrix else a @ x)  # noqa: B023
+        assert found[0] in ("ValueError", "IndexError"), (field, place, number)
+
+
+def test_a_product_is_added_with_one_row_for_each_cell(model):
+    x = model.addMVar(3)
+    a = sp.csr_matrix(([1.0, 2.0, 4.0, 5.0], [2, 0, 2, 1], [0, 3, 3, 4]), (3, 3))  # twice in one place
+    rows = model.addConstr(a @ x + np.array([1, 2, 3]) == np.array([4, 5, 6]), name="r")
+    assert [r.ConstrName for r in rows.tolist()] == ["r[0]", "r[1]", "r[2]"]
+    assert oracle.rows_of(model) == [({6: 2.0, 8: 5.0}, 3.0, 3.0), ({}, 3.0, 3.0), ({7: 5.0}, 3.0, 3.0)]
