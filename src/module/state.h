@@ -19,7 +19,7 @@ struct State {
     // Modules and what is used of them
     PyObject *np, *np_array, *np_isscalar;
     PyObject *spmatrix, *sparray; // sparray is null where SciPy has none
-    PyObject* number; // numbers.Number
+    PyObject* number;             // numbers.Number
     PyObject *ctypes, *fnmatch, *traceback;
 
     // Objects of the module's own

@@ -21,6 +21,7 @@ MODULE = [
     ("attr/*", "env/catalog.h"),
     ("handles/*",),
     ("expr/*",),
+    ("arrays/*",),
     ("containers/*",),
     ("env/*",),
     ("model/*",),

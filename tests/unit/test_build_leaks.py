@@ -3,13 +3,16 @@
 import gc
 import sys
 
+import numpy
 import pytest
+import scipy.sparse
 import tessolvpy as tso
 from expressions import terms
 
 _testcapi = pytest.importorskip("_testcapi")
 
 NUMBER = 12345.678
+A = numpy.array([[1.5, 0.0], [2.5, 3.5]])
 NAME = "a name that nobody else holds"
 
 
@@ -52,6 +55,18 @@ def change(e, x, y):
     e.clear()
 
 
+def change_arrays(m, a):
+    """Arithmetic of arrays, looked at and not."""
+    e = A @ a + NUMBER - A * a.T - [[1, 2], [3, 4]]
+    f = a + e * NUMBER - a[0]
+    str(f), f.sum(axis=0).copy(), e.sum().item(), -f, f * A, f @ A, a @ a, a * f, f * f, a**2, a[0] @ A @ a[1]
+    f += a
+    f[0, 0] = a[0, 0].item() * 2
+    m.setAttr("LB", a.tolist()[0], [NUMBER, 1.0])
+    a.LB = A
+    return a.UB, a.VarName, tso.MQuadExpr.zeros(2) + a, tso.MLinExpr.zeros((2, 2)).clear()
+
+
 def query(e, x):
     return e.getCoeff(0), e.getConstant(), e.size(), str(e), e.getValue()
 
@@ -74,9 +89,12 @@ GOOD = {
     "objective": lambda m, x, y: (m.setObjective(x * y + NUMBER * x + y + 1, -1), m.getObjective()),
 }  # fmt: skip
 BAD = {
-    "operands": [lambda m, x, y, w=w, o=o: o(x, w) for w in (NAME, None, [NUMBER], 1j)
+    "operands": [lambda m, x, y, w=w, o=o: o(x, w) for w in (NAME, None, {NAME: NUMBER}, 1j)
                  for o in (lambda a, b: a + b, lambda a, b: (2 * a) * b, lambda a, b: b - a, lambda a, b: a <= b)],
     "quicksum": [lambda m, x, y: tso.quicksum([x * y, x + y, NAME]), lambda m, x, y: tso.quicksum(halfway(x))],
+    "arrays": [lambda m, x, y: A @ tso.MVar.fromlist([x, y, x]), lambda m, x, y: tso.MVar.fromlist([x, y]) + [1, 2, 3],
+               lambda m, x, y: tso.MVar.fromlist([x, NAME]) * x, lambda m, x, y: A[0] @ tso.MLinExpr.new([x + 1, NAME]),
+               lambda m, x, y: m.addConstr(tso.MLinExpr.new([x + NUMBER, NAME]) <= A[0])],
     "powers": [lambda m, x, y: x**NUMBER, lambda m, x, y: (x * y) ** 2, lambda m, x, y: (x + y) / 0],
     "constructors": [lambda m, x, y: tso.LinExpr([(NUMBER, x, 0), (1, x)]), lambda m, x, y: tso.LinExpr(NAME),
                      lambda m, x, y: tso.Column([1, 2], [m.getConstrs()[0], x]), lambda m, x, y: tso.List((NAME,))],
@@ -87,7 +105,12 @@ BAD = {
     "removal": [lambda m, x, y: m.remove([x, (y, {NAME: NUMBER})])],
     "objective": [lambda m, x, y: m.setObjective(NAME), lambda m, x, y: m.setObjective(x + NUMBER, NAME)],
 }  # fmt: skip
-ACTIONS = {**GOOD, **{f"bad {k}": lambda *a, acts=acts: [refused(act)(*a) for act in acts] for k, acts in BAD.items()}}
+LONG = {
+    "arrays": lambda m, x, y: change_arrays(m, tso.MVar.fromlist([[x, y], [y, x]])),
+    "sparse": lambda m, x, y: scipy.sparse.csr_matrix([[1, NUMBER]]) @ tso.MVar.fromlist([x, y]),
+    "array rows": lambda m, x, y: m.remove(m.addConstr(A @ tso.MVar.fromlist([x, y]) <= [1, NUMBER] @ A, NAME)),
+}
+ACTIONS = {**GOOD, **LONG, **{f"bad {k}": lambda *a, acts=acts: [refused(act)(*a) for act in acts] for k, acts in BAD.items()}}
 
 
 @pytest.fixture
