@@ -33,6 +33,7 @@ Ref l_mul_n(const LinExpr& l, double n) {
 Ref l_mul_v(const LinExpr& l, Borrowed v) {
     QuadExpr* r = new_quadexpr();
     Ref result = owned(r);
+    reserve_terms(*r, l.size());
     for (int i = 0; i < l.size(); ++i)
         add_term(*r, l.coeffs.data()[i], l.vars.data()[i], v);
     add_term(r->linear(), l.constant, v);
@@ -51,6 +52,8 @@ Ref l_mul_l(const LinExpr& l, const LinExpr& m) {
     if (m.constant != 0.0)
         for (int i = 0; i < l.size(); ++i)
             add_term(r->linear(), m.constant, l.vars.data()[i]);
+    if (int64_t count = int64_t{l.size()} * m.size(); count <= INT32_MAX)
+        reserve_terms(*r, static_cast<int>(count));
     for (int i = 0; i < l.size(); ++i)
         for (int j = 0; j < m.size(); ++j)
             add_term(*r, l.coeffs.data()[i] * m.coeffs.data()[j], l.vars.data()[i], m.vars.data()[j]);
@@ -63,13 +66,9 @@ Ref q_mul_n(const QuadExpr& q, double n) {
     if (n == 0.0)
         return result;
     Ref hold = Ref::borrow(as_object(const_cast<QuadExpr*>(&q)));
-    Ref factor = Ref::steal(PyFloat_FromDouble(n));
-    for (int i = 0; i < q.size(); ++i) {
-        Ref coeff = item(q.coeffs, i);
-        if (n != 1.0)
-            coeff = Ref::steal(PyNumber_Multiply(factor.get(), coeff.get()));
-        push_term(*r, coeff.get(), item(q.vars1, i).get(), item(q.vars2, i).get());
-    }
+    begin_terms(*r, q);
+    if (n != 1.0)
+        scale_items(r->coeffs, n);
     append_terms(r->linear(), q.linear(), n);
     return result;
 }
