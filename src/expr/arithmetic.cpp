@@ -30,12 +30,46 @@ Ref l_mul_n(const LinExpr& l, double n) {
     return result;
 }
 
+namespace {
+
+// The products of each term with each other one, into a fresh expression and in one go.
+void fill_products(QuadExpr& r, const LinExpr& l, const double* coeffs, PyObject* const* vars, int count) {
+    int64_t room = int64_t{l.size()} * count;
+    if (room > INT32_MAX)
+        throw std::bad_alloc();
+    Coeff* c = r.coeffs.grow(static_cast<int>(room));
+    Coeff* v1 = r.vars1.grow(static_cast<int>(room));
+    Coeff* v2 = r.vars2.grow(static_cast<int>(room));
+    int n = 0;
+    for (int i = 0; i < l.size(); ++i) {
+        double coeff = l.coeffs.data()[i];
+        Borrowed var = l.vars.data()[i];
+        for (int j = 0; j < count; ++j) {
+            if (coeff * coeffs[j] == 0.0)
+                continue;
+            Coeff one = Coeff::of_object(var), other = Coeff::of_object(vars[j]);
+            if (comes_second(var, vars[j]))
+                std::swap(one, other);
+            Item<Coeff>::keep(one);
+            Item<Coeff>::keep(other);
+            c[n] = Coeff::of(coeff * coeffs[j]);
+            v1[n] = one;
+            v2[n++] = other;
+        }
+    }
+    for (Store<Coeff>* list : {&r.coeffs, &r.vars1, &r.vars2}) {
+        list->set_vector_size(n);
+        list->set_size(n);
+    }
+}
+
+} // namespace
+
 Ref l_mul_v(const LinExpr& l, Borrowed v) {
     QuadExpr* r = new_quadexpr();
     Ref result = owned(r);
-    reserve_terms(*r, l.size());
-    for (int i = 0; i < l.size(); ++i)
-        add_term(*r, l.coeffs.data()[i], l.vars.data()[i], v);
+    constexpr double one = 1.0;
+    fill_products(*r, l, &one, &v, 1);
     add_term(r->linear(), l.constant, v);
     return result;
 }
@@ -52,11 +86,7 @@ Ref l_mul_l(const LinExpr& l, const LinExpr& m) {
     if (m.constant != 0.0)
         for (int i = 0; i < l.size(); ++i)
             add_term(r->linear(), m.constant, l.vars.data()[i]);
-    if (int64_t count = int64_t{l.size()} * m.size(); count <= INT32_MAX)
-        reserve_terms(*r, static_cast<int>(count));
-    for (int i = 0; i < l.size(); ++i)
-        for (int j = 0; j < m.size(); ++j)
-            add_term(*r, l.coeffs.data()[i] * m.coeffs.data()[j], l.vars.data()[i], m.vars.data()[j]);
+    fill_products(*r, l, m.coeffs.data(), m.vars.data(), m.size());
     return result;
 }
 

@@ -4,7 +4,6 @@
 #include "expr/kinds.h"
 #include "expr/list.h"
 #include "expr/print.h"
-#include "handles/handle.h"
 #include "py/args.h"
 #include "solver/check.h"
 
@@ -316,7 +315,7 @@ void reserve_terms(QuadExpr& self, int count) {
 void add_term(QuadExpr& self, double coeff, Borrowed var1, Borrowed var2) {
     if (coeff == 0.0)
         return;
-    if (reinterpret_cast<Handle*>(var1)->index_ >= reinterpret_cast<Handle*>(var2)->index_)
+    if (comes_second(var1, var2))
         std::swap(var1, var2);
     push_term(self, Coeff::of(coeff), var1, var2);
 }

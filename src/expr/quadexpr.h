@@ -3,6 +3,7 @@
 
 #include "expr/coeff.h"
 #include "expr/linexpr.h"
+#include "handles/handle.h"
 
 namespace tsp {
 
@@ -23,6 +24,11 @@ PyTypeObject* make_quadexpr_type();
 // An empty one, with an empty linear part.
 QuadExpr* new_quadexpr();
 inline Ref owned(QuadExpr* e) { return Ref::steal(as_object(e)); }
+
+// Whether a Var goes behind another one in their product: the smaller index comes first, of equal ones the right one.
+inline bool comes_second(Borrowed var1, Borrowed var2) {
+    return reinterpret_cast<Handle*>(var1)->index_ >= reinterpret_cast<Handle*>(var2)->index_;
+}
 
 // Adds coeff * var1 * var2; the variable with the smaller index comes first. Zero adds nothing.
 void add_term(QuadExpr& self, double coeff, Borrowed var1, Borrowed var2);
