@@ -31,11 +31,46 @@ Ref l_mul_n(const LinExpr& l, double n) {
     return result;
 }
 
+namespace {
+
+// The products of each term with each other one, into a fresh expression and in one go.
+void fill_products(QuadExpr& r, const LinExpr& l, const double* coeffs, PyObject* const* vars, int count) {
+    int64_t room = int64_t{l.size()} * count;
+    if (room > INT32_MAX)
+        throw std::bad_alloc();
+    Coeff* c = r.coeffs.grow(static_cast<int>(room));
+    Coeff* v1 = r.vars1.grow(static_cast<int>(room));
+    Coeff* v2 = r.vars2.grow(static_cast<int>(room));
+    int n = 0;
+    for (int i = 0; i < l.size(); ++i) {
+        double coeff = l.coeffs.data()[i];
+        Borrowed var = l.vars.data()[i];
+        for (int j = 0; j < count; ++j) {
+            if (coeff * coeffs[j] == 0.0)
+                continue;
+            Coeff one = Coeff::of_object(var), other = Coeff::of_object(vars[j]);
+            if (comes_second(var, vars[j]))
+                std::swap(one, other);
+            Item<Coeff>::keep(one);
+            Item<Coeff>::keep(other);
+            c[n] = Coeff::of(coeff * coeffs[j]);
+            v1[n] = one;
+            v2[n++] = other;
+        }
+    }
+    for (Store<Coeff>* list : {&r.coeffs, &r.vars1, &r.vars2}) {
+        list->set_vector_size(n);
+        list->set_size(n);
+    }
+}
+
+} // namespace
+
 Ref l_mul_v(const LinExpr& l, Borrowed v) {
     QuadExpr* r = new_quadexpr();
     Ref result = owned(r);
-    for (int i = 0; i < l.size(); ++i)
-        add_term(*r, l.coeffs.data()[i], l.vars.data()[i], v);
+    constexpr double one = 1.0;
+    fill_products(*r, l, &one, &v, 1);
     add_term(r->linear(), l.constant, v);
     return result;
 }
@@ -52,9 +87,7 @@ Ref l_mul_l(const LinExpr& l, const LinExpr& m) {
     if (m.constant != 0.0)
         for (int i = 0; i < l.size(); ++i)
             add_term(r->linear(), m.constant, l.vars.data()[i]);
-    for (int i = 0; i < l.size(); ++i)
-        for (int j = 0; j < m.size(); ++j)
-            add_term(*r, l.coeffs.data()[i] * m.coeffs.data()[j], l.vars.data()[i], m.vars.data()[j]);
+    fill_products(*r, l, m.coeffs.data(), m.vars.data(), m.size());
     return result;
 }
 
@@ -64,13 +97,9 @@ Ref q_mul_n(const QuadExpr& q, double n) {
     if (n == 0.0)
         return result;
     Ref hold = Ref::borrow(as_object(const_cast<QuadExpr*>(&q)));
-    Ref factor = Ref::steal(PyFloat_FromDouble(n));
-    for (int i = 0; i < q.size(); ++i) {
-        Ref coeff = item(q.coeffs, i);
-        if (n != 1.0)
-            coeff = Ref::steal(PyNumber_Multiply(factor.get(), coeff.get()));
-        push_term(*r, coeff.get(), item(q.vars1, i).get(), item(q.vars2, i).get());
-    }
+    begin_terms(*r, q);
+    if (n != 1.0)
+        scale_items(r->coeffs, n);
     append_terms(r->linear(), q.linear(), n);
     return result;
 }

@@ -77,7 +77,14 @@ Ref linexpr_isub(LinExpr& self, PyObject* other) {
 Ref linexpr_imul(LinExpr& self, PyObject* other) {
     if (!is_number(other))
         unsupported_inplace(as_object(&self), other);
-    scale(self, to_double(other));
+    double mult = to_double(other), constant = self.constant * mult;
+    if (!PyFloat_CheckExact(other) && !PyLong_CheckExact(other)) { // a number may multiply in a way of its own
+        Ref product = Ref::steal(PyFloat_FromDouble(self.constant));
+        product = Ref::steal(PyNumber_Multiply(product.get(), other));
+        constant = to_double(product.get());
+    }
+    scale_terms(self, mult);
+    self.constant = constant;
     return Ref::borrow(as_object(&self));
 }
 
@@ -269,12 +276,11 @@ void add_constant(LinExpr& self, Borrowed c) {
     self.constant = to_double(sum.get());
 }
 
-void scale(LinExpr& self, double mult) {
+void scale_terms(LinExpr& self, double mult) {
     self.coeffs.make_update_safe();
     double* c = self.coeffs.writable();
     for (int i = 0; i < self.coeffs.size(); ++i)
         c[i] *= mult;
-    self.constant *= mult;
 }
 
 void add_expr(LinExpr& self, double mult, LinExpr& expr) {

@@ -42,7 +42,7 @@ inline void add_term(LinExpr& self, double coeff, Borrowed var) {
 void add_expr(LinExpr& self, double mult, LinExpr& expr);
 
 void add_constant(LinExpr& self, Borrowed c);
-void scale(LinExpr& self, double mult); // in place, the constant too; zero keeps the terms
+void scale_terms(LinExpr& self, double mult); // in place, without the constant; zero keeps the terms
 void clear(LinExpr& self);
 
 // For results that are new: the terms and the constant of `from`, times `mult`, behind those of `to`. Shares nothing

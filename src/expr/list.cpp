@@ -5,11 +5,11 @@
 namespace tsp {
 namespace {
 
-Store<PyObject*>& items(PyObject* self) { return reinterpret_cast<List*>(self)->items; }
+Store<Coeff>& items(PyObject* self) { return reinterpret_cast<List*>(self)->items; }
 
-void fill(Store<PyObject*>& store, Borrowed list) {
+void fill(Store<Coeff>& store, Borrowed list) {
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(list); ++i)
-        store.add(PyList_GET_ITEM(list, i));
+        store.add(Coeff::of(PyList_GET_ITEM(list, i)));
 }
 
 PyObject* list_new(PyTypeObject* type, PyObject*, PyObject*) { return type->tp_alloc(type, 0); } // zeroes: empty
@@ -42,7 +42,7 @@ Ref list_getitem(PyObject* self, PyObject* key) {
     int32_t i = to_int32(key);
     if (i < 0 || i >= items(self).size())
         raise(PyExc_IndexError, "list index out of range");
-    return i < items(self).vector_size() ? Ref::borrow(items(self).data()[i]) : Ref::none();
+    return i < items(self).vector_size() ? items(self).data()[i].object() : Ref::none();
 }
 
 Py_ssize_t list_length(List& self) { return self.items.size(); }
@@ -73,7 +73,7 @@ Ref list_concat(PyObject* self, PyObject* other) {
 Ref plain_list(List& self) {
     Ref list = Ref::steal(PyList_New(0));
     for (int i = 0; i < self.items.size(); ++i) {
-        Ref item = Ref::borrow(self.items.data()[i]);
+        Ref item = self.items.data()[i].object();
         checked(PyList_Append(list.get(), item.get()));
     }
     return list;
@@ -113,11 +113,11 @@ PyType_Spec list_spec = {"tessolvpy.List", sizeof(List), 0, Py_TPFLAGS_DEFAULT |
 
 PyTypeObject* make_list_type() { return make_type(list_spec); }
 
-void append_to(Store<PyObject*>& store, Borrowed other) {
+void append_to(Store<Coeff>& store, Borrowed other) {
     if (PyList_Check(other)) {
         if (store.size() > 0)
             return fill(store, other);
-        Store<PyObject*> fresh; // what other views put behind an empty one does not come along
+        Store<Coeff> fresh; // what other views put behind an empty one does not come along
         fill(fresh, other);
         store.swap(fresh);
     } else if (is_list(other))

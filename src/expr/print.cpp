@@ -5,6 +5,8 @@
 #include "module/text.h"
 #include "py/args.h"
 
+#include <cmath>
+#include <memory>
 #include <string>
 
 namespace tsp {
@@ -25,6 +27,16 @@ std::string name_of(Borrowed var) {
     return utf8(name.get());
 }
 
+// The names of a term, behind its coefficient.
+std::string rest_of_term(bool is_one, const std::string& name, const std::string& second, bool same) {
+    std::string s;
+    if (!name.empty())
+        s += (is_one ? "" : " * ") + name;
+    if (!second.empty())
+        s += same ? " ^ 2" : " * " + second;
+    return s;
+}
+
 // One term. `second` is the name of the second variable of a quadratic term, "" if there is none.
 std::string term_text(Borrowed coeff, const std::string& name, const std::string& second = "", bool same = false) {
     if (!is_number(coeff)) { // a matrix, told by its shape
@@ -41,25 +53,32 @@ std::string term_text(Borrowed coeff, const std::string& name, const std::string
     bool is_one = checked(PyObject_RichCompareBool(magnitude.get(), one.get(), Py_EQ));
     if (!is_one || name.empty())
         s += utf8(magnitude.get());
-    if (!name.empty())
-        s += (is_one ? "" : " * ") + name;
-    if (!second.empty())
-        s += same ? " ^ 2" : " * " + second;
-    return s;
+    return s + rest_of_term(is_one, name, second, same);
 }
-
-std::string number_text(double value) {
-    Ref number = Ref::steal(PyFloat_FromDouble(value));
-    return term_text(number.get(), "");
+std::string term_text(double coeff, const std::string& name, const std::string& second = "", bool same = false) {
+    if (coeff == 0.0)
+        return "";
+    double magnitude = std::fabs(coeff);
+    std::string s = coeff >= 0.0 ? " + " : " - ";
+    bool is_one = magnitude == 1.0;
+    if (!is_one || name.empty()) {
+        std::unique_ptr<char, decltype(&PyMem_Free)> text(
+            PyOS_double_to_string(magnitude, 'r', 0, Py_DTSF_ADD_DOT_0, nullptr), PyMem_Free);
+        if (!text)
+            throw PythonError();
+        s += text.get();
+    }
+    return s + rest_of_term(is_one, name, second, same);
 }
 
 std::string linear_terms(LinExpr& e) {
     std::string s;
     for (int i = 0; i < e.size(); ++i) {
-        Ref var = Ref::borrow(e.vars.data()[i]), coeff = Ref::steal(PyFloat_FromDouble(e.coeffs.data()[i]));
-        s += term_text(coeff.get(), name_of(var.get()));
+        Ref var = Ref::borrow(e.vars.data()[i]);
+        double coeff = e.coeffs.data()[i];
+        s += term_text(coeff, name_of(var.get()));
     }
-    return s + number_text(e.constant);
+    return s + term_text(e.constant, "");
 }
 
 // Without the sign and blanks of a first term that is not negative; of a negative one only the leading blank goes.
@@ -80,10 +99,13 @@ Ref linexpr_text(LinExpr& e) {
 Ref quadexpr_text(QuadExpr& e) {
     std::string s;
     for (int i = 0; i < e.coeffs.size(); ++i) {
-        Ref coeff = item(e.coeffs, i), var1 = item(e.vars1, i), var2 = item(e.vars2, i);
+        Coeff coeff = coeff_at(e.coeffs, i);
+        Ref hold = coeff.is_object() ? coeff.object() : Ref(), var1 = item(e.vars1, i), var2 = item(e.vars2, i);
         std::string first = name_of(var1.get()), second = name_of(var2.get());
         Ref same = Ref::steal(PyObject_CallMethod(var1.get(), "sameAs", "(O)", var2.get()));
-        s += term_text(coeff.get(), first, second, checked(PyObject_IsTrue(same.get())));
+        bool square = checked(PyObject_IsTrue(same.get()));
+        s += coeff.is_number() ? term_text(coeff.number(), first, second, square)
+                               : term_text(coeff.object().get(), first, second, square);
     }
     Ref linear = Ref::steal(PyObject_Str(e.linexpr));
     std::string t = utf8(linear.get());

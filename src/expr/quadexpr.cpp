@@ -4,7 +4,6 @@
 #include "expr/kinds.h"
 #include "expr/list.h"
 #include "expr/print.h"
-#include "handles/handle.h"
 #include "py/args.h"
 #include "solver/check.h"
 
@@ -78,23 +77,10 @@ Ref quadexpr_isub(QuadExpr& self, PyObject* other) {
     return quadexpr_iadd(self, negative.get());
 }
 
-// Replaces item i of the coefficients by f(item). f may run Python code, so the items are asked for anew each time.
-template <class F> void map_coeffs(Store<PyObject*>& coeffs, F f) {
-    coeffs.make_update_safe();
-    for (int i = 0; i < coeffs.size(); ++i) {
-        Ref old = Ref::borrow(coeffs.data()[i]);
-        Ref value = f(old.get());
-        if (i >= coeffs.size())
-            break;
-        coeffs.make_update_safe();
-        assign(coeffs.writable()[i], std::move(value));
-    }
-}
-
 Ref quadexpr_imul(QuadExpr& self, PyObject* other) {
     if (!is_number(other))
         unsupported_inplace(as_object(&self), other);
-    map_coeffs(self.coeffs, [&](Borrowed item) { return Ref::steal(PyNumber_Multiply(item, other)); });
+    multiply_items(self.coeffs, other);
     Ref linear = Ref::borrow(self.linexpr);
     Ref product = Ref::steal(PyNumber_InPlaceMultiply(linear.get(), other));
     if (!is_linexpr(product.get()))
@@ -163,7 +149,7 @@ Ref quadexpr_copy(QuadExpr& self) {
     return Ref::steal(PyObject_CallFunctionObjArgs(as_object(state().quadexpr), as_object(&self), nullptr));
 }
 
-Ref item_at(const Store<PyObject*>& store, const Call& call, const Signature<1>& signature) {
+Ref item_at(const Store<Coeff>& store, const Call& call, const Signature<1>& signature) {
     auto [index] = parse(signature, call);
     return item(store, to_int32(index));
 }
@@ -186,11 +172,20 @@ Ref quadexpr_getValue(QuadExpr& self) {
     Ref linear = Ref::borrow(self.linexpr);
     Ref sum = Ref::steal(PyObject_CallMethod(linear.get(), "getValue", nullptr));
     for (int i = 0; i < self.size(); ++i) {
-        Ref coeff = item(self.coeffs, i), var1 = item(self.vars1, i), var2 = item(self.vars2, i);
-        Ref x1 = Ref::steal(PyObject_CallMethod(var1.get(), "getAttr", "s", "X"));
-        Ref x2 = Ref::steal(PyObject_CallMethod(var2.get(), "getAttr", "s", "X"));
-        Ref product = Ref::steal(PyNumber_Multiply(coeff.get(), x1.get()));
-        product = Ref::steal(PyNumber_Multiply(product.get(), x2.get()));
+        Coeff coeff = coeff_at(self.coeffs, i);
+        Ref var1 = item(self.vars1, i), var2 = item(self.vars2, i);
+        Ref product;
+        if (double c;
+            coeff.to_number(c) && exact_kind(var1.get()) == Operands::Var && exact_kind(var2.get()) == Operands::Var) {
+            double x1 = var_value(var1.get());
+            product = Ref::steal(PyFloat_FromDouble(c * x1 * var_value(var2.get())));
+        } else {
+            Ref factor = coeff.object();
+            Ref x1 = Ref::steal(PyObject_CallMethod(var1.get(), "getAttr", "s", "X"));
+            Ref x2 = Ref::steal(PyObject_CallMethod(var2.get(), "getAttr", "s", "X"));
+            product = Ref::steal(PyNumber_Multiply(factor.get(), x1.get()));
+            product = Ref::steal(PyNumber_Multiply(product.get(), x2.get()));
+        }
         sum = Ref::steal(PyNumber_Add(sum.get(), product.get()));
     }
     return sum;
@@ -302,46 +297,52 @@ PyTypeObject* make_quadexpr_type() { return make_type(quadexpr_spec, state().ope
 
 QuadExpr* new_quadexpr() { return &as_quadexpr(quadexpr_new(state().quadexpr, nullptr, nullptr).release()); }
 
-Ref item(const Store<PyObject*>& list, int i) {
-    if (i < 0 || i >= list.size())
-        raise(PyExc_IndexError, "list index out of range");
-    return Ref::borrow(list.data()[i]);
-}
-
-void push_term(QuadExpr& self, Borrowed coeff, Borrowed var1, Borrowed var2) {
+void push_term(QuadExpr& self, Coeff coeff, Borrowed var1, Borrowed var2) {
+    Coeff first = Coeff::of_object(var1), second = Coeff::of_object(var2);
     self.vars1.prepare(1);
     self.vars2.prepare(1);
     self.coeffs.add(coeff);
-    self.vars1.add(var1);
-    self.vars2.add(var2);
+    self.vars1.add(first);
+    self.vars2.add(second);
+}
+
+void reserve_terms(QuadExpr& self, int count) {
+    self.coeffs.prepare(count);
+    self.vars1.prepare(count);
+    self.vars2.prepare(count);
 }
 
 void add_term(QuadExpr& self, double coeff, Borrowed var1, Borrowed var2) {
     if (coeff == 0.0)
         return;
-    Ref number = Ref::steal(PyFloat_FromDouble(coeff));
-    if (reinterpret_cast<Handle*>(var1)->index_ >= reinterpret_cast<Handle*>(var2)->index_)
+    if (comes_second(var1, var2))
         std::swap(var1, var2);
-    push_term(self, number.get(), var1, var2);
+    push_term(self, Coeff::of(coeff), var1, var2);
 }
 
 void add_expr(QuadExpr& self, double mult, QuadExpr& expr) {
     if (mult == 0.0)
         return;
     Ref hold = Ref::borrow(as_object(&expr));
-    Store<PyObject*> scaled;
+    Store<Coeff> scaled;
     scaled.share(expr.coeffs);
     add_expr(self.linear(), mult, expr.linear());
-    if (mult != 1.0) {
-        Ref factor = Ref::steal(PyFloat_FromDouble(mult));
-        map_coeffs(scaled, [&](Borrowed item) { return Ref::steal(PyNumber_Multiply(factor.get(), item)); });
-    }
+    if (mult != 1.0)
+        scale_items(scaled, mult);
     self.coeffs.prepare_list(scaled);
     self.vars1.prepare_list(expr.vars1);
     self.vars2.prepare_list(expr.vars2);
     self.coeffs.append_list(scaled);
     self.vars1.append_list(expr.vars1);
     self.vars2.append_list(expr.vars2);
+}
+
+void begin_terms(QuadExpr& to, const QuadExpr& from) {
+    if (from.vars1.size() != from.size() || from.vars2.size() != from.size())
+        return append_terms(to, from);
+    to.coeffs.copy_items(from.coeffs);
+    to.vars1.copy_items(from.vars1);
+    to.vars2.copy_items(from.vars2);
 }
 
 void append_terms(QuadExpr& to, const QuadExpr& from) {

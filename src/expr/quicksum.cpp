@@ -26,9 +26,12 @@ void SumBuilder::add(Borrowed item) {
 
 void SumBuilder::add_quadexpr(const QuadExpr& expr) {
     if (expr.size() > 0) {
-        if (!quad_)
+        if (quad_) {
+            append_terms(as_quadexpr(quad_.get()), expr);
+        } else {
             quad_ = owned(new_quadexpr());
-        append_terms(as_quadexpr(quad_.get()), expr);
+            begin_terms(as_quadexpr(quad_.get()), expr);
+        }
     }
     add_linexpr(expr.linear());
 }

@@ -21,16 +21,17 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <type_traits>
 #include <vector>
 
 namespace tsp {
 
 template <class T> struct Item { // plain numbers
+    static constexpr bool kOwns = false;
     static void keep(T) {}
     static void drop(T) {}
 };
 template <> struct Item<PyObject*> {
+    static constexpr bool kOwns = true;
     static void keep(PyObject* p) { Py_INCREF(p); }
     static void drop(PyObject* p) { Py_DECREF(p); }
 };
@@ -145,7 +146,7 @@ public:
 
     // Takes numbers back that were just added.
     void take_back(int count) {
-        static_assert(!std::is_pointer_v<T>);
+        static_assert(!Item<T>::kOwns);
         set_vector_size(vector_size() - count);
         size_ -= count;
     }
@@ -271,7 +272,7 @@ private:
         return r;
     }
     static void drop_items(T* items, int32_t count) {
-        if constexpr (std::is_pointer_v<T>)
+        if constexpr (Item<T>::kOwns)
             for (int32_t i = 0; i < count; ++i)
                 Item<T>::drop(items[i]);
     }
@@ -284,7 +285,7 @@ private:
 
     // Dropping an item may run Python code that comes back to this store, so it is in order before.
     static void truncate(Buffer* b, int32_t size) {
-        if constexpr (std::is_pointer_v<T>) {
+        if constexpr (Item<T>::kOwns) {
             std::vector<T> gone(b->items + size, b->items + b->end);
             b->end = size;
             drop_items(gone.data(), static_cast<int32_t>(gone.size()));
@@ -379,7 +380,7 @@ private:
     void release_room() {
         int32_t count = vector_size_;
         size_ = vector_size_ = 0;
-        if constexpr (std::is_pointer_v<T>) {
+        if constexpr (Item<T>::kOwns) {
             T gone[Room];
             for (int32_t i = 0; i < count; ++i)
                 gone[i] = room_[i];

@@ -112,6 +112,7 @@ class LinExpr:
             self.add_term(float(c), v)
 
     def add_expr(self, mult, other):
+        mult = float(mult)
         if mult == 0.0:
             return
         c, v, k = other.coeffs.copy(), other.vars.copy(), other.constant
@@ -169,6 +170,7 @@ class QuadExpr:
             self.push(float(coeff), *((one, other) if one.index < other.index else (other, one)))
 
     def add_expr(self, mult, other):
+        mult = float(mult)
         if mult == 0.0:
             return
         c = other.coeffs.copy()

@@ -1,6 +1,9 @@
 """Methods of expressions: constructors, terms, removal, text; what copies share."""
 
 import math
+import struct
+import sys
+from fractions import Fraction
 
 import numpy
 import pytest
@@ -133,6 +136,51 @@ def test_lists_of_a_quadratic_expression_as_they_stand(stub, env, xyz, request, 
     q.add(q, 1.0)
     assert q.copy().size() == 2 * size
     assert "TSOaddqpterms" not in stub.names()
+
+
+def test_coefficients_of_any_kind(xyz):
+    x, y, _ = xyz
+    strange = [struct.unpack("d", struct.pack("Q", bits << 48 | 0x1234))[0] for bits in (0xFFFC, 0xFFFD, 0xFFFF)]
+    floats = [*strange, 1.5, -0.0, 5e-324, float("inf"), -float("inf"), float("nan")]
+    ints = [0, 1, -1, 2**31 - 1, -(2**31), 2**31, -(2**31) - 1, 2**70, True]
+    others = [Fraction(1, 3), numpy.float64(1.5), numpy.int64(2**20), numpy.float32(0.1), 2j]
+    values = floats + ints + others
+    held = [sys.getrefcount(v) for v in others]
+    q = tso.QuadExpr()
+    q.addTerms(values, [x] * len(values), [y] * len(values))
+
+    def seen(e):
+        return [(type(c), repr(c)) for c in map(e.getCoeff, range(e.size()))]
+
+    def expected(function):
+        return [(type(c), repr(c)) for c in map(function, values)]
+
+    assert seen(q) == expected(lambda v: v)
+    assert all(q.getCoeff(len(floats + ints) + i) is v for i, v in enumerate(others))
+    assert seen(q * 0.5) == expected(lambda v: 0.5 * v)
+    for mult in (3, 2**31, 0.5, True, numpy.float64(2), Fraction(1, 2)):
+        e = q.copy()
+        e *= mult
+        assert seen(e) == expected(lambda v, mult=mult: v * mult)
+    assert seen(q) == expected(lambda v: v)
+    with pytest.raises(OverflowError):
+        huge = tso.QuadExpr()
+        huge.addTerms([10**400], [x], [y])
+        huge.add(huge, 2)
+    e = q = None
+    assert [sys.getrefcount(v) for v in others] == held
+
+
+def test_a_list_and_the_expression_that_took_it(xyz):
+    x, y, _ = xyz
+    shared = tso.List([1.5, 2, x])
+    q = tso.QuadExpr()
+    q.addTerms(shared, shared, shared)
+    shared += [y]
+    q.addTerms([7], [x], [x])  # takes along what the list has got, and puts its own behind it
+    assert [str(q.getCoeff(i)) for i in range(q.size())] == ["1.5", "2", str(x), str(y)]
+    assert [q.getVar1(i) for i in (0, 1)] == [1.5, 2] and q.getVar2(3) is y
+    assert len(shared) == 4 and shared[0] == 1.5 and shared[3] is y
 
 
 def test_what_copies_share(xyz):
