@@ -1,35 +1,8 @@
 """The engine behind the library's C interface: answers, warm starts, limits, interrupts."""
 
-import sys
-from pathlib import Path
-
+import capi
 import numpy as np
 import pytest
-
-HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parent / "library")]
-
-import capi  # noqa: E402
-
-
-@pytest.fixture(scope="session")
-def dll():
-    library = capi.load()
-    if library is None:
-        pytest.fail("no libtessolv.so: install the package, or set TESSOLV_LIBRARY")
-    return library
-
-
-@pytest.fixture
-def library(dll):
-    made = capi.Library(dll)
-    yield made
-    made.close()
-
-
-@pytest.fixture
-def model(library):
-    return library.model()
 
 
 @pytest.fixture
