@@ -143,8 +143,10 @@ def test_changes_between_queries(kind, steps):
 CHANGES = {
     "store": lambda d, key, v: d.__setitem__(key, v),
     "delete": lambda d, key, v: d.__delitem__(key) if key in d else None,
+    "clear": lambda d, key, v: d.clear(),
     "setdefault": lambda d, key, v: (d.setdefault(key, v), None)[1],
     "update": lambda d, key, v: d.update({key: v}),
+    "or": lambda d, key, v: operator.ior(d, {key: v}) is d,
     "pop": lambda d, key, v: d.pop(key) if key in d else None,
     "popitem": lambda d, key, v: d.popitem() if d else None,
 }
