@@ -36,29 +36,6 @@ def script(tmp_path):
     return run
 
 
-def test_several_models_in_threads(read):
-    names = {"lp/25fv47.mps": 5501.845888287, "mip/p0033.mps": 3089.0, "qp/cvxqp1_s.qps": 11590.7181}
-    names["mip/flugpl.mps"] = 1201500.0
-    models = [(read(DATA / name), optimum) for name, optimum in names.items() for _ in range(2)]
-    failures = []
-
-    def solve(model, optimum):
-        try:
-            for _ in range(2):
-                model.optimize()
-                assert model.ObjVal == pytest.approx(optimum, rel=1e-6)
-                model.reset(1)
-        except BaseException as error:
-            failures.append(error)
-
-    threads = [threading.Thread(target=solve, args=pair) for pair in models]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    assert failures == []
-
-
 def test_python_runs_while_the_library_solves(hard, capsys):
     hard.Params.MaxTime = 1.5
     ticks = []
@@ -164,41 +141,6 @@ def test_parameters_of_an_environment_that_failed_reach_no_other(capsys, tmp_pat
         m = tso.Model("m", tso.Env(empty=True))
         assert m.Params.MaxTime == 1e20, arguments
         m.dispose()
-
-
-def test_one_model_from_two_threads(hard, capsys):
-    """While one thread solves, every call of another one fails or is safe, and the run goes on."""
-    hard.Params.MaxTime = 2
-    outcome = []
-
-    def solve():
-        try:
-            hard.optimize()
-        except tso.TessolvError as error:
-            outcome.append(error.errno)
-
-    thread = threading.Thread(target=solve)
-    thread.start()
-    time.sleep(0.3)
-    x = hard.getVars()[0]
-    refused = 0
-    while thread.is_alive():
-        for act in (
-            lambda: x.X,
-            lambda: setattr(x, "UB", 1.0),
-            lambda: hard.NumVars,
-            lambda: hard.optimize(),
-            lambda: hard.reset(),
-            lambda: hard.copy(),
-            lambda: str(x),
-        ):
-            try:
-                act()
-            except tso.TessolvError as error:
-                refused += error.errno == TSO.ERROR
-    thread.join()
-    assert outcome == [TSO.ABORT_TIME_LIMIT]
-    assert refused > 0
 
 
 def test_disposing_of_a_model_that_another_thread_solves(script):
