@@ -1,32 +1,18 @@
 """Two threads at one model, and models in many threads."""
 
+import functools
 import threading
 import time
 
+import answers
 import capi
 import pytest
-
-
-def hard_mip(library, n=40):
-    """A market split problem: minutes of search for any engine."""
-    import random
-
-    rng = random.Random(1)
-    m = library.model()
-    m.addvars(n, vtype="B" * n)
-    for _ in range(5):
-        weights = [float(rng.randrange(100)) for _ in range(n)]
-        m.addvar(obj=1.0)
-        m.addvar(obj=1.0)
-        slack = m.count("NumVars") - 2
-        m.addrow([*range(n), slack, slack + 1], [*weights, 1.0, -1.0], sum(weights) // 2, sum(weights) // 2)
-    return m
 
 
 @pytest.fixture
 def running(library):
     """A model that another thread is solving, that thread, and what the solve returned."""
-    m = hard_mip(library)
+    m = answers.market_split(functools.partial(answers.build, library), 5, 40)
     m.parameter("MaxTime", 60.0)
     codes = []
     thread = threading.Thread(target=lambda: codes.append(m.dll.TSOoptimize(m.handle)))

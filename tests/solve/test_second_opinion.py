@@ -94,30 +94,3 @@ def test_mixed_integer(read, tmp_path, seed):
         if model.Status == TSO.OPTIMAL:
             for value, kind in zip(*(model.getAttr(name, model.getVars()) for name in ("X", "IsInteger"))):
                 assert not kind or abs(value - round(value)) < 1e-5
-
-
-@pytest.mark.parametrize("seed", range(12))
-def test_edited_problems(read, tmp_path, seed):
-    """Solved, edited through attributes and solved again, against the edited problem solved afresh."""
-    rng = np.random.default_rng(2000 + seed)
-    p = problems.random_problem(rng, 6, 8, integers=bool(seed % 2))
-    model = read(p.write_lp(tmp_path / "a.lp"))
-    columns = {int(v.VarName[1:]): v for v in model.getVars()}
-    rows = {int(c.ConstrName[1:]): c for c in model.getConstrs()}
-    agree(model, opinion(p))
-    for _ in range(8):
-        j, i = int(rng.integers(len(p.cost))), int(rng.integers(len(p.low)))
-        what = rng.integers(4)
-        if what == 0:
-            p.ub[j] = max(p.lb[j], rng.integers(-1, 5)) if p.lb[j] > -np.inf else rng.integers(-1, 5)
-            columns[j].UB = p.ub[j]
-        elif what == 1:
-            p.cost[j] = rng.integers(-9, 10)
-            columns[j].Obj = p.cost[j]
-        elif what == 2:
-            p.high[i] = max(p.low[i], rng.integers(0, 30)) if p.low[i] > -np.inf else rng.integers(0, 30)
-            rows[i].RHS = p.high[i]
-        else:
-            p.low[i] = min(p.high[i], rng.integers(-30, 10))
-            rows[i].LHS = p.low[i]
-        agree(model, opinion(p))
