@@ -15,13 +15,6 @@ def missing(name):
     return pytest.raises(AttributeError, match=f"^Attribute `{name}` does not exist$")
 
 
-@pytest.fixture
-def mdl(stub, model):
-    """The model's name in the log."""
-    model.reset()
-    return stub.calls()[0][1]
-
-
 # ---- Names ----
 
 

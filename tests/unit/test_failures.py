@@ -5,8 +5,8 @@ import gc
 import pytest
 import tables
 import tessolvpy as tso
+from tables import LISTS
 
-LISTS = ["getVars", "getConstrs", "getQConstrs", "getSOSs", "getGenConstrs", "getPsdVars", "getPsdConstrs"]
 CODES = [code for code in tables.CODES.values() if code] + [1, 12345, -(2**31)]
 # Their results are ignored, or they have none.
 SILENT = {"TSOfreeenv", "TSOfreemodel", "TSOresetparams", "TSOversion", "TSOmsg", "TSOexplainerror", "TSOgetenv"}

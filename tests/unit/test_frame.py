@@ -131,13 +131,11 @@ def test_a_failing_default_environment_is_not_kept(stub):
 
 # ---- Reading a model ----
 
-COUNTS = ["NumConstrs", "NumVars", "NumPsdVars", "NumSOS", "NumGenConstrs"]
-
 
 def populating(model):
     return [
         call
-        for name in COUNTS
+        for name in tables.COUNTS
         for call in (("TSOgetattrinfo", model, name, "out", "out", "out"), ("TSOgetintattr", model, name, "out"))
     ]
 

@@ -151,9 +151,7 @@ def test_handles_as_keys(model):
 def test_handles_do_not_keep_the_model(stub, model):
     made = tso.read("b.mps")
     x = made.getVars()[0]
-    stub.clear()
-    made.reset()
-    own = stub.calls()[0][1]
+    own = stub.handle_of(made)
     del made
     gc.collect()
     assert stub.calls() == [("TSOfreemodel", own)]

@@ -5,15 +5,7 @@ import weakref
 
 import pytest
 import tessolvpy as tso
-
-LISTS = ["getVars", "getConstrs", "getQConstrs", "getSOSs", "getGenConstrs", "getPsdVars", "getPsdConstrs"]
-COUNTS = ["NumConstrs", "NumVars", "NumPsdVars", "NumSOS", "NumGenConstrs"]
-
-
-def handle_of(stub, model):
-    stub.clear()
-    model.reset()
-    return stub.calls()[0][1]
+from tables import COUNTS, LISTS
 
 
 def test_construction(stub, env):
@@ -23,7 +15,7 @@ def test_construction(stub, env):
     assert handle.startswith("env")
     assert calls[0] == ("TSOnewmodel", handle, "out", "é", 0, None, None, None, None, None)
     assert len(calls) == 2
-    assert calls[1] == ("TSOgetenv", handle_of(stub, made))
+    assert calls[1] == ("TSOgetenv", stub.handle_of(made))
     lists = [getattr(made, name)() for name in LISTS]
     assert lists == [[]] * 7
     assert len(set(map(id, lists))) == 7
@@ -106,7 +98,7 @@ def test_read_model_that_fails_to_populate(stub):
 
 
 def test_copy_is_unowned_and_bare(stub, model):
-    original = handle_of(stub, model)
+    original = stub.handle_of(model)
     twin = model.copy()
     calls = stub.calls()
     asked = [call[1:3] for call in calls if call[0] == "TSOgetintattr"]
@@ -132,7 +124,7 @@ def test_copy_is_unowned_and_bare(stub, model):
 
 
 def test_dispose_frees_once_and_keeps_the_lists(stub, model):
-    handle = handle_of(stub, model)
+    handle = stub.handle_of(model)
     before = model.getVars()
     assert model.dispose() is None
     assert model.dispose() is None
@@ -144,11 +136,11 @@ def test_dispose_frees_once_and_keeps_the_lists(stub, model):
 
 def test_an_unregistered_model_goes_with_its_last_reference(stub):
     made = tso.read("a.mps")
-    handle = handle_of(stub, made)
+    handle = stub.handle_of(made)
     del made
     assert stub.calls() == [("TSOfreemodel", handle)]
     cycle = tso.read("b.mps")
-    handle = handle_of(stub, cycle)
+    handle = stub.handle_of(cycle)
     cycle._self = cycle
     cycle._others = [cycle]
     del cycle

@@ -166,7 +166,7 @@ def everywhere(code, **names):
 def test_functions_act_on_the_default_environment_and_the_callers_models(stub, capsys):
     default_user, other = tso.Model("a"), tso.Model("b", tso.Env())
     env = stub.calls()[1][1]
-    first, second = "env of " + _handle(stub, default_user), "env of " + _handle(stub, other)
+    first, second = "env of " + stub.handle_of(default_user), "env of " + stub.handle_of(other)
 
     everywhere("tso.setParam('Meth*', 1)", m=other, n=default_user, again=other)
     calls = [call for call in stub.calls() if call[0] != "TSOgetenv"]
@@ -196,12 +196,6 @@ def test_functions_act_on_the_default_environment_and_the_callers_models(stub, c
     with pytest.raises(Exception):  # noqa: B017, PT011 - there is nothing to write, in whatever words
         everywhere("tso.writeParams('a')")
     assert "TSOwriteparams" not in stub.names()
-
-
-def _handle(stub, model):
-    stub.clear()
-    model.reset()
-    return stub.calls()[0][1]
 
 
 def test_help(stub, capsys):

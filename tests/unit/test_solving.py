@@ -11,12 +11,6 @@ RUNS = [("optimize", "TSOoptimize"), ("computeIIS", "TSOcomputeIIS")]
 each_run = pytest.mark.parametrize(("method", "function"), RUNS, ids=[row[0] for row in RUNS])
 
 
-@pytest.fixture
-def mdl(stub, model):
-    model.reset()
-    return stub.calls()[0][1]
-
-
 @each_run
 def test_order_of_a_run(stub, model, mdl, method, function):
     run = getattr(model, method)

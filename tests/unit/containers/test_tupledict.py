@@ -4,15 +4,10 @@ import collections
 
 import pytest
 import tessolvpy as tso
+from expressions import raises
 from tessolvpy import multidict, tupledict, tuplelist
 
 MIXED = b"Cannot mix scalar and tuple values in a tuplelist"
-
-
-def raises(exception, text, act, *arguments):
-    with pytest.raises(exception) as caught:
-        act(*arguments)
-    assert caught.value.args == (text,)
 
 
 def value(expression):

@@ -8,17 +8,12 @@ from collections import namedtuple
 import numpy
 import pytest
 import tessolvpy as tso
+from expressions import raises
 from tessolvpy import tuplelist
 
 MIXED = b"Cannot mix scalar and tuple values in a tuplelist"
 LENGTHS = b"All tuples in a tuplelist must be the same length"
 NO_LEN = "object of type 'NoneType' has no len()"
-
-
-def raises(exception, text, act, *arguments):
-    with pytest.raises(exception) as caught:
-        act(*arguments)
-    assert caught.value.args == (text,)
 
 
 def rows():
@@ -201,22 +196,6 @@ def test_what_is_written_into_the_index_is_used():
     assert made.tuple_index_ is None
 
 
-DROPS = {
-    "append": lambda x: x.append((1, 9)),
-    "insert": lambda x: x.insert(-1, (1, 9)),
-    "store": lambda x: x.__setitem__(0, (1, 9)),
-    "store slice": lambda x: x.__setitem__(slice(0, 1), [(1, 9), (1, 8)]),
-    "delete": lambda x: x.__delitem__(0),
-    "add": lambda x: operator.iadd(x, [(1, 9)]),
-    "add nothing": lambda x: operator.iadd(x, ()),
-    "multiply": lambda x: operator.imul(x, 2),
-    "clear": lambda x: x.clear(),
-    "pop": lambda x: x.pop(),
-    "pop first": lambda x: x.pop(0),
-    "remove": lambda x: x.remove((2, 2)),
-    "reverse": lambda x: x.reverse(),
-    "clean": lambda x: x.clean(),
-}
 FAILS = {
     "pop": (True, lambda x: x.pop(9), IndexError, "pop index out of range"),
     "pop text": (True, lambda x: x.pop("a"), TypeError, "'str' object cannot be interpreted as an integer"),
@@ -228,21 +207,6 @@ FAILS = {
     "insert": (False, lambda x: x.insert(2**31, (1, 9)), OverflowError, "value too large to convert to int"),
     "add": (False, lambda x: x + (1, 2), TypeError, 'can only concatenate list (not "tuple") to list'),
 }
-
-
-@pytest.mark.parametrize("name", DROPS)
-def test_changes_drop_the_index(name):
-    for as_objects in (False, True):
-        made, plain = built(), list(built())
-        if as_objects:
-            assert made.tuple_index_ is not None
-        result = DROPS[name](made)
-        if name != "clean":
-            expected = DROPS[name](plain)
-            assert result is made if expected is plain else result == expected
-        assert made == plain
-        assert made.tuple_index_ is None
-        assert made.select(1) == [row for row in plain if isinstance(row, tuple) and row[0] == 1]
 
 
 @pytest.mark.parametrize("name", FAILS)
