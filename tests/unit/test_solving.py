@@ -6,6 +6,7 @@ import weakref
 
 import pytest
 import tessolvpy as tso
+from expressions import refusal
 
 RUNS = [("optimize", "TSOoptimize"), ("computeIIS", "TSOcomputeIIS")]
 each_run = pytest.mark.parametrize(("method", "function"), RUNS, ids=[row[0] for row in RUNS])
@@ -147,13 +148,10 @@ def test_message(stub, model, mdl):
     assert stub.calls() == [
         call for text in ("é", "b", "c") for call in (("TSOgetenv", mdl), ("TSOmsg", f"env of {mdl}", text))
     ]
-    with pytest.raises(TypeError, match="^expected bytes, NoneType found$"):
-        model.message(None)
-    with pytest.raises(TypeError) as caught:
-        model.message(5)
-    assert str(caught.value) == "Argument 'message' has incorrect type (expected str, got int)"
-    with pytest.raises(UnicodeEncodeError):
-        model.message("\ud800")
+    assert refusal(model.message, None) == (TypeError, "expected bytes, NoneType found")
+    wrong = "Argument 'message' has incorrect type (expected str, got int)"
+    assert refusal(model.message, 5) == (TypeError, wrong)
+    assert refusal(model.message, "\ud800")[0] is UnicodeEncodeError
     assert "TSOmsg" not in stub.names()
 
 

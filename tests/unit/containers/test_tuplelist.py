@@ -284,17 +284,12 @@ def test_operators_give_checked_lists_without_an_index():
 
 def test_reflected_operators_fail():
     made = tuplelist([(3, 4)])
-    for act in (
-        lambda: [(1, 2)] + made,
-        lambda: 2 * made,
-        lambda: () + made,
-        lambda: made.__radd__([(1, 2)]),
-        lambda: made.__rmul__(2),
-        lambda: made * 1.5,
-        lambda: made + None,
-    ):
+    for act, *operands in (
+        (operator.add, [(1, 2)], made), (operator.mul, 2, made), (operator.add, (), made), (operator.mul, made, 1.5),
+        (operator.add, made, None), (lambda: made.__radd__([(1, 2)]),), (lambda: made.__rmul__(2),),
+    ):  # fmt: skip
         with pytest.raises(TypeError):
-            act()
+            act(*operands)
 
 
 def test_subclasses_copies_and_pickles():
