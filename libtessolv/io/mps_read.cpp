@@ -280,16 +280,28 @@ void MpsReader::line_columns(std::string_view line) {
 
 // ---- RHS and RANGES ------------------------------------------------------------------------------------------------
 
-bool MpsReader::resolve_vector(const Fields& f, std::string_view& set, Pair* pairs, int& count,
-                               Complaint& complaint) const {
-    // The set's name may be missing: then the number of fields is even.
-    if (f.count < 2 || f.count > 5) {
-        complaint = {"a set's name and one or two pairs of row and number", f.count < 2 ? f.at[0] : f.at[5]};
-        return false;
-    }
-    const int first = f.count % 2;
-    set = first ? f.at[0] : std::string_view();
-    return resolve_pairs(f, first, pairs, count, complaint);
+MpsReader::Vector MpsReader::read_vector(std::string_view line) {
+    Vector v;
+    resolve(line, [&](const Fields& f, bool fixed, Complaint& complaint) {
+        constexpr const char* kExpected = "a set's name and one or two pairs of row and number";
+        if (fixed) {
+            if (f.count < 4 || !f.at[0].empty()) {
+                complaint = {kExpected, trim(line)};
+                return false;
+            }
+            v.set = f.at[1];
+            return resolve_pairs(f, 2, v.pairs, v.count, complaint);
+        }
+        if (f.count < 2 || f.count > 5) {
+            complaint = {kExpected, f.count < 2 ? f.at[0] : f.at[5]};
+            return false;
+        }
+        // The set's name may be missing: then the number of fields is even.
+        const int first = f.count % 2;
+        v.set = first ? f.at[0] : std::string_view();
+        return resolve_pairs(f, first, v.pairs, v.count, complaint);
+    });
+    return v;
 }
 
 // A file may hold several sets of right-hand sides, ranges and bounds, of which the first counts.
@@ -309,23 +321,11 @@ bool MpsReader::in_set(std::string_view set, std::string& used, const char* what
 }
 
 void MpsReader::line_rhs(std::string_view line) {
-    std::string_view set;
-    Pair pairs[2];
-    int count = 0;
-    resolve(line, [&](const Fields& f, bool fixed, Complaint& complaint) {
-        if (!fixed)
-            return resolve_vector(f, set, pairs, count, complaint);
-        set = f.at[1];
-        if (f.count < 4 || !f.at[0].empty()) {
-            complaint = {"a set's name and one or two pairs of row and number", trim(line)};
-            return false;
-        }
-        return resolve_pairs(f, 2, pairs, count, complaint);
-    });
-    if (!in_set(set, rhs_set_, "right-hand sides"))
+    const Vector v = read_vector(line);
+    if (!in_set(v.set, rhs_set_, "right-hand sides"))
         return;
-    for (int k = 0; k < count; ++k)
-        set_row(pairs[k].row, pairs[k].value);
+    for (int k = 0; k < v.count; ++k)
+        set_row(v.pairs[k].row, v.pairs[k].value);
 }
 
 void MpsReader::set_row(int row, double value) {
@@ -343,30 +343,18 @@ void MpsReader::set_row(int row, double value) {
 }
 
 void MpsReader::line_ranges(std::string_view line) {
-    std::string_view set;
-    Pair pairs[2];
-    int count = 0;
-    resolve(line, [&](const Fields& f, bool fixed, Complaint& complaint) {
-        if (!fixed)
-            return resolve_vector(f, set, pairs, count, complaint);
-        set = f.at[1];
-        if (f.count < 4 || !f.at[0].empty()) {
-            complaint = {"a set's name and one or two pairs of row and number", trim(line)};
-            return false;
-        }
-        return resolve_pairs(f, 2, pairs, count, complaint);
-    });
-    if (!in_set(set, ranges_set_, "ranges"))
+    const Vector v = read_vector(line);
+    if (!in_set(v.set, ranges_set_, "ranges"))
         return;
     if (range_.empty())
         range_.assign(row_type_.size(), std::numeric_limits<long double>::quiet_NaN());
-    for (int k = 0; k < count; ++k) {
-        if (pairs[k].row == kObjective || row_type_[pairs[k].row] == 'N') {
+    for (int k = 0; k < v.count; ++k) {
+        if (v.pairs[k].row == kObjective || row_type_[v.pairs[k].row] == 'N') {
             warn(ignored_, [] { return "the range of a row of type N means nothing and is left out"; });
             continue;
         }
         // In full width: the far end of the range, which is a sum, then is the very double that was written.
-        parse_number(pairs[k].number, range_[pairs[k].row]);
+        parse_number(v.pairs[k].number, range_[v.pairs[k].row]);
     }
 }
 

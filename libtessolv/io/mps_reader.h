@@ -42,6 +42,12 @@ private:
         double value;
     };
 
+    struct Vector { // a line of RHS or RANGES
+        std::string_view set;
+        Pair pairs[2];
+        int count = 0;
+    };
+
     struct Warning { // the first of its kind, and how many there were
         std::string text;
         int64_t count = 0;
@@ -89,7 +95,7 @@ private:
     static Fields fixed_fields(std::string_view line);
     template <class Resolve> auto resolve(std::string_view line, Resolve&& try_fields);
     bool resolve_pairs(const Fields& f, int first, Pair* pairs, int& count, Complaint& complaint) const;
-    bool resolve_vector(const Fields& f, std::string_view& set, Pair* pairs, int& count, Complaint& complaint) const;
+    Vector read_vector(std::string_view line);
     bool in_set(std::string_view set, std::string& used, const char* what);
     int find_row(std::string_view word) const;
 

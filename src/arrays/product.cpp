@@ -7,6 +7,8 @@
 #include "expr/quadexpr.h"
 
 #include <algorithm>
+#include <climits>
+#include <new>
 
 namespace tsp {
 namespace {
@@ -199,13 +201,15 @@ Ref vars_with_vars(const HandleArray& x, const HandleArray& y) {
     auto** w = static_cast<PyObject**>(PyArray_DATA(as_array(right.get())));
     Ref result = Ref::steal(PyArray_SimpleNew(static_cast<int>(s.shape.size()), s.shape.data(), NPY_OBJECT));
     auto* cell = static_cast<char*>(PyArray_DATA(as_array(result.get())));
-    Ref one = Ref::steal(PyLong_FromLong(1));
     for (npy_intp i = 0; i < s.rows; ++i)
         for (npy_intp j = 0; j < s.cols; ++j, cell += sizeof(PyObject*)) {
             QuadExpr* q = new_quadexpr();
             Ref expr = owned(q);
+            if (s.inner > INT_MAX / 4)
+                throw std::bad_alloc();
+            reserve_terms(*q, static_cast<int>(s.inner));
             for (npy_intp k = 0; k < s.inner; ++k)
-                push_term(*q, one.get(), v[i * s.inner + k], w[k * s.cols + j]);
+                push_term(*q, Coeff::of_int(1), v[i * s.inner + k], w[k * s.cols + j]);
             checked(PyArray_SETITEM(as_array(result.get()), cell, expr.get()));
         }
     return new_expr_array(state().mquadexpr, result.get());

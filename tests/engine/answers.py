@@ -8,6 +8,18 @@ LOWER, BASIC, UPPER, SUPER = range(4)
 INF = capi.INFINITY
 
 
+def build(library, cost, matrix=(), low=(), high=(), lb=None, ub=None, types=None, maximize=False):
+    """A model out of dense data."""
+    m = library.model()
+    m.addvars(len(cost), obj=cost, lb=lb, ub=ub, vtype=types)
+    for row, below, above in zip(np.atleast_2d(matrix) if len(matrix) else (), low, high):
+        ind = np.flatnonzero(row)
+        m.addrow(ind, np.asarray(row, float)[ind], below, above)
+    if maximize:
+        m.call("TSOsetintattr", capi.text("ModelSense"), -1)
+    return m
+
+
 def primal(m):
     return np.array(m.get("X", length=m.count("NumVars")))
 

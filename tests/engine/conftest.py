@@ -1,53 +1,15 @@
 """The engine behind the library's C interface: answers, warm starts, limits, interrupts."""
 
-import sys
-from pathlib import Path
+import functools
 
+import answers
 import numpy as np
 import pytest
-
-HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parent / "library")]
-
-import capi  # noqa: E402
-
-
-@pytest.fixture(scope="session")
-def dll():
-    library = capi.load()
-    if library is None:
-        pytest.fail("no libtessolv.so: install the package, or set TESSOLV_LIBRARY")
-    return library
-
-
-@pytest.fixture
-def library(dll):
-    made = capi.Library(dll)
-    yield made
-    made.close()
-
-
-@pytest.fixture
-def model(library):
-    return library.model()
 
 
 @pytest.fixture
 def build(library):
-    """build(cost, matrix, low, high, lb, ub, types, maximize): a model out of dense data."""
-
-    def make(cost, matrix=(), low=(), high=(), lb=None, ub=None, types=None, maximize=False):
-        m = library.model()
-        n = len(cost)
-        m.addvars(n, obj=cost, lb=lb, ub=ub, vtype=types)
-        for row, below, above in zip(np.atleast_2d(matrix) if len(matrix) else (), low, high):
-            ind = np.flatnonzero(row)
-            m.addrow(ind, np.asarray(row, float)[ind], below, above)
-        if maximize:
-            m.call("TSOsetintattr", capi.text("ModelSense"), -1)
-        return m
-
-    return make
+    return functools.partial(answers.build, library)
 
 
 @pytest.fixture

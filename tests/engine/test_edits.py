@@ -136,15 +136,3 @@ def dict_row(row, n):
     for j, v in row:
         dense[j] = v
     return dense
-
-
-def test_a_solution_outlives_edits_but_not_the_next_run(build, run):
-    m = build([1.0, 1.0], [[1, 1]], [1], [INF])
-    assert run(m) == (0, OPTIMAL)
-    m.set("LB", None, primal(m).tolist())
-    m.addvar(obj=-1.0, ub=2.0)
-    assert m.get("X", length=2) == pytest.approx(m.get("LB", length=2))
-    with pytest.raises(capi.Failed):
-        m.get("X", [2])
-    assert run(m) == (0, OPTIMAL)
-    assert m.get("X", [2]) == [2.0]

@@ -10,19 +10,13 @@ import pytest
 
 HERE = Path(__file__).resolve().parent
 HEAD = f"""
-import os, signal, sys, threading, time
+import functools, os, signal, sys, threading, time
 sys.path[:0] = [{str(HERE)!r}, {str(HERE.parent / "library")!r}]
 import capi, numpy as np
 import answers
 dll = capi.load()
 library = capi.Library(dll)
-
-def build(cost, matrix, low, high, lb=None, ub=None, types=None):
-    m = library.model()
-    m.addvars(len(cost), obj=cost, lb=lb, ub=ub, vtype=types)
-    for row, below, above in zip(matrix, low, high):
-        m.addrow(np.flatnonzero(row), row[np.flatnonzero(row)], below, above)
-    return m
+build = functools.partial(answers.build, library)
 
 def mip(): return answers.market_split(build, 5, 50)
 def qp(): return answers.large_qp(library, 2000)

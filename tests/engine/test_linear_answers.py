@@ -6,15 +6,6 @@ import pytest
 from answers import BASIC, INF, INFEASIBLE, LOWER, OPTIMAL, SUPER, UNBOUNDED, UPPER, basis, data, duals, primal, reduced
 
 
-def test_known_answers_of_a_maximization(build, run):
-    m = build([3, 2], [[1, 1], [1, 3]], [-INF, -INF], [4, 6], ub=[3, INF], maximize=True)
-    assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == m.number("DualObjVal") == pytest.approx(11)
-    assert primal(m) == pytest.approx([3, 1])
-    assert duals(m) == pytest.approx([0, 2 / 3]) or duals(m) == pytest.approx([2, 0])
-    assert m.get("Activity", length=2) == pytest.approx([4, 6])
-
-
 @pytest.mark.parametrize("maximize", [False, True])
 @pytest.mark.parametrize("row", ["<=", ">=", "=", "range at its lower side", "range at its upper side"])
 def test_signs_of_duals_and_basis_codes(build, run, row, maximize):

@@ -15,94 +15,74 @@ def row(files, text):
 
 
 @pytest.mark.parametrize(
-    ("text", "expected"),
+    ("texts", "expected"),
     [
-        ("c: x + y <= 4", ({0: 1, 1: 1}, -INF, 4)),
-        ("x + y < 4", ({0: 1, 1: 1}, -INF, 4)),
-        ("x+y=<4", ({0: 1, 1: 1}, -INF, 4)),
-        ("c: x + y => 4", ({0: 1, 1: 1}, 4, INF)),
-        ("c: x + y > -4", ({0: 1, 1: 1}, -4, INF)),
-        ("c: x + y == 4", ({0: 1, 1: 1}, 4, 4)),
-        ("c: -5 <= x + y <= 5", ({0: 1, 1: 1}, -5, 5)),
-        ("c: 5 >= x + y >= -5", ({0: 1, 1: 1}, -5, 5)),
-        ("c: 5 <= x + y <= 3", ({0: 1, 1: 1}, 5, 3)),
-        ("c: -5 <= x\n + y\n <= 5", ({0: 1, 1: 1}, -5, 5)),
-        ("c: 5 >= x + y", ({0: 1, 1: 1}, -INF, 5)),
-        ("c: 5 = x", ({0: 1}, 5, 5)),
-        ("c: x >= -inf", ({0: 1}, -INF, INF)),
-        ("c: x <= 1e30", ({0: 1}, -INF, INF)),
-        ("c: -infinity <= x <= +Inf", ({0: 1}, -INF, INF)),
-        ("c: x >= -1e999", ({0: 1}, -INF, INF)),
-        ("c: x + y + x <= 4", ({0: 2, 1: 1}, -INF, 4)),
-        ("c: x + y - x <= 4", ({1: 1}, -INF, 4)),
-        ("c: 3 + x + 2 <= 4 + 1", ({0: 1}, -INF, 0)),
-        ("c: x <= 4 - y", ({0: 1, 1: 1}, -INF, 4)),
-        ("c: x + 2 y >= 3 x + 1", ({0: -2, 1: 2}, 1, INF)),
-        ("c: + - 3 x - - y <= 4", ({0: -3, 1: 1}, -INF, 4)),
-        ("c: 2x+3y<=4", ({0: 2, 1: 3}, -INF, 4)),
-        ("c: 2 * x + y * 3 <= 4", ({0: 2, 1: 3}, -INF, 4)),
-        ("c: 1.5e1x + .5 y <= 4.", ({0: 15, 1: 0.5}, -INF, 4)),
-        ("c: 3\n x\n +\n y\n <=\n 4", ({0: 3, 1: 1}, -INF, 4)),
-        ("c: x \\ <= 3\n <= 4 \\ end", ({0: 1}, -INF, 4)),
-        ("c: 0 <= 4", ({}, -INF, 4)),
-        ("c: <= 4", ({}, -INF, 4)),
-        ("st: x <= 4", ({0: 1}, -INF, 4)),
-        ("end: x <= 4", ({0: 1}, -INF, 4)),
-        ("c: x + 1e-400 y <= 4", ({0: 1}, -INF, 4)),
+        (["c: x + y <= 4", "x + y < 4", "x+y=<4", "c: x <= 4 - y"], ({0: 1, 1: 1}, -INF, 4)),
+        (["c: x + y => 4"], ({0: 1, 1: 1}, 4, INF)),
+        (["c: x + y > -4"], ({0: 1, 1: 1}, -4, INF)),
+        (["c: x + y == 4"], ({0: 1, 1: 1}, 4, 4)),
+        (["c: -5 <= x + y <= 5", "c: 5 >= x + y >= -5", "c: -5 <= x\n + y\n <= 5"], ({0: 1, 1: 1}, -5, 5)),
+        (["c: 5 <= x + y <= 3"], ({0: 1, 1: 1}, 5, 3)),
+        (["c: 5 >= x + y"], ({0: 1, 1: 1}, -INF, 5)),
+        (["c: 5 = x"], ({0: 1}, 5, 5)),
+        (["c: x >= -inf", "c: x <= 1e30", "c: -infinity <= x <= +Inf", "c: x >= -1e999"], ({0: 1}, -INF, INF)),
+        (["c: x + y + x <= 4"], ({0: 2, 1: 1}, -INF, 4)),
+        (["c: x + y - x <= 4"], ({1: 1}, -INF, 4)),
+        (["c: 3 + x + 2 <= 4 + 1"], ({0: 1}, -INF, 0)),
+        (["c: x + 2 y >= 3 x + 1"], ({0: -2, 1: 2}, 1, INF)),
+        (["c: + - 3 x - - y <= 4"], ({0: -3, 1: 1}, -INF, 4)),
+        (["c: 2x+3y<=4", "c: 2 * x + y * 3 <= 4"], ({0: 2, 1: 3}, -INF, 4)),
+        (["c: 1.5e1x + .5 y <= 4."], ({0: 15, 1: 0.5}, -INF, 4)),
+        (["c: 3\n x\n +\n y\n <=\n 4"], ({0: 3, 1: 1}, -INF, 4)),
+        (["c: x \\ <= 3\n <= 4 \\ end", "st: x <= 4", "end: x <= 4", "c: x + 1e-400 y <= 4"], ({0: 1}, -INF, 4)),
+        (["c: 0 <= 4", "c: <= 4"], ({}, -INF, 4)),
     ],
-)
-def test_rows(files, text, expected):
-    assert row(files, text) == expected
+)  # fmt: skip
+def test_rows(files, texts, expected):
+    for text in texts:
+        assert row(files, text) == expected, text
 
 
 @pytest.mark.parametrize(
-    ("text", "expected"),
+    ("texts", "expected"),
     [
-        ("x <= 4", (0, 4)),
-        ("x >= -4", (-4, INF)),
-        ("4 >= x", (0, 4)),
-        ("-4 <= x <= 4", (-4, 4)),
-        ("4 >= x >= -4", (-4, 4)),
-        ("- 4 <= x", (-4, INF)),
-        ("x = 4", (4, 4)),
-        ("x free", (-INF, INF)),
-        ("x Free", (-INF, INF)),
-        ("-inf <= x", (-INF, INF)),
-        ("-INFINITY <= x <= 4", (-INF, 4)),
-        ("x >= -1e30", (-INF, INF)),
-        ("x <= inf", (0, INF)),
-        ("x <= 4 x >= 2", (2, 4)),
-        ("4 <= x <= 2", (4, 2)),
-        ("x <= -4", (0, -4)),
-        ("x <= 4\n x <= 5", (0, 5)),
+        (["x <= 4", "4 >= x"], (0, 4)),
+        (["x >= -4", "- 4 <= x"], (-4, INF)),
+        (["-4 <= x <= 4", "4 >= x >= -4"], (-4, 4)),
+        (["x = 4"], (4, 4)),
+        (["x free", "x Free", "-inf <= x", "x >= -1e30"], (-INF, INF)),
+        (["-INFINITY <= x <= 4"], (-INF, 4)),
+        (["x <= inf"], (0, INF)),
+        (["x <= 4 x >= 2"], (2, 4)),
+        (["4 <= x <= 2"], (4, 2)),
+        (["x <= -4"], (0, -4)),
+        (["x <= 4\n x <= 5"], (0, 5)),
     ],
-)
-def test_bounds(files, text, expected):
-    model = files.text(f"min\n x\nst\nbounds\n {text}\nend")
-    assert (model.get("LB", length=1)[0], model.get("UB", length=1)[0]) == expected
+)  # fmt: skip
+def test_bounds(files, texts, expected):
+    for text in texts:
+        model = files.text(f"min\n x\nst\nbounds\n {text}\nend")
+        assert (model.get("LB", length=1)[0], model.get("UB", length=1)[0]) == expected, text
     assert ("stays 0" in files.log()) == (expected == (0, -4))
 
 
 @pytest.mark.parametrize(
-    ("sections", "expected"),
+    ("texts", "expected"),
     [
-        ("general\n x", ("I", 0, INF)),
-        ("GENERALS x", ("I", 0, INF)),
-        ("integers\n x", ("I", 0, INF)),
-        ("binary\n x", ("B", 0, 1)),
-        ("bin\n x", ("B", 0, 1)),
-        ("bounds\n x = 1\nbinaries\n x", ("B", 1, 1)),
-        ("binaries\n x\nbounds\n x = 0", ("B", 0, 0)),
-        ("bounds\n x <= 7\nbinary\n x", ("B", 0, 1)),
-        ("bounds\n 2 <= x <= 7\nsemi-continuous\n x", ("S", 2, 7)),
-        ("bounds\n 2 <= x <= 7\nSemis\n x\ngen\n x", ("N", 2, 7)),
-        ("bounds\n 2 <= x <= 7\nSEMI-Integer\n x", ("N", 2, 7)),
-        ("sec\n x", ("S", 0, INF)),
+        (["general\n x", "GENERALS x", "integers\n x"], ("I", 0, INF)),
+        (["binary\n x", "bin\n x", "bounds\n x <= 7\nbinary\n x"], ("B", 0, 1)),
+        (["bounds\n x = 1\nbinaries\n x"], ("B", 1, 1)),
+        (["binaries\n x\nbounds\n x = 0"], ("B", 0, 0)),
+        (["bounds\n 2 <= x <= 7\nsemi-continuous\n x"], ("S", 2, 7)),
+        (["bounds\n 2 <= x <= 7\nSemis\n x\ngen\n x", "bounds\n 2 <= x <= 7\nSEMI-Integer\n x"], ("N", 2, 7)),
+        (["sec\n x"], ("S", 0, INF)),
     ],
-)
-def test_types(files, sections, expected):
-    model = files.text(f"min\n x\nst\n c: x >= 0\n{sections}\nend")
-    assert (model.get("VType", kind="char", length=1), *model.get("LB", [0]), *model.get("UB", [0])) == expected
+)  # fmt: skip
+def test_types(files, texts, expected):
+    for text in texts:
+        model = files.text(f"min\n x\nst\n c: x >= 0\n{text}\nend")
+        read = model.get("VType", kind="char", length=1), *model.get("LB", [0]), *model.get("UB", [0])
+        assert read == expected, text
 
 
 SAME = "minimize\n obj: x + 2 y + 3\nsubject to\n c1: x + y >= 1\nbounds\n y <= 3\nend\n"
@@ -147,22 +127,7 @@ def test_maximise(files, text):
 
 
 def test_names_that_look_like_something_else(files):
-    names = [
-        "infx",
-        "e5",
-        "E",
-        "freedom",
-        "ends",
-        "inf1",
-        "nan",
-        "x[1,2]",
-        "x(1,2)",
-        "a.b",
-        "x#1",
-        "s1",
-        "größe",
-        "binx",
-    ]
+    names = "infx e5 E freedom ends inf1 nan x[1,2] x(1,2) a.b x#1 s1 größe binx".split()
     model = files.text("max\n obj: " + " + ".join(f"2 {n}" for n in names) + "\nst\n c: infx <= 3\nend")
     assert model.texts("VarName", range(len(names))) == names
 
@@ -182,21 +147,21 @@ def test_rows_without_names_end_with_their_line(files):
 
 
 @pytest.mark.parametrize(
-    ("text", "terms"),
+    ("texts", "terms"),
     [
-        ("[ x ^ 2 ] / 2", [(0, 0, 0.5)]),
-        ("[x^2+2x*y-4y^2]/2", [(0, 0, 0.5), (0, 1, 1), (1, 1, -2)]),
-        ("[ x^2 + 2 x * y ]", [(0, 0, 1), (0, 1, 2)]),
-        ("- [ x^2 ] / 2", [(0, 0, -0.5)]),
-        ("2 [ x^2 ] + [ y^2 ]", [(0, 0, 2), (1, 1, 1)]),
-        ("[ + - 2 * x * y ] / 2", [(0, 1, -1)]),
-        ("[\n x\n ^\n 2\n ]\n /\n 2", [(0, 0, 0.5)]),
+        (["[ x ^ 2 ] / 2", "[\n x\n ^\n 2\n ]\n /\n 2"], [(0, 0, 0.5)]),
+        (["[x^2+2x*y-4y^2]/2"], [(0, 0, 0.5), (0, 1, 1), (1, 1, -2)]),
+        (["[ x^2 + 2 x * y ]"], [(0, 0, 1), (0, 1, 2)]),
+        (["- [ x^2 ] / 2"], [(0, 0, -0.5)]),
+        (["2 [ x^2 ] + [ y^2 ]"], [(0, 0, 2), (1, 1, 1)]),
+        (["[ + - 2 * x * y ] / 2"], [(0, 1, -1)]),
     ],
-)
-def test_quadratic_terms(files, text, terms):
-    model = files.text(f"min\n obj: 0 x + 0 y + {text}\nst\n q: {text} + x <= 3\nend")
-    assert model.quadratic() == terms
-    assert model.quadratic(0) == ([(0, 1)], terms)
+)  # fmt: skip
+def test_quadratic_terms(files, texts, terms):
+    for text in texts:
+        model = files.text(f"min\n obj: 0 x + 0 y + {text}\nst\n q: {text} + x <= 3\nend")
+        assert model.quadratic() == terms, text
+        assert model.quadratic(0) == ([(0, 1)], terms), text
 
 
 def test_quadratic_terms_on_the_right(files):

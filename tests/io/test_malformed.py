@@ -66,11 +66,7 @@ def mps(old, new):
         (lp("bounds\n x <= 4", "general\n x 3"), 6, "expected a section"),
         (lp("bounds\n x <= 4", "sos\n s: S3:: x:1"), 6, "expected S1 or S2, found 'S3'"),
         (lp("bounds\n x <= 4", "sos\n x:1"), 6, "expected S1 or S2, found a member without a set"),
-        (
-            lp("bounds\n x <= 4", "sos\n s: S1:: x:1 x:2"),
-            6,
-            "expected a variable that is not yet in the set",
-        ),
+        (lp("bounds\n x <= 4", "sos\n s: S1:: x:1 x:2"), 6, "expected a variable that is not yet in the set"),
         (lp("bounds", "max"), 6, "expected one objective, found another"),
         ((".mps", ""), 1, "expected ENDATA, found the end of the file"),
         (mps("ROWS", "LINES"), 2, "expected a section (NAME, ROWS, COLUMNS, RHS, RANGES, BOUNDS, ..., ENDATA)"),

@@ -108,37 +108,29 @@ def with_bounds(files, lines, integer=False):
 
 
 @pytest.mark.parametrize(
-    ("lines", "expected"),
+    ("each_lines", "expected"),
     [
-        ([], ("C", 0, INF)),
-        (["UP B x 4"], ("C", 0, 4)),
-        (["LO B x -4"], ("C", -4, INF)),
-        (["FX B x 4"], ("C", 4, 4)),
-        (["FR B x"], ("C", -INF, INF)),
-        (["FR x"], ("C", -INF, INF)),
-        (["FR B x 0"], ("C", -INF, INF)),
-        (["MI B x"], ("C", -INF, INF)),
-        (["MI B x", "UP B x -2"], ("C", -INF, -2)),
-        (["UP B x 4", "PL B x"], ("C", 0, INF)),
-        (["UP x 4"], ("C", 0, 4)),
-        (["up B x 1e30"], ("C", 0, INF)),
-        (["UP B x Inf"], ("C", 0, INF)),
-        (["LO B x -1e31"], ("C", -INF, INF)),
-        (["LO B x 0", "UP B x -2"], ("C", 0, -2)),
-        (["UP B x 0"], ("C", 0, 0)),
-        (["BV B x"], ("B", 0, 1)),
-        (["BV B x", "FX B x 1"], ("B", 1, 1)),
-        (["LI B x 2"], ("I", 2, INF)),
-        (["UI B x 2"], ("I", 0, 2)),
-        (["SC B x 5"], ("S", 0, 5)),
-        (["LO B x 2", "SC B x 5"], ("S", 2, 5)),
-        (["SC B x 0"], ("S", 0, INF)),
-        (["SC B x"], ("S", 0, INF)),
-        (["SI B x 5", "LO B x 2"], ("N", 2, 5)),
+        ([[], ["UP B x 4", "PL B x"], ["up B x 1e30"], ["UP B x Inf"]], ("C", 0, INF)),
+        ([["UP B x 4"], ["UP x 4"]], ("C", 0, 4)),
+        ([["LO B x -4"]], ("C", -4, INF)),
+        ([["FX B x 4"]], ("C", 4, 4)),
+        ([["FR B x"], ["FR x"], ["FR B x 0"], ["MI B x"], ["LO B x -1e31"]], ("C", -INF, INF)),
+        ([["MI B x", "UP B x -2"]], ("C", -INF, -2)),
+        ([["LO B x 0", "UP B x -2"]], ("C", 0, -2)),
+        ([["UP B x 0"]], ("C", 0, 0)),
+        ([["BV B x"]], ("B", 0, 1)),
+        ([["BV B x", "FX B x 1"]], ("B", 1, 1)),
+        ([["LI B x 2"]], ("I", 2, INF)),
+        ([["UI B x 2"]], ("I", 0, 2)),
+        ([["SC B x 5"]], ("S", 0, 5)),
+        ([["LO B x 2", "SC B x 5"]], ("S", 2, 5)),
+        ([["SC B x 0"], ["SC B x"]], ("S", 0, INF)),
+        ([["SI B x 5", "LO B x 2"]], ("N", 2, 5)),
     ],
-)
-def test_bounds(files, lines, expected):
-    assert with_bounds(files, lines) == expected
+)  # fmt: skip
+def test_bounds(files, each_lines, expected):
+    for lines in each_lines:
+        assert with_bounds(files, lines) == expected, lines
     assert "Warning" not in files.log()
 
 

@@ -171,26 +171,22 @@ def test_repeated_terms_are_one_in_files(files):
         assert back.quadratic(0) == ([], [(0, 1, -2.0)])
 
 
-def test_crossed_rows_have_no_form_in_mps_files(files):
-    model = files.model()
-    model.addvar(name="x")
-    model.addrow([0], [1.0], 5.0, 3.0, "crossed")
-    with pytest.raises(capi.Failed) as failure:
-        files.again(model, ".mps")
-    assert failure.value.code == capi.FORMAT_ERROR
-    assert "row crossed, whose lower bound is above its upper one" in files.log()
-    assert_same(model, files.again(model, ".lp"))
-
-
-@pytest.mark.parametrize("suffix", [".lp", ".mps"])
-def test_semidefinite_models_are_refused(files, suffix):
-    model = files.model()
-    model.call("TSOaddpsdvar", 2, 0, None, None, None, None)
-    path = files.folder / f"psd{suffix}"
-    with pytest.raises(capi.Failed) as failure:
-        model.call("TSOwrite", capi.text(str(path)))
-    assert failure.value.code == capi.FORMAT_ERROR and not path.exists()
-    assert "no form for semi-definite" in files.log()
+def test_what_a_format_has_no_form_for_leaves_the_old_file(files, fails):
+    crossed, semidefinite = files.model(), files.model()
+    crossed.addvar(name="x")
+    crossed.addrow([0], [1.0], 5.0, 3.0, "crossed")
+    assert_same(crossed, files.again(crossed, ".lp"))
+    semidefinite.call("TSOaddpsdvar", 2, 0, None, None, None, None)
+    for model, suffix, words in [
+        (crossed, ".mps", "row crossed, whose lower bound is above its upper one"),
+        (semidefinite, ".lp", "no form for semi-definite"),
+        (semidefinite, ".mps", "no form for semi-definite"),
+    ]:
+        path = files.make(f"old{suffix}", "old")
+        before, said = sorted(files.folder.iterdir()), len(files.log())
+        fails(capi.FORMAT_ERROR, model.call, "TSOwrite", capi.text(str(path)))
+        assert words in files.log()[said:]
+        assert path.read_text() == "old" and sorted(files.folder.iterdir()) == before
 
 
 @pytest.mark.parametrize("suffix", [".lp", ".mps"])

@@ -29,16 +29,6 @@ def model(files):
     return files.text(LP)
 
 
-@pytest.fixture
-def fails():
-    def check(code, call, *args):
-        with pytest.raises(capi.Failed) as failure:
-            call(*args)
-        assert failure.value.code == code
-
-    return check
-
-
 def test_a_solution_becomes_starts(files, model):
     model.call("TSOoptimize")
     path = files.folder / "a.sol"

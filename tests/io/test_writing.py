@@ -145,13 +145,3 @@ assert code == capi.FILE_WRITE_ERROR, code
     run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True)
     assert run.returncode == 0, run.stderr
     assert path.read_text() == "old" and len(list(folder.iterdir())) == 1
-
-
-def test_a_model_that_cannot_be_written_leaves_the_old_file(files, folder):
-    model = files.model()
-    model.addvar(name="x")
-    model.addrow([0], [1.0], 5.0, 3.0)
-    path = folder / "a.mps"
-    path.write_text("old")
-    assert refused(model, path) == capi.FORMAT_ERROR
-    assert path.read_text() == "old" and len(list(folder.iterdir())) == 1

@@ -42,22 +42,6 @@ def test_defaults_of_bulk_additions(model):
     assert model.count("NumVars") == 4 and model.count("NumConstrs") == 3
 
 
-def test_coefficients(model, fails):
-    model.addvars(3)
-    model.addrows(2)
-    model.change([0, 1, 0, 0], [2, 1, 0, 2], [1, 2, 3, 5])
-    assert model.rows() == [[(0, 3), (2, 5)], [(1, 2)]]
-    model.change([0], [0], [0])
-    assert model.rows() == [[(2, 5)], [(1, 2)]] and model.count("NumNZs") == 2
-    for rows, cols, values, code in (
-        ([0, 2], [0, 0], [1, 1], capi.MODEL_INVALID_ROW_IDX),
-        ([0, 0], [0, -1], [1, 1], capi.MODEL_INVALID_COL_IDX),
-        ([0, 0], [0, 1], [1, NAN], capi.INVALID_ARGUMENT),
-    ):
-        fails(code, model.change, rows, cols, values)
-    assert model.rows() == [[(2, 5)], [(1, 2)]]
-
-
 @pytest.fixture
 def whole(model):
     model.addvars(3, vtype="BIC", ub=[1, 1, 9], names=["b", "i", "c"])
@@ -119,6 +103,9 @@ FAILURES = [
     (BAD, "addindicator", {"binvar": 0, "binval": 2, "cols": [], "values": [], "sense": "<", "rhs": 1}),
     (BAD, "addindicator", {"binvar": 0, "binval": 1, "cols": [0], "values": [1], "sense": "!", "rhs": 1}),
     (BAD, "addindicator", {"binvar": 0, "binval": 1, "cols": [], "values": [], "sense": "<", "rhs": NAN}),
+    (ROW, "change", {"rows": [0, 2], "cols": [0, 0], "values": [1, 1]}),
+    (COL, "change", {"rows": [0, 0], "cols": [0, -1], "values": [1, 1]}),
+    (BAD, "change", {"rows": [0, 0], "cols": [0, 1], "values": [1, NAN]}),
 ]  # fmt: skip
 
 

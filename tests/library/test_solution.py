@@ -60,66 +60,6 @@ def test_a_solution_outlives_edits(lp, fails):
     assert lp.count("HasSolution") == 1 and lp.number("ObjVal") == pytest.approx(11)
 
 
-def test_edits_between_runs_are_what_is_solved(lp):
-    """The engine is told edits, not models: each kind of edit must reach it."""
-
-    def solve():
-        lp.call("TSOoptimize")
-        return pytest.approx(lp.number("ObjVal"), abs=1e-6)
-
-    lp.set("UB", [0], [2.0])
-    assert solve() == 6 + 2 * 5 / 3
-    lp.set("RHS", [1], [3.0])
-    assert solve() == 6 + 2 / 3
-    lp.change([1], [1], [1])
-    assert solve() == 8
-    lp.set("Obj", [1], [4.0])
-    assert solve() == 12
-    lp.addvar(name="away")
-    lp.addrow([2], [1], upper=0)
-    assert solve() == 12
-    lp.set("Obj", [1, 2], [5.0, 1.0])
-    lp.set("RHS", [1, 2], [2.0, 1.0])
-    lp.delete("vars", [2])
-    lp.set("Obj", [0], [1.0])
-    lp.addvar(name="late", rows=[2], values=[1.0], obj=0.5)
-    lp.delete("constrs", [0])  # what was edited stands one place further up now
-    assert solve() == 10 + 0.5
-    lp.delete("vars", [2])
-    lp.delete("constrs", [1])
-    lp.addrow([0, 1], [1, 1], upper=4)
-    lp.set("Obj", [0, 1], [3.0, 4.0])
-    lp.set("RHS", [0], [3.0])
-    lp.addrow([0, 1], [1, 1], upper=3)
-    lp.delete("constrs", [0])
-    assert solve() == 12
-    lp.addvar(obj=10, ub=1, rows=[0], values=[2])
-    assert solve() == 8 + 10
-    lp.addrow([2], [1], upper=0.5)
-    assert solve() == 17
-    lp.delete("vars", [0])
-    assert solve() == 17
-    lp.delete("constrs", [2])
-    assert solve() == 18
-    lp.call("TSOsetdblattr", capi.text("ObjCon"), 5.0)
-    assert solve() == 23
-    lp.set("VType", [0], "I")
-    lp.set("RHS", [1], [2.5])
-    lp.call("TSOoptimize")
-    assert lp.get("X", length=2) == pytest.approx([2, 1]) and lp.number("ObjVal") == pytest.approx(23)
-    assert lp.number("MIP/GapAbs") == pytest.approx(0, abs=1e-6)
-    lp.addrow([0], [1], upper=9)
-    lp.addrow([0, 1], [1, 1], upper=9)
-    assert solve() == 23
-    lp.change([3, 2], [1, 0], [2, 3])  # of rows that stand elsewhere by the next run
-    lp.delete("constrs", [0, 2])
-    assert lp.rows() == [[(0, 1)], [(0, 1), (1, 2)]]
-    lp.set("UB", [1], [1e20])
-    assert solve() == 5 + 10 * 4.5
-    lp.call("TSOsetintattr", capi.text("ModelSense"), 1)
-    assert solve() == 5
-
-
 def test_reset_and_copies(library, lp, fails):
     twin = library.wrap(library.dll.TSOcopymodel(lp.handle))
     lp.set("Start", [0], [1.0])

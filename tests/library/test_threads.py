@@ -1,32 +1,29 @@
 """Two threads at one model, and models in many threads."""
 
+import functools
 import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 
+import answers
 import capi
 import pytest
 
 
-def hard_mip(library, n=40):
-    """A market split problem: minutes of search for any engine."""
-    import random
-
-    rng = random.Random(1)
-    m = library.model()
-    m.addvars(n, vtype="B" * n)
-    for _ in range(5):
-        weights = [float(rng.randrange(100)) for _ in range(n)]
-        m.addvar(obj=1.0)
-        m.addvar(obj=1.0)
-        slack = m.count("NumVars") - 2
-        m.addrow([*range(n), slack, slack + 1], [*weights, 1.0, -1.0], sum(weights) // 2, sum(weights) // 2)
-    return m
+def in_threads(count, work, meanwhile=lambda: None):
+    """Runs work(k) in threads; the first error in one of them is raised here."""
+    with ThreadPoolExecutor(count) as pool:
+        ends = [pool.submit(work, k) for k in range(count)]
+        result = meanwhile()
+    for end in ends:
+        end.result()
+    return result
 
 
 @pytest.fixture
 def running(library):
     """A model that another thread is solving, that thread, and what the solve returned."""
-    m = hard_mip(library)
+    m = answers.market_split(functools.partial(answers.build, library), 5, 40)
     m.parameter("MaxTime", 60.0)
     codes = []
     thread = threading.Thread(target=lambda: codes.append(m.dll.TSOoptimize(m.handle)))
@@ -79,13 +76,7 @@ def test_one_model_from_many_threads_is_an_error_or_right(library):
             codes.add(code)
             added[k] += code == 0
 
-    threads = [threading.Thread(target=build, args=(k,)) for k in range(4)]
-    for thread in threads:
-        thread.start()
-    time.sleep(0.5)
-    stop.set()
-    for thread in threads:
-        thread.join()
+    in_threads(4, build, lambda: (time.sleep(0.5), stop.set()))
     assert codes <= {0, capi.ERROR} and m.count("NumVars") == sum(added) > 0
     assert m.get("Obj", length=sum(added)) == [1.0] * sum(added)
 
@@ -97,38 +88,27 @@ def test_freeing_while_others_use_it(library):
         m.addvars(50)
         start, codes = threading.Barrier(3), []
 
-        def use(m=m, start=start, codes=codes):
+        def use(k, m=m, start=start, codes=codes):
             start.wait()
             for _ in range(50):
                 codes.append(m.dll.TSOaddvar(m.handle, 0, None, None, 1.0, 0.0, 1.0, b"C", None))
 
-        threads = [threading.Thread(target=use) for _ in range(2)]
-        for thread in threads:
-            thread.start()
-        start.wait()
-        freed = m.dll.TSOfreemodel(m.handle)
-        for thread in threads:
-            thread.join()
+        def free(m=m, start=start):
+            start.wait()
+            return m.dll.TSOfreemodel(m.handle)
+
+        freed = in_threads(2, use, free)
         assert freed == 0 and set(codes) <= {0, capi.ERROR, capi.INVALID_ARGUMENT}
 
 
 def test_models_are_made_and_freed_in_parallel_from_one_environment(library):
     env = library.env()
-    failures = []
 
-    def work():
-        try:
-            for _ in range(300):
-                m = capi.Library(library.dll).model(env)
-                m.addvar(ub=3.0)
-                assert m.get("UB", [0]) == [3]
-                m.call("TSOfreemodel")
-        except BaseException as e:
-            failures.append(e)
+    def work(k):
+        for _ in range(300):
+            m = capi.Library(library.dll).model(env)
+            m.addvar(ub=3.0)
+            assert m.get("UB", [0]) == [3]
+            m.call("TSOfreemodel")
 
-    threads = [threading.Thread(target=work) for _ in range(4)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    assert not failures
+    in_threads(4, work)

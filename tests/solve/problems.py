@@ -105,13 +105,3 @@ def market_split(rows, columns, seed=1):
     ub = np.concatenate([np.ones(columns), np.full(2 * rows, INF)])
     integer = np.concatenate([np.ones(columns, dtype=bool), np.zeros(2 * rows, dtype=bool)])
     return Problem(cost, matrix, half, half, np.zeros(len(cost)), ub, integer)
-
-
-def sparse_lp(rng, rows, columns, entries=6):
-    """A feasible, bounded LP that takes a while: covering rows with positive entries."""
-    matrix = np.zeros((rows, columns))
-    for row in matrix:
-        row[rng.choice(columns, entries, replace=False)] = rng.integers(1, 20, entries)
-    low = rng.integers(10, 100, rows).astype(float)
-    cost = rng.integers(1, 50, columns).astype(float)
-    return Problem(cost, matrix, low, np.full(rows, INF), np.zeros(columns), np.full(columns, INF))

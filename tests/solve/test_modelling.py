@@ -234,32 +234,3 @@ def test_handles_of_elsewhere(model):
     ):  # fmt: skip
         with pytest.raises(tso.TessolvError):
             act()
-
-
-@pytest.mark.parametrize("value", [float("nan"), float("inf"), -float("inf"), 1e300], ids=str)
-def test_values_that_are_no_numbers(model, value):
-    """What the library refuses leaves the model as it was; what it takes can still be solved."""
-    m = model()
-    x, y = m.addVar(ub=3), m.addVar(ub=3)
-    m.addConstr(x + y <= 4)
-    for act in (
-        lambda: m.addVar(lb=value, ub=value),
-        lambda: m.addVar(obj=value),
-        lambda: m.addVars(2, ub=value),
-        lambda: m.addConstr(value * x <= 1),
-        lambda: m.addConstr(x <= value),
-        lambda: m.addRange(x, value, value),
-        lambda: m.addVar(column=tso.Column(value, m.getConstrs()[0])),
-        lambda: m.setObjective(value * x),
-        lambda: m.setObjective(x + value),
-        lambda: m.setObjective(value * x * y),
-    ):
-        counts = m.NumVars, m.NumConstrs
-        try:
-            act()
-        except tso.TessolvError:
-            assert (m.NumVars, m.NumConstrs) == counts
-        assert (len(m.getVars()), len(m.getConstrs())) == (m.NumVars, m.NumConstrs)
-    m.remove([m.getVars()[2:], m.getConstrs()[1:]])
-    m.setObjective(x + y, tso.TSO.MAXIMIZE)
-    assert solved(m) == pytest.approx(4)

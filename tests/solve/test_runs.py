@@ -36,31 +36,8 @@ def script(tmp_path):
     return run
 
 
-def test_several_models_in_threads(read):
-    names = {"lp/25fv47.mps": 5501.845888287, "mip/p0033.mps": 3089.0, "qp/cvxqp1_s.qps": 11590.7181}
-    names["mip/flugpl.mps"] = 1201500.0
-    models = [(read(DATA / name), optimum) for name, optimum in names.items() for _ in range(2)]
-    failures = []
-
-    def solve(model, optimum):
-        try:
-            for _ in range(2):
-                model.optimize()
-                assert model.ObjVal == pytest.approx(optimum, rel=1e-6)
-                model.reset(1)
-        except BaseException as error:
-            failures.append(error)
-
-    threads = [threading.Thread(target=solve, args=pair) for pair in models]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    assert failures == []
-
-
 def test_python_runs_while_the_library_solves(hard, capsys):
-    hard.Params.MaxTime = 2
+    hard.Params.MaxTime = 1.5
     ticks = []
     done = threading.Event()
 
@@ -70,32 +47,18 @@ def test_python_runs_while_the_library_solves(hard, capsys):
 
     thread = threading.Thread(target=tick)
     thread.start()
-    with pytest.raises(tso.TessolvError):
+    started = time.monotonic()
+    with pytest.raises(tso.TessolvError) as caught:
         hard.optimize()
+    took = time.monotonic() - started
     done.set()
     thread.join()
     assert len(ticks) > 50
     assert max(b - a for a, b in zip(ticks, ticks[1:])) < 0.5
-
-
-def test_time_limit_holds_and_counts_each_run_afresh(hard, capsys):
-    hard.Params.MaxTime = 1.5
-    for _ in range(2):
-        started = time.monotonic()
-        with pytest.raises(tso.TessolvError) as caught:
-            hard.optimize()
-        took = time.monotonic() - started
-        assert caught.value.errno == TSO.ABORT_TIME_LIMIT
-        assert 1.2 < took < 1.5 * 1.1 + 1
-        assert hard.SolutionTime == pytest.approx(took, abs=0.5)
-        assert hard.HasSolution == 1
-
-
-def test_a_limit_of_no_time(hard, capsys):
-    hard.Params.MaxTime = 0
-    with pytest.raises(tso.TessolvError) as caught:
-        hard.optimize()
     assert caught.value.errno == TSO.ABORT_TIME_LIMIT
+    assert 1.2 < took < 1.5 * 1.1 + 1
+    assert hard.SolutionTime == pytest.approx(took, abs=0.5)
+    assert hard.HasSolution == 1
 
 
 # ---- Ctrl-C ----
@@ -132,48 +95,6 @@ except tso.TessolvError as error:
     assert lines[-1] == str(TSO.ABORT_TIME_LIMIT)
 
 
-def test_a_handler_of_the_users_own_is_put_back(script):
-    code = """
-seen = []
-signal.signal(signal.SIGINT, lambda *_: seen.append(1))
-m = tso.read(hard, env)
-threading.Timer(1, os.kill, (os.getpid(), signal.SIGINT)).start()
-try:
-    m.optimize()
-except tso.TessolvError as error:
-    say(error.errno)
-before = len(seen)
-os.kill(os.getpid(), signal.SIGINT)
-time.sleep(0.1)
-say(len(seen) - before)
-"""
-    assert script(code) == [str(TSO.ABORT_INTERRUPTED), "1"]
-
-
-def test_runs_on_other_threads_leave_the_handler(script):
-    code = """
-m = tso.read(hard, env)
-m.Params.MaxTime = 3
-codes = []
-def solve():
-    try:
-        m.optimize()
-    except tso.TessolvError as error:
-        codes.append(error.errno)
-thread = threading.Thread(target=solve)
-thread.start()
-time.sleep(0.5)
-try:
-    os.kill(os.getpid(), signal.SIGINT)
-    time.sleep(5)
-except KeyboardInterrupt:
-    say("interrupted")
-thread.join()
-say(*codes)
-"""
-    assert script(code)[-2:] == ["interrupted", str(TSO.ABORT_TIME_LIMIT)]
-
-
 # ---- Models that are gone, models in use ----
 
 
@@ -208,38 +129,6 @@ def test_handles_of_a_disposed_model(read):
     m.dispose()
 
 
-def test_a_disposed_environment_leaves_its_models(read):
-    env = tso.Env(empty=True)
-    env.setParam("OutputFlag", 0)
-    m = tso.read(str(DATA / "lp/afiro.mps"), env)
-    env.dispose()
-    m.optimize()
-    assert m.ObjVal == pytest.approx(-464.7531428571)
-    m.dispose()
-    for act in (lambda: env.setParam("Method", 1), lambda: tso.read(str(DATA / "lp/afiro.mps"), env)):
-        with pytest.raises(tso.TessolvError):
-            act()
-    with pytest.raises(tso.TessolvError):
-        tso.Model("m", env)
-
-
-def test_parameters_reach_the_models_of_an_environment(capsys):
-    env = tso.Env(params={"OutputFlag": 0, "MaxTime": 7.5}, empty=True)
-    m = tso.Model("m", env)
-    assert m.Params.MaxTime == 7.5
-    env.setParam("MaxTime", 8)
-    assert m.Params.MaxTime == 7.5  # it has a copy of its own
-    m.dispose()
-    plain = tso.Model("n", tso.Env(empty=True))
-    assert plain.Params.MaxTime != 7.5  # those of the last environment went with it
-    plain.dispose()
-    with pytest.raises(tso.TessolvError) as caught:
-        tso.Env(params={"MaxTime": -1})
-    assert caught.value.errno == TSO.PARAM_SET_ERROR
-    with pytest.raises(tso.TessolvError):
-        env.setParam("MaxTime", float("nan"))
-
-
 def test_parameters_of_an_environment_that_failed_reach_no_other(capsys, tmp_path):
     for arguments, error in [
         ({"params": {"MaxTime": 7.5, "Method": 99}}, tso.TessolvError),
@@ -252,41 +141,6 @@ def test_parameters_of_an_environment_that_failed_reach_no_other(capsys, tmp_pat
         m = tso.Model("m", tso.Env(empty=True))
         assert m.Params.MaxTime == 1e20, arguments
         m.dispose()
-
-
-def test_one_model_from_two_threads(hard, capsys):
-    """While one thread solves, every call of another one fails or is safe, and the run goes on."""
-    hard.Params.MaxTime = 2
-    outcome = []
-
-    def solve():
-        try:
-            hard.optimize()
-        except tso.TessolvError as error:
-            outcome.append(error.errno)
-
-    thread = threading.Thread(target=solve)
-    thread.start()
-    time.sleep(0.3)
-    x = hard.getVars()[0]
-    refused = 0
-    while thread.is_alive():
-        for act in (
-            lambda: x.X,
-            lambda: setattr(x, "UB", 1.0),
-            lambda: hard.NumVars,
-            lambda: hard.optimize(),
-            lambda: hard.reset(),
-            lambda: hard.copy(),
-            lambda: str(x),
-        ):
-            try:
-                act()
-            except tso.TessolvError as error:
-                refused += error.errno == TSO.ERROR
-    thread.join()
-    assert outcome == [TSO.ABORT_TIME_LIMIT]
-    assert refused > 0
 
 
 def test_disposing_of_a_model_that_another_thread_solves(script):

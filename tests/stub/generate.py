@@ -16,17 +16,10 @@ NAMES = LIBRARY / "include" / "tessolv_functions.h"
 
 # Lengths of the arrays that go in, by function; the shared rows hold where a function has no row of its own.
 SHARED = {
-    "ind": "len",
-    "values": "len",
-    "cind": "numnz",
-    "cval": "numnz",
-    "vind": "numnz",
-    "vval": "numnz",
-    "lind": "numlnz",
-    "lval": "numlnz",
-    "qrow": "numqnz",
-    "qcol": "numqnz",
-    "qval": "numqnz",
+    **dict.fromkeys(("ind", "values"), "len"),
+    **dict.fromkeys(("cind", "cval", "vind", "vval"), "numnz"),
+    **dict.fromkeys(("lind", "lval"), "numlnz"),
+    **dict.fromkeys(("qrow", "qcol", "qval"), "numqnz"),
     "solution": "stub::variables()",
 }
 COLUMNS = dict.fromkeys(("obj", "lb", "ub", "vtype", "names"), "numvars")

@@ -31,6 +31,12 @@ class Stub:
         self.lib.stub_clear()
         return found
 
+    def handle_of(self, model):
+        """The name of a model in the log, which is cleared."""
+        self.clear()
+        model.reset()
+        return self.calls()[0][1]
+
     def fail(self, function, code, nth=1):
         """Makes the nth call from now of a function answer a code; functions that give a handle give null."""
         self.lib.stub_fail(function.encode(), nth, code)

@@ -168,6 +168,12 @@ def model(stub):
 
 
 @pytest.fixture
+def mdl(stub, model):
+    """The model's name in the log."""
+    return stub.handle_of(model)
+
+
+@pytest.fixture
 def xyz(stub, env):
     """Three variables, all of which are called v."""
     import tessolvpy

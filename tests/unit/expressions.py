@@ -1,4 +1,4 @@
-"""What the tests of expressions look at."""
+"""What the tests of expressions look at, and how calls are refused."""
 
 import pytest
 import tessolvpy as tso
@@ -17,3 +17,9 @@ def refusal(act, *arguments):
     with pytest.raises(Exception) as caught:
         act(*arguments)
     return type(caught.value), str(caught.value)
+
+
+def raises(exception, text, act, *arguments):
+    with pytest.raises(exception) as caught:
+        act(*arguments)
+    assert caught.value.args == (text,)

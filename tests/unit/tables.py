@@ -1,5 +1,8 @@
 """The promised names and numbers, written down a second time, so that a slip in a table of the code is seen."""
 
+LISTS = ["getVars", "getConstrs", "getQConstrs", "getSOSs", "getGenConstrs", "getPsdVars", "getPsdConstrs"]
+COUNTS = ["NumConstrs", "NumVars", "NumPsdVars", "NumSOS", "NumGenConstrs"]  # in the order in which they are asked for
+
 # fmt: off
 PARAMETERS = {
     "int": """

@@ -1,7 +1,5 @@
 """Rows, objective and removal: the exact calls, what is refused, and the handles afterwards."""
 
-import gc
-
 import pytest
 import tessolvpy as tso
 from expressions import refusal, terms
@@ -291,23 +289,3 @@ def test_handles_that_stand_for_nothing_here(stub, built):
         assert any(c[4][0] < 0 for c in written)
         m.setObjective(x * v)
         assert min(min(c[3] + c[4]) for c in stub.calls() if c[0] == "TSOaddqpterms") < 0
-
-
-def test_failing_rows(stub, built):
-    m, (x, y, _), _ = built
-    m.addConstr(x <= 1)
-    for act in (
-        lambda: m.addConstr(x <= 1, "n"),
-        lambda: m.addRange(x + y, 0, 1),
-        lambda: m.addLConstr(x, "<", 1),
-        lambda: m.addConstrs((x <= i for i in range(3)), "n"),
-    ):
-        before = state(m)
-        stub.fail("TSOaddrangeconstr", -2003)
-        with pytest.raises(tso.TessolvError) as caught:
-            act()
-        assert caught.value.errno == -2003
-        caught = None
-        gc.collect()
-        assert state(m) == before
-        act()

@@ -179,20 +179,3 @@ def test_refused_before_anything_changes(stub, built):
     assert [v.index for v in made.values()] == [4, 5]
     with pytest.raises(TypeError):
         tso.Model(empty=True).addVars(2)
-
-
-def test_failing_calls(stub, built):
-    m, (a, _, _) = built
-    for function, act in [
-        ("TSOaddvar", lambda: m.addVar(name="x")),
-        ("TSOaddvar", lambda: m.addVar(column=tso.Column(1, a))),
-        ("TSOaddvars", lambda: m.addVars(2, 3, lb=1, name="x")),
-    ]:
-        before = state(m)
-        stub.fail(function, -2003)
-        with pytest.raises(tso.TessolvError) as caught:
-            act()
-        assert caught.value.errno == -2003
-        assert state(m) == before
-        act()
-        assert len(m.getVars()) == len(before[1][0]) + (6 if function == "TSOaddvars" else 1)

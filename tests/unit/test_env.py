@@ -39,36 +39,29 @@ def test_parameters_come_before_the_environment(stub, capsys):
     assert capsys.readouterr().out == "No parameters matching 'nosuch' found\n"
 
 
-@pytest.mark.parametrize(
-    ("arguments", "message"),
-    [
+def test_wrong_types(stub):
+    for arguments, message in [
         ({"params": [1]}, "Argument 'params' has incorrect type (expected dict, got list)"),
         ({"logfilename": 3}, "Argument 'logfilename' has incorrect type (expected str, got int)"),
         ({"logfilename": b"x"}, "Argument 'logfilename' has incorrect type (expected str, got bytes)"),
-    ],
-)
-def test_wrong_types(stub, arguments, message):
-    with pytest.raises(TypeError) as caught:
-        tso.Env(**arguments)
-    assert str(caught.value) == message
-    assert stub.calls() == []
-
-
-def test_refused_before_any_call(stub):
-    for arguments in ({"empty": "x"}, {"empty": object()}, {"empty": None}, {"logfilename": None}, {"nosuch": 1}):
-        with pytest.raises(TypeError):
+        ({"empty": "x"}, None),
+        ({"empty": object()}, None),
+        ({"empty": None}, None),
+        ({"logfilename": None}, None),
+        ({"nosuch": 1}, None),
+    ]:
+        with pytest.raises(TypeError) as caught:
             tso.Env(**arguments)
-    with pytest.raises(OverflowError):
-        tso.Env(empty=2**40)
-    with pytest.raises(UnicodeEncodeError):
-        tso.Env("\ud800")
+        assert message in (None, str(caught.value))
+    for error, arguments in [(OverflowError, {"empty": 2**40}), (UnicodeEncodeError, {"logfilename": "\ud800"})]:
+        with pytest.raises(error):
+            tso.Env(**arguments)
     assert stub.calls() == []
-    with pytest.raises((TypeError, ValueError)):
-        tso.Env(params={"Method": "abc"})
-    assert stub.calls() == [("TSOresetparams", "null")]
 
 
-def test_params_that_change_meanwhile(stub):
+def test_parameters_are_dropped_when_the_construction_fails(stub, capsys):
+    """What was set for an environment that did not come about must not reach the next one."""
+
     class Greedy:
         def __index__(self):
             params["Presolve"] = 1
@@ -79,11 +72,10 @@ def test_params_that_change_meanwhile(stub):
     params = {"Method": Greedy()}
     with pytest.raises(RuntimeError, match="dictionary changed size during iteration"):
         tso.Env(params=params)
-    # What was set for an environment that did not come about must not reach the next one.
     assert stub.calls() == [("TSOsetintparam", "null", "Method", 1), ("TSOresetparams", "null")]
-
-
-def test_parameters_are_dropped_with_a_log_file_name_that_is_none(stub, capsys):
+    with pytest.raises((TypeError, ValueError)):
+        tso.Env(params={"Method": "abc"})
+    assert stub.calls() == [("TSOresetparams", "null")]
     with pytest.raises(TypeError):
         tso.Env(None, params={"MaxTime": 1})
     assert stub.names() == ["TSOsetdblparam", "TSOresetparams"]
@@ -118,10 +110,6 @@ def test_start_acts_on_loaded_environments_only(stub):
     assert loaded.start() is None
     assert empty.start() is None
     assert [call[0] for call in stub.calls()] == ["TSOstartenv"]
-    stub.fail("TSOstartenv", -10)
-    with pytest.raises(tso.TessolvError) as caught:
-        loaded.start()
-    assert caught.value.errno == -10
 
 
 def test_parameters_of_an_environment(stub, env, capsys):
@@ -140,10 +128,6 @@ def test_parameters_of_an_environment(stub, env, capsys):
         ("TSOwriteparams", handle, "a.prm"),
     ]
     assert capsys.readouterr().out == "Set parameter MaxTime to value 3\nSet parameter Method to value 1\n"
-    stub.fail("TSOwriteparams", -1002)
-    with pytest.raises(tso.TessolvError) as caught:
-        env.writeParams("a.prm")
-    assert caught.value.errno == -1002
     with pytest.raises(TypeError):
         env.writeParams(None)
 
@@ -156,14 +140,6 @@ def test_dispose_frees_once_and_keeps_the_stale_handle(stub, env, capsys):
     assert stub.calls() == [("TSOfreeenv", handle)]
     env.setParam("Method", 0)  # not guarded: the library answers for a freed handle
     assert stub.calls() == [("TSOsetintparam", handle, "Method", 0)]
-
-
-def test_deleting_the_name_does_not_free(stub):
-    made = tso.Env()
-    stub.clear()
-    del made
-    gc.collect()
-    assert stub.calls() == []
 
 
 def test_nothing_else_is_visible(env):

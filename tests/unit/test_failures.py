@@ -5,8 +5,8 @@ import gc
 import pytest
 import tables
 import tessolvpy as tso
+from tables import LISTS
 
-LISTS = ["getVars", "getConstrs", "getQConstrs", "getSOSs", "getGenConstrs", "getPsdVars", "getPsdConstrs"]
 CODES = [code for code in tables.CODES.values() if code] + [1, 12345, -(2**31)]
 # Their results are ignored, or they have none.
 SILENT = {"TSOfreeenv", "TSOfreemodel", "TSOresetparams", "TSOversion", "TSOmsg", "TSOexplainerror", "TSOgetenv"}
@@ -46,6 +46,13 @@ OPERATIONS = {
     "message": lambda m, e: m.message("a"),
     "read": lambda m, e: m.read("a.sol"),
     "write": lambda m, e: m.write("a.sol"),
+    "variable": lambda m, e: m.addVar(name="x"),
+    "variable of a column": lambda m, e: m.addVar(column=tso.Column(1, m.getConstrs()[0])),
+    "variables": lambda m, e: m.addVars(2, 3, lb=1, name="x"),
+    "row": lambda m, e: m.addConstr(m.getVars()[0] <= 1, "n"),
+    "range": lambda m, e: m.addRange(m.getVars()[0] + m.getVars()[1], 0, 1),
+    "linear row": lambda m, e: m.addLConstr(m.getVars()[0], "<", 1),
+    "generated rows": lambda m, e: m.addConstrs((x <= 1 for x in m.getVars()[:1]), "n"),
 }
 
 

@@ -1,20 +1,13 @@
 """tupledict and multidict: queries over keys, sums and products of values, columns out of a mapping."""
 
 import collections
-import operator
 
 import pytest
 import tessolvpy as tso
+from expressions import raises
 from tessolvpy import multidict, tupledict, tuplelist
 
 MIXED = b"Cannot mix scalar and tuple values in a tuplelist"
-needs_expressions = pytest.mark.skipif(not hasattr(tso, "quicksum"), reason="there are no expressions yet")
-
-
-def raises(exception, text, act, *arguments):
-    with pytest.raises(exception) as caught:
-        act(*arguments)
-    assert caught.value.args == (text,)
 
 
 def value(expression):
@@ -45,68 +38,33 @@ def test_construction():
 
 def test_queries():
     made = sample()
-    assert made.select(1) == [3, 5] and made.select("*", 2) == [3, 4] and made.select(1, "*") == [3, 5]
-    assert made.select() == made.select("*") == made.select("*", "*") == [3, 4, 5]
+    assert made.select() == made.select("*") == made.select("*", "*") == made.select([2, 1]) == [3, 4, 5]
     assert made.select(9) == made.select(1, 2, 3) == tupledict().select() == tupledict().select(1) == []
     assert type(made.select(1)) is list
     assert value(made.sum()) == 12.0 and value(made.sum("*", 2)) == 7.0 and value(tupledict().sum()) == 0.0
-    assert made.select([2, 1]) == [3, 4, 5]
     nan = float("nan")
     odd = tupledict({(nan, 1): 5, (1, 1): 6})
     assert odd.select(nan) == [5] and odd.select(nan, 1) == [] and odd.select([nan, 1], 1) == []
     assert tupledict({(1, "a"): 1, (1, ("x",)): 2}).select(1) == [1, 2]
 
 
-CHANGES = {
-    "store": lambda d: d.__setitem__((1, 9), 9),
-    "delete": lambda d: d.__delitem__((1, 2)),
-    "clear": lambda d: d.clear(),
-    "pop": lambda d: d.pop((1, 2)),
-    "pop by name": lambda d: d.pop(key=(1, 2)),
-    "popitem": lambda d: d.popitem(),
-    "update": lambda d: d.update({(1, 9): 9}),
-    "or": lambda d: operator.ior(d, {(1, 9): 9}),
-}
-
-
-@pytest.mark.parametrize("name", CHANGES)
-def test_changes_are_seen_by_the_next_query(name):
-    made = sample()
-    assert made.select(1) == [3, 5]
-    if name == "pop by name":
-        assert CHANGES[name](made) == 3
-    else:
-        plain = dict(sample())
-        expected, result = CHANGES[name](plain), CHANGES[name](made)
-        assert result is made if expected is plain else result == expected
-        assert made == plain
-    assert made.select(1) == [v for k, v in made.items() if k[0] == 1]
-    assert made.select() == list(made.values())
-
-
-def test_update_takes_what_dict_takes():
+def test_changes_that_differ_from_those_of_dict():
     made = tupledict(a=1)
     assert made.update([("b", 2)], c=3) is None and made == {"a": 1, "b": 2, "c": 3}
-    with pytest.raises(TypeError):
-        made.update(1, 2)
-
-
-def test_setdefault_returns_none():
-    made = tupledict(a=1)
-    assert made.setdefault("a", 5) is None and made.setdefault("b", 6) is None and made.setdefault(key="c") is None
-    assert made == {"a": 1, "b": 6, "c": None}
+    assert made.setdefault("a", 5) is None and made.setdefault(key="d") is None and made["d"] is None
+    assert made.select() == [1, 2, 3, None] and made.pop(key="d") is None and made.select() == [1, 2, 3]
+    before = dict(made)
     raises(TypeError, "unhashable type: 'list'", made.setdefault, [])
-
-
-def test_failing_changes_and_arguments():
-    made = sample()
     raises(KeyError, (9, 9), made.pop, (9, 9))
     raises(KeyError, (9, 9), made.__delitem__, (9, 9))
-    with pytest.raises(TypeError):
-        made.pop((1, 2), None)
-    with pytest.raises(KeyError):
-        tupledict().popitem()
-    assert made == sample()
+    for error, act in [
+        (TypeError, lambda: made.update(1, 2)),
+        (TypeError, lambda: made.pop("a", None)),
+        (KeyError, tupledict().popitem),
+    ]:
+        with pytest.raises(error):
+            act()
+    assert made == before
     for plain in (made.copy(), made | {}):
         assert type(plain) is dict and plain == made
 
@@ -171,15 +129,10 @@ def test_products():
     raises(TypeError, "can't multiply sequence by non-int of type 'float'", tupledict(a=1.5).prod, {"a": "x"})
     raises(TypeError, "bad type for quicksum: str", tupledict(a=2).prod, {"a": "x"})
     # A product that fails does so before one that cannot be added.
-    raises(
-        TypeError,
-        "can't multiply sequence by non-int of type 'float'",
-        tupledict(a=2, b=1.5).prod,
-        {"a": "x", "b": "x"},
-    )
+    text = "can't multiply sequence by non-int of type 'float'"
+    raises(TypeError, text, tupledict(a=2, b=1.5).prod, {"a": "x", "b": "x"})
 
 
-@needs_expressions
 def test_sums_and_products_of_variables(model):
     x, y, z = model.getVars()
     made = tupledict({(1, 1): x, (1, 2): y, (2, 1): z})
@@ -211,15 +164,7 @@ def test_multidict():
     assert multidict({"a": [1, 2, 3], "b": [4]}) == [["a", "b"], {"a": 1, "b": 4}]
     assert multidict(d={"a": [1, 2], "b": 3}) == [["a", "b"], {"a": [1, 2], "b": 3}]
     assert multidict({"a": "xy"}) == [["a"], {"a": "xy"}]
-    assert (
-        multidict({"a": []})
-        == multidict(
-            {
-                "a": [],
-            }
-        )
-        == [["a"], {}]
-    )
+    assert multidict({"a": []}) == [["a"], {}]
     assert multidict({"a": [1], "b": []}) == [["a", "b"], {}]
     keys, cost, cap = multidict({(1, 2): [3, 4], (1, 3): [5, 6]})
     assert keys.select("*", 3) == [(1, 3)] and cost.select(1) == [3, 5] and value(cap.sum()) == 10.0
@@ -234,14 +179,10 @@ def test_multidict_refuses():
             multidict(wrong)
         assert str(caught.value).replace("tessolvpy.", "").replace("collections.", "") == text
 
-
-def test_multidict_of_nothing():
-    with pytest.raises(MemoryError):
-        multidict({})
-
     class Endless(list):
         def __len__(self):
             return 1_900_000_000
 
-    with pytest.raises(MemoryError):
-        multidict({"a": Endless()})
+    for wrong in ({}, {"a": Endless()}):
+        with pytest.raises(MemoryError):
+            multidict(wrong)

@@ -1,17 +1,18 @@
-"""The library by itself, through its C interface."""
+"""What the tests of several folders share: their helper modules, and libtessolv by itself through its C interface."""
 
 import sys
 from pathlib import Path
 
 import pytest
 
-sys.path[:0] = [str(Path(__file__).resolve().parent)]
-
-import capi  # noqa: E402
+HERE = Path(__file__).resolve().parent
+sys.path[:0] = [str(HERE / folder) for folder in ("library", "engine", "io")]
 
 
 @pytest.fixture(scope="session")
 def dll():
+    import capi
+
     library = capi.load()
     if library is None:
         pytest.fail("no libtessolv.so: install the package, or set TESSOLV_LIBRARY")
@@ -20,6 +21,8 @@ def dll():
 
 @pytest.fixture
 def library(dll):
+    import capi
+
     made = capi.Library(dll)
     yield made
     made.close()
@@ -33,6 +36,7 @@ def model(library):
 @pytest.fixture
 def fails():
     """fails(code, call, *args): the call fails with that code."""
+    import capi
 
     def check(code, call, *args, **keywords):
         with pytest.raises(capi.Failed) as failure:
@@ -40,3 +44,10 @@ def fails():
         assert failure.value.code == code, failure.value
 
     return check
+
+
+@pytest.fixture
+def files(library, tmp_path):
+    import files
+
+    return files.Files(library, tmp_path)

@@ -1,0 +1,51 @@
+"""What the tests of leaks share: how much a loop leaves behind, and refusals that leave no traceback to pytest."""
+
+import gc
+import sys
+
+import tessolvpy as tso
+
+ERRORS = (
+    TypeError, ValueError, IndexError, KeyError, AttributeError, RuntimeError, NotImplementedError, ZeroDivisionError,
+    MemoryError,
+)  # fmt: skip
+
+
+def refused(act, errors=ERRORS):
+    """The call, which must end in one of the errors."""
+
+    def run(*arguments):
+        try:
+            act(*arguments)
+        except errors:
+            return
+        raise AssertionError("was not refused")
+
+    return run
+
+
+def check_growth(act, watched, times=200):
+    """No reference to what is watched and no block of memory stays with each call: the least of a few rounds counts,
+    since types that come and go leave some noise behind."""
+    watched = [*watched, None, tso]
+
+    def loop(times):
+        for _ in range(times):
+            act()
+        gc.collect()
+        return [sys.getrefcount(one) for one in watched], sys.getallocatedblocks()
+
+    loop(20)
+    grown = []
+    for _ in range(4):
+        references, blocks = loop(times // 4)
+        references_after, blocks_after = loop(times)
+        grown.append((blocks_after - blocks, max(b - a for a, b in zip(references, references_after))))
+    assert min(blocks for blocks, _ in grown) < times / 2, "a block for each call"
+    assert min(references for _, references in grown) < times * 0.3, "a reference for each call"
+
+
+def resident():
+    """The process's memory in bytes: buffers outside Python's allocator show there."""
+    with open("/proc/self/statm") as file:
+        return int(file.read().split()[1]) * 4096
