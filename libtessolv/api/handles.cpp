@@ -137,12 +137,4 @@ int close(Handle h, Kind kind) noexcept {
     }
 }
 
-int peek(Handle h, Kind kind) noexcept {
-    const Slot* const slot = kind_of(h) == kind ? slot_of(h) : nullptr;
-    if (!slot || slot->handle.load(std::memory_order_relaxed) != h)
-        return TSO_INVALID_ARGUMENT;
-    const uintptr_t owner = slot->owner.load(std::memory_order_relaxed);
-    return owner == 0 || owner == this_thread() ? TSO_OKAY : TSO_ERROR;
-}
-
 } // namespace tso::api

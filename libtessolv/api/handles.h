@@ -115,7 +115,13 @@ Handle open(Kind kind, void* object);
 // Frees the object, at once or, if a run of it is under way, when that ends.
 int close(Handle h, Kind kind) noexcept;
 // Whether a handle is valid and no other thread is inside. For calls that touch nothing of the object.
-int peek(Handle h, Kind kind) noexcept;
+inline int peek(Handle h, Kind kind) noexcept {
+    const Slot* const slot = kind_of(h) == kind ? slot_of(h) : nullptr;
+    if (!slot || slot->handle.load(std::memory_order_relaxed) != h)
+        return TSO_INVALID_ARGUMENT;
+    const uintptr_t owner = slot->owner.load(std::memory_order_relaxed);
+    return owner == 0 || owner == this_thread() ? TSO_OKAY : TSO_ERROR;
+}
 
 // Defined where the types of the objects are known.
 void destroy(Kind kind, void* object) noexcept;

@@ -36,23 +36,20 @@ public:
         return i;
     }
 
-    // The same for a NUL-terminated name, which may be of any length.
+    // The same for a NUL-terminated name, which may be of any length. Most names have eight letters at most: these are
+    // packed into one word, which is all that is hashed and compared.
     static int find_text(const char* name) {
-        uint64_t h = kTable.seed;
-        size_t n = 0;
-        for (; name[n]; ++n) {
-            if (n == kLongest)
-                return -1;
-            h = step(h, name[n]);
+        uint64_t word = 0;
+        for (size_t n = 0; n < kWord; ++n) {
+            if (!name[n])
+                return find_word(word);
+            word |= uint64_t{fold(name[n])} << (8 * n);
         }
-        const int i = kTable.slot[place(h)];
-        if (i == kNone || Rows[i].name.size() != n)
-            return -1;
-        const char* row = Rows[i].name.data();
-        for (size_t k = 0; k < n; ++k)
-            if (fold(name[k]) != fold(row[k]))
+        size_t n = kWord;
+        while (name[n])
+            if (n++ == kLongest)
                 return -1;
-        return i;
+        return n == kWord ? find_word(word) : find({name, n});
     }
 
 private:
@@ -96,6 +93,47 @@ private:
         return table;
     }
     static constexpr Table kTable = make();
+
+    // The names of one word, again by a perfect hash.
+    static constexpr size_t kWord = 8;
+    static constexpr int kWordBits = 9;
+    struct WordTable {
+        struct Slot {
+            uint64_t word; // 0 where free, which no name gives
+            int row;
+        };
+        uint64_t factor;
+        std::array<Slot, 1 << kWordBits> slot;
+    };
+    static constexpr size_t word_place(uint64_t word, uint64_t factor) {
+        return static_cast<size_t>((word * factor) >> (64 - kWordBits));
+    }
+    static constexpr bool fill(WordTable& table) {
+        table.slot.fill({0, -1});
+        for (size_t i = 0; i < kCount; ++i) {
+            if (Rows[i].name.size() > kWord)
+                continue;
+            uint64_t word = 0;
+            for (size_t n = 0; n < Rows[i].name.size(); ++n)
+                word |= uint64_t{fold(Rows[i].name[n])} << (8 * n);
+            auto& slot = table.slot[word_place(word, table.factor)];
+            if (slot.word != 0)
+                return false;
+            slot = {word, static_cast<int>(i)};
+        }
+        return true;
+    }
+    static constexpr WordTable make_words() {
+        WordTable table{};
+        for (table.factor = 0x9E3779B97F4A7C15u; !fill(table); table.factor += 0x2545F4914F6CDD1Eu)
+            ;
+        return table;
+    }
+    static constexpr WordTable kWords = make_words();
+    static int find_word(uint64_t word) {
+        const auto& slot = kWords.slot[word_place(word, kWords.factor)];
+        return slot.word == word ? slot.row : -1;
+    }
 };
 
 } // namespace tso

@@ -19,8 +19,10 @@ std::vector<char> marks_of(int count, const int* ind, int size, int code) {
 std::vector<int> renumbering(const std::vector<char>& gone) {
     std::vector<int> new_index(gone.size());
     int next = 0;
-    for (size_t i = 0; i < gone.size(); ++i)
-        new_index[i] = gone[i] ? -1 : next++;
+    for (size_t i = 0; i < gone.size(); ++i) {
+        new_index[i] = gone[i] ? -1 : next;
+        next += gone[i] == 0;
+    }
     return new_index;
 }
 
@@ -55,7 +57,7 @@ void Model::delete_cols(int count, const int* ind) {
         return;
 
     for (size_t j = 0; j < gone.size(); ++j)
-        num_discrete_ -= gone[j] && cols_.type[j] != TSO_CONTINUOUS;
+        num_discrete_ -= (gone[j] != 0) & (cols_.type[j] != TSO_CONTINUOUS);
     erase_marked(cols_.lower, gone);
     erase_marked(cols_.upper, gone);
     erase_marked(cols_.cost, gone);
@@ -63,7 +65,7 @@ void Model::delete_cols(int count, const int* ind) {
     erase_marked(cols_.start, gone);
     erase_marked(cols_.basis, gone);
     cols_.names.erase(gone);
-    rows_.matrix.erase_columns(gone, new_index);
+    rows_.matrix.erase_columns(new_index);
 
     const size_t terms = quadratic_.size();
     erase_terms(quadratic_, gone, new_index);

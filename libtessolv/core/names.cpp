@@ -1,5 +1,7 @@
 #include "core/names.h"
 
+#include "core/growth.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -100,6 +102,10 @@ void Names::set(int i, std::string_view name) {
 }
 
 void Names::erase(const std::vector<char>& gone) {
+    if (named_ == 0) {
+        erase_marked(offsets_, gone);
+        return drop_table();
+    }
     size_t kept = 0;
     for (size_t i = 0; i < offsets_.size(); ++i) {
         if (!gone[i]) {

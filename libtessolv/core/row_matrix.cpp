@@ -122,18 +122,17 @@ void RowMatrix::erase_rows(const std::vector<char>& gone) {
     compact();
 }
 
-void RowMatrix::erase_columns(const std::vector<char>& gone, const std::vector<int>& new_index) {
+void RowMatrix::erase_columns(const std::vector<int>& new_index) {
     for (int i = 0; i < rows(); ++i) {
         Run& r = run(i);
         int* const col = columns_at(r.begin);
         double* const val = values_at(r.begin);
         int kept = 0;
         for (int k = 0; k < r.len; ++k) {
-            const auto j = static_cast<size_t>(col[k]);
-            if (!gone[j]) {
-                col[kept] = new_index[j];
-                val[kept++] = val[k];
-            }
+            const int j = new_index[static_cast<size_t>(col[k])];
+            col[kept] = j; // written in any case: that costs less than a branch that nobody can foresee
+            val[kept] = val[k];
+            kept += j >= 0;
         }
         entries_ -= r.len - kept;
         r.len = kept;

@@ -47,7 +47,7 @@ public:
     void append_entry(int i, int j, double v); // j above every column of row i
     void set(int i, int j, double v);          // 0 takes the entry out
     void erase_rows(const std::vector<char>& gone);
-    void erase_columns(const std::vector<char>& gone, const std::vector<int>& new_index);
+    void erase_columns(const std::vector<int>& new_index); // -1 for those that go
     void truncate_rows(int rows);
     void truncate_columns(int cols); // takes out the entries of columns `cols` and above
     void reserve_more(int rows, int64_t entries);

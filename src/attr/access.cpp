@@ -22,10 +22,35 @@ const AttrRow* find_attr(Borrowed name) {
     return kAttrIndex.find(kAttrs, {text, static_cast<std::size_t>(PyUnicode_GET_LENGTH(name))});
 }
 
+namespace {
+
+// Names that stand in code are interned, and so the same object at every run of the code: what was found for one is
+// kept beside it, by its address. Each place holds its name, so that no other object can come to have that address.
+struct KnownName {
+    PyObject* name;
+    const AttrRow* row;
+};
+constexpr std::size_t kKnownNames = 64;
+KnownName g_known[kKnownNames];
+
+const AttrRow* find_known(Borrowed name) {
+    KnownName& known = g_known[(reinterpret_cast<std::uintptr_t>(name) >> 4) % kKnownNames];
+    if (known.name == name) [[likely]]
+        return known.row;
+    const AttrRow* row = find_attr(name);
+    if (row && PyUnicode_CheckExact(name) && PyUnicode_CHECK_INTERNED(name)) {
+        known.row = row;
+        assign(known.name, Ref::borrow(name));
+    }
+    return row;
+}
+
+} // namespace
+
 void raise_no_attribute(Borrowed name) { raise(PyExc_AttributeError, "Attribute `%S` does not exist", name); }
 
 Attribute resolve_attribute(TSOmodel model, Borrowed name, Kind kind) {
-    const AttrRow* row = find_attr(name);
+    const AttrRow* row = find_known(name);
     if (!row)
         raise_no_attribute(name);
     int type = 0, owner = 0, flag = 0;

@@ -24,6 +24,24 @@ void SumBuilder::add(Borrowed item) {
     }
 }
 
+Py_ssize_t SumBuilder::add_leading_vars(PyObject* const* items, Py_ssize_t size) {
+    const PyTypeObject* var = state().var;
+    if (size == 0 || Py_TYPE(items[0]) != var || size > INT32_MAX / 4) // too many: the ordinary way finds that out
+        return 0;
+    // Where the first is a Var, mostly all are: there is room for them at once.
+    PyObject** vars = linear_->vars.grow(static_cast<int>(size));
+    double* coeffs = linear_->coeffs.grow(static_cast<int>(size));
+    int count = 0;
+    for (; count < size && Py_TYPE(items[count]) == var; ++count) {
+        Py_INCREF(items[count]);
+        vars[count] = items[count];
+        coeffs[count] = 1.0;
+    }
+    linear_->vars.take_in(count);
+    linear_->coeffs.take_in(count);
+    return count;
+}
+
 void SumBuilder::add_quadexpr(const QuadExpr& expr) {
     if (expr.size() > 0) {
         if (quad_) {
@@ -47,7 +65,8 @@ Ref quicksum(Borrowed data) {
     SumBuilder sum;
     if (PyList_CheckExact(data) || PyTuple_CheckExact(data)) {
         // The size is asked at every step: a number's conversion may run Python code that changes the list.
-        for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(data); ++i) {
+        for (Py_ssize_t i = sum.add_leading_vars(PySequence_Fast_ITEMS(data), PySequence_Fast_GET_SIZE(data));
+             i < PySequence_Fast_GET_SIZE(data); ++i) {
             Ref item = Ref::borrow(PySequence_Fast_GET_ITEM(data, i));
             sum.add(item.get());
         }

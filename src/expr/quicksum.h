@@ -12,6 +12,8 @@ public:
 
     // A QuadExpr, LinExpr, Var or number; TypeError "bad type for quicksum: {}" for anything else.
     void add(Borrowed item);
+    // The exact Vars with which an array of items begins, at once; how many these are.
+    Py_ssize_t add_leading_vars(PyObject* const* items, Py_ssize_t size);
     // coeff * var for an exact Var; a zero coefficient adds nothing.
     void add_scaled(double coeff, Borrowed var) { add_term(*linear_, coeff, var); }
     void add_var(Borrowed var) {

@@ -237,6 +237,11 @@ public:
             vector_size_ = size;
     }
     void set_size(int size) { size_ = size; }
+    // Takes in `count` items that were written where grow told.
+    void take_in(int count) {
+        set_vector_size(vector_size() + count);
+        size_ += count;
+    }
 
     void swap(Store& other) noexcept {
         char hold[sizeof(Store)];

@@ -7,7 +7,8 @@
 #include "py/args.h"
 #include "solver/check.h"
 
-#include <unordered_map>
+#include <algorithm>
+#include <vector>
 
 namespace tsp {
 namespace {
@@ -33,18 +34,24 @@ double read_cost(TSOmodel mdl, int index) {
 Ref name(const char* text) { return chars2str(text); }
 
 void write_linear(Model& self, const LinExpr& e) {
-    // Terms of one variable are added up; variables come in the order of their first term.
+    // Terms of one variable are added up; variables come in the order of their first term. `places` has one more than
+    // where the cost of each index stands, 0 for those without one; what is not in the model, and ends the writing,
+    // comes first.
+    auto n = static_cast<std::size_t>(e.size());
     std::vector<std::pair<int, double>> costs;
-    std::unordered_map<int, std::size_t> places;
-    costs.reserve(static_cast<std::size_t>(e.size()));
-    places.reserve(static_cast<std::size_t>(e.size()));
-    for (int i = 0; i < e.size(); ++i) {
+    costs.reserve(n);
+    std::vector<std::size_t> places(static_cast<std::size_t>(PyList_GET_SIZE(mirror(self.vars_))) + 1);
+    for (std::size_t i = 0; i < n; ++i) {
         int index = index_in(self, e.vars.data()[i]);
-        auto [place, fresh] = places.try_emplace(index, costs.size());
-        if (fresh)
+        auto at = static_cast<std::size_t>(std::max(index, -1) + 1);
+        if (at >= places.size())
+            places.resize(at + 1);
+        if (places[at] == 0) {
             costs.emplace_back(index, e.coeffs.data()[i]);
-        else
-            costs[place->second].second += e.coeffs.data()[i];
+            places[at] = costs.size();
+        } else {
+            costs[places[at] - 1].second += e.coeffs.data()[i];
+        }
     }
     for (auto [index, cost] : costs)
         write_cost(self.mdl_, index, cost);
