@@ -7,7 +7,8 @@ a first run that warms the memory; the libraries take turns, round by round. The
 made before the clock starts; the time runs from an empty model until the solver library has it: HiGHS's model for
 highspy, PyOptInterface and linopy (`to_highspy`), the solver's input data for CVXPY, the model proto for OR-Tools, the
 library behind the module for us. Every library uses the form its own guide recommends (matrices/); one that has none
-for a case is left out there, and so are peers that are not installed. --parts tells where our own time goes.
+for a case is left out there, and so are peers that are not installed; what takes long runs once. The variables live on
+when the clock stops, as their user holds them. --parts tells where our own time goes, line by line.
 
 What is needed: python -m pip install scipy highspy pyoptinterface linopy ortools cvxpy highsbox
 """

@@ -16,7 +16,7 @@ dense_rows = sparse_rows
 def quadratic(q):
     m = highs.Model()
     x = m.add_m_variables(q.shape[0], lb=0.0)
-    # x @ q @ x makes a Python object of each cell and takes a hundred times as long.
+    # x @ q @ x makes a Python object of each cell and takes some ninety times as long.
     columns = np.array([v.index for v in x])
     n = len(columns)
     terms = q.ravel().tolist(), np.repeat(columns, n).tolist(), np.tile(columns, n).tolist()
