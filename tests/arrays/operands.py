@@ -4,7 +4,10 @@ import numpy as np
 import tessolvpy as tso
 
 SHAPES = [(), (3,), (1,), (2, 3), (2, 1), (1, 3), (2, 2, 3), (0,), (0, 3)]
-PAIRS = [(p, q) for p in SHAPES for q in SHAPES if len(p) < 3 or len(q) < 3 or p == q] + [((2,), (3,)), ((3, 2), (2, 3))]
+PAIRS = [(p, q) for p in SHAPES for q in SHAPES if len(p) < 3 or len(q) < 3 or p == q] + [
+    ((2,), (3,)),
+    ((3, 2), (2, 3)),
+]
 
 
 def numbers(rng, shape, dtype=float):

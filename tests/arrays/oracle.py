@@ -55,9 +55,7 @@ def value_of(x, values):
     if isinstance(x, tso.LinExpr):
         return x.getConstant() + sum(x.getCoeff(i) * values[x.getVar(i).index] for i in range(x.size()))
     if isinstance(x, tso.QuadExpr):
-        products = (
-            x.getCoeff(i) * values[x.getVar1(i).index] * values[x.getVar2(i).index] for i in range(x.size())
-        )
+        products = (x.getCoeff(i) * values[x.getVar1(i).index] * values[x.getVar2(i).index] for i in range(x.size()))
         return value_of(x.getLinExpr(), values) + sum(products)
     return x.toarray() if sp.issparse(x) else np.asarray(x, float)
 

@@ -90,7 +90,9 @@ def test_attributes_through_arrays(model, x):
 def test_values_of_another_number_write_nothing(x, name, values):
     before = [x.getAttr(n).tolist() for n in ("lb", "ub", "obj", "VarName", "vtype")]
     with pytest.raises(ValueError, match="values given for 6 elements|inhomogeneous"):
-        x.setAttr(name, [str(v) for v in values] if name in ("VarName", "vtype") and not sp.issparse(values) else values)
+        x.setAttr(
+            name, [str(v) for v in values] if name in ("VarName", "vtype") and not sp.issparse(values) else values
+        )
     assert [x.getAttr(n).tolist() for n in ("lb", "ub", "obj", "VarName", "vtype")] == before
 
 
@@ -118,7 +120,9 @@ def test_empty_arrays(model, x):
         for name in ("X", "no such name"):
             assert (empty.getAttr(name).dtype, empty.getAttr(name).shape) == (object, (0,))
             setattr(empty, name, [1, 2])
-        text = f"{type(empty).__name__} contains more than 1 " + ("variable" if type(empty) is tso.MVar else "constraint")
+        text = f"{type(empty).__name__} contains more than 1 " + (
+            "variable" if type(empty) is tso.MVar else "constraint"
+        )
         assert oracle.outcome(empty.item) == ("ValueError", text)
         model.remove(empty)
     rows = model.addConstr(x[:0] <= 1, name="none")
@@ -146,7 +150,14 @@ def test_views_share_and_copies_do_not(model):
     other = list(v)[6]
     x = tso.MVar.new(cells)
     views = [x.T, x.reshape(3, 2), x[0], x[:, ::2], x.transpose(), x.reshape((6,)), x[...], x.diagonal()]
-    copies = [x.copy(), x[[0]], x.reshape(-1, order="F"), tso.MVar.new(cells.tolist()), tso.MVar.fromlist(cells), x[0, 0]]
+    copies = [
+        x.copy(),
+        x[[0]],
+        x.reshape(-1, order="F"),
+        tso.MVar.new(cells.tolist()),
+        tso.MVar.fromlist(cells),
+        x[0, 0],
+    ]
     cells[0, 0] = other
     assert all(view.reshape(-1)[0].item() is other for view in views)
     assert all(copy.reshape(-1)[0].item() is not other for copy in copies)
@@ -154,7 +165,8 @@ def test_views_share_and_copies_do_not(model):
     assert x[1, 2].shape == () and x[1, 2].item() is cells[1, 2] and tso.MVar.fromvar(other).shape == (1,)
     assert [row.tolist() for row in x] == cells.tolist() == x.tolist()
     assert x[x.lb < 0].size == 0 and x[np.array([[True, False, False]] * 2)].shape == (2,)
-    for act, error in [(lambda: x.reshape(4), "ValueError"), (lambda: x[5], "IndexError"), (lambda: x["a"], "IndexError"),
+    for act, error in [(lambda: x.reshape(4), "ValueError"), (lambda: x[5], "IndexError"),
+                       (lambda: x["a"], "IndexError"),
                        (lambda: len(x[0, 0]), "TypeError"), (lambda: x.item(), "ValueError"),
                        (lambda: x.reshape(6, order="Q"), "ValueError"), (lambda: hash(x), "TypeError")]:  # fmt: skip
         assert oracle.outcome(act)[0] == error
@@ -191,7 +203,10 @@ def test_arrays_of_expressions(model):
     assert (q[0].item().size(), copy[0].item().size()) == (0, 1)
     with pytest.raises(NotImplementedError, match="Subscript deletion not supported by tessolvpy.MLinExpr"):
         del e[0]
-    for array, text in ((e, "MLinExpr contains more than 1 LinExpr"), (q[:0], "MQuadExpr contains more than 1 QuadExpr")):
+    for array, text in (
+        (e, "MLinExpr contains more than 1 LinExpr"),
+        (q[:0], "MQuadExpr contains more than 1 QuadExpr"),
+    ):
         assert oracle.outcome(array.item) == ("ValueError", text)
 
 
@@ -251,7 +266,6 @@ def test_arrays_of_a_model_that_is_gone(env):
             assert oracle.outcome(act)[0].endswith("Error")
         assert ((e * 2).shape, (x @ x + 1).shape) == ((3,), ())
         oracle.outcome(lambda: str(x) + str(e))
-    del m
     gc.collect()
     assert oracle.outcome(lambda: x.lb)[0].endswith("Error")
     assert oracle.outcome(lambda: other.addConstr(x <= 1))[0].endswith("Error")

@@ -9,7 +9,11 @@ import scipy.sparse as sp
 import tessolvpy as tso
 from operands import ARRAY_KINDS, EXPRESSIONS, KINDS, NUMPY_KINDS, PAIRS, SHAPES, fresh, numbers, pair, variables
 
-OPERATORS = [("+", operator.add, oracle.add), ("-", operator.sub, oracle.subtract), ("*", operator.mul, oracle.multiply)]
+OPERATORS = [
+    ("+", operator.add, oracle.add),
+    ("-", operator.sub, oracle.subtract),
+    ("*", operator.mul, oracle.multiply),
+]
 COMPARISONS = [
     ("<=", operator.le, oracle.subtract),
     (">=", operator.ge, oracle.subtract),
@@ -23,8 +27,11 @@ def variables_of(model):
 
 def counted(a, b):
     """Whether an array takes part, as an operand or as numbers with one."""
-    return a in EXPRESSIONS and b in EXPRESSIONS and (a in ARRAY_KINDS or b in ARRAY_KINDS) or (
-        {a, b} & set(EXPRESSIONS) and {a, b} - set(EXPRESSIONS) and {a, b} & ({*ARRAY_KINDS, *NUMPY_KINDS})
+    return (
+        a in EXPRESSIONS
+        and b in EXPRESSIONS
+        and (a in ARRAY_KINDS or b in ARRAY_KINDS)
+        or ({a, b} & set(EXPRESSIONS) and {a, b} - set(EXPRESSIONS) and {a, b} & ({*ARRAY_KINDS, *NUMPY_KINDS}))
     )
 
 
@@ -142,7 +149,9 @@ def test_sparse_matrices_are_refused_by_sums_and_elementwise_products(model, for
 
 
 @pytest.mark.parametrize("kind", ["fresh MLinExpr", "MLinExpr with cells", "MQuadExpr"])
-@pytest.mark.parametrize("act, plain", [(operator.iadd, "add"), (operator.isub, "subtract"), (operator.imul, "multiply")])
+@pytest.mark.parametrize(
+    "act, plain", [(operator.iadd, "add"), (operator.isub, "subtract"), (operator.imul, "multiply")]
+)
 def test_in_place_operators_make_a_new_array(model, kind, act, plain):
     for other in [2, np.float32(0.5), np.arange(3.0), model.getVars()[0], fresh(model, np.random.default_rng(6), (3,))]:
         x, same, again = (ARRAY_KINDS[kind](model, np.random.default_rng(7), (2, 3)) for _ in range(3))

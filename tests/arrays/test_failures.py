@@ -114,7 +114,8 @@ ACTS = [
     lambda x, y: type(x).new(y) @ np.eye(2), lambda x, y: type(x).new(y).sum(), lambda x, y: str(type(x).new(y)),
     lambda x, y: type(x).new(y) @ type(x).new(y), lambda x, y: sp.eye(2).tocsr() @ type(x).new(y),
     lambda x, y: -type(x).new(y) * 2 + x, lambda x, y: type(x).zeros(y), lambda x, y: type(x).new(y).getValue(),
-    lambda x, y: type(x).new(y).lb, lambda x, y: x.reshape(y), lambda x, y: x.setAttr("ub", y), lambda x, y: x.getAttr(y),
+    lambda x, y: type(x).new(y).lb, lambda x, y: x.reshape(y), lambda x, y: x.setAttr("ub", y),
+    lambda x, y: x.getAttr(y),
     lambda x, y: x.__setitem__(0, y) or x + 1, lambda x, y: x.__iadd__(y), lambda x, y: x.__imul__(y),
 ]  # fmt: skip
 
@@ -226,19 +227,19 @@ def test_failing_operations_leak_nothing(model, name):
     if name == "rows with a strange cell":
         strange = tso.MLinExpr.new(objects(v + 1, v + 2, v * v))
         act = lambda x, v: model.addConstr(tso.TempConstr.new(strange, None, 0))  # noqa: E731
-    for _ in range(3):
+    for _ in range(500):  # what the interpreter keeps for later use is there afterwards
         assert oracle.outcome(lambda: act(x, v))[0].endswith("Error")
     gc.collect()
     watched = (v, x[1].item(), x, tso.LinExpr, tso.QuadExpr, tso.MLinExpr, tso.MQuadExpr, tso.MVar)
     before, blocks = [sys.getrefcount(w) for w in watched], sys.getallocatedblocks()
-    for _ in range(300):
+    for _ in range(1000):
         try:
             act(x, v)
         except Exception:
             pass
     gc.collect()
     assert [sys.getrefcount(w) for w in watched] == before
-    assert sys.getallocatedblocks() - blocks < 150
+    assert sys.getallocatedblocks() - blocks < 500
     assert model.NumConstrs == 0
 
 
@@ -246,7 +247,11 @@ WORKING = {
     "elementwise": lambda x, a: ((a @ x) * 2 + x - a[0]) * a[1] + x.sum(),
     "looked at": lambda x, a: str((a @ x + 1)[:10]),
     "quadratic": lambda x, a: x @ a @ x + (x[:20] * x[:20]).sum(),
-    "sparse": lambda x, a: (sp.csr_matrix(a) @ (x + 1), x @ sp.coo_array(a), sp.csc_matrix(a) @ (x[:100] * x[:100] + 1)),
+    "sparse": lambda x, a: (
+        sp.csr_matrix(a) @ (x + 1),
+        x @ sp.coo_array(a),
+        sp.csc_matrix(a) @ (x[:100] * x[:100] + 1),
+    ),
     "sums": lambda x, a: (a * x).sum(axis=0) + (a + x)[::2].sum(axis=1)[0],
     "attributes": lambda x, a: (x.setAttr("ub", a[0]), x.VarName, x.lb, x.reshape(4, -1).T.obj),
     "failing": lambda x, a: oracle.outcome(lambda: (a @ x + 1) * objects(*[1.0] * 99, Refuses())),

@@ -12,7 +12,8 @@ from operands import ARRAY_KINDS, KINDS, NUMPY_KINDS, fresh, numbers, quadratic,
 # Those that fit have an inner length of three.
 FITTING = [((3,), (3,)), ((2, 3), (3,)), ((3,), (3, 2)), ((2, 3), (3, 4)), ((1, 3), (3, 1)), ((3, 1), (1, 3))]
 OTHERS = [((3,), (2,)), ((2, 3), (2,)), ((2, 2), (3, 2)), ((), (3,)), ((3,), ()), ((0,), (0,)), ((2, 0), (0, 2)),
-          ((2, 3), (0, 2)), ((2, 2, 3), (3,)), ((3,), (2, 3, 2)), ((2, 2, 3), (2, 3, 2)), ((2, 3), (2, 3, 1))]  # fmt: skip
+          ((2, 3), (0, 2)), ((2, 2, 3), (3,)), ((3,), (2, 3, 2)), ((2, 2, 3), (2, 3, 2)), ((2, 3), (2, 3, 1)),
+]  # fmt: skip
 PRODUCT_KINDS = {**ARRAY_KINDS, **NUMPY_KINDS}
 PAIRS = [(a, b) for a, b in itertools.product(PRODUCT_KINDS, repeat=2) if a in ARRAY_KINDS or b in ARRAY_KINDS]
 OF_VARIABLES = ("MVar", "MVar in Fortran order")
@@ -51,7 +52,9 @@ def test_every_pair_of_operands(model, a, b):
         elif float not in (type(x), type(y)):
             assert found == oracle.outcome(lambda: oracle.product(x, y)), f"{a} {p} @ {b} {q}"  # noqa: B023
         if (p, q) in FITTING and not found[0].endswith("Error") and (a not in ARRAY_KINDS or b not in ARRAY_KINDS):
-            assert np.array_equal(oracle.value_of(x @ y, values), oracle.value_of(x, values) @ oracle.value_of(y, values))
+            assert np.array_equal(
+                oracle.value_of(x @ y, values), oracle.value_of(x, values) @ oracle.value_of(y, values)
+            )
 
 
 def test_dense_products_of_variables_keep_zeros_and_sparse_ones_drop_them(model):
@@ -91,13 +94,16 @@ def test_scalars_and_strangers_are_refused(model):
 
 def unsorted(form):
     """Entries out of order, twice in one place, zero, and a row and a column without any."""
+
     def build(matrix):
         rows, columns, data = [2, 0, 2, 0, 2], [2, 1, 0, 1, 2], [1.0, 2.0, 3.0, -0.5, 4.0]
         compressed = sp.csr_matrix if form in (sp.csr_matrix, sp.csr_array) else sp.csc_matrix
         plain = compressed((matrix.shape), dtype=float)
         order = np.argsort(rows if compressed is sp.csr_matrix else columns, kind="stable")
         major, minor = (rows, columns) if compressed is sp.csr_matrix else (columns, rows)
-        plain.indptr = np.searchsorted(np.array(major)[order], np.arange(plain.shape[0 if major is rows else 1] + 1)).astype(np.int32)
+        plain.indptr = np.searchsorted(
+            np.array(major)[order], np.arange(plain.shape[0 if major is rows else 1] + 1)
+        ).astype(np.int32)
         plain.indices, plain.data = np.array(minor, np.int32)[order], np.array(data)[order]
         plain.data[0] = 0.0
         return form(plain, copy=False)
