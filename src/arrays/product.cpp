@@ -219,6 +219,9 @@ Ref vars_with_vars(const HandleArray& x, const HandleArray& y) {
 Ref inner_product(const LinBlock& exprs, const LinBlock& vars) {
     QuadExpr* q = new_quadexpr();
     Ref result = owned(q);
+    if (exprs.terms() > INT_MAX / 4)
+        throw std::bad_alloc();
+    reserve_terms(*q, static_cast<int>(exprs.terms()));
     for (int64_t i = 0; i < exprs.size; ++i) {
         PyObject* v = *vars.vars_of(i);
         PyObject* const* from = exprs.vars_of(i);
