@@ -58,9 +58,10 @@ void array_dealloc(PyObject* self) {
 
 // The model of the first element.
 template <int Row> TSOmodel model_of(PyArrayObject* a) {
-    auto* first = PyArray_SIZE(a) ? Ref::steal(PyArray_GETITEM(a, static_cast<char*>(PyArray_DATA(a)))).get() : Py_None;
+    Ref hold = Ref::steal(PyArray_GETITEM(a, static_cast<char*>(PyArray_DATA(a))));
+    PyObject* first = hold.get();
     PyTypeObject* element = state().*kArrays[Row].element;
-    if (!is_instance(first, element)) // the array holds it
+    if (!is_instance(first, element))
         raise(PyExc_TypeError, "Cannot convert %.200s to %.200s", Py_TYPE(first)->tp_name, element->tp_name);
     return reinterpret_cast<Handle*>(first)->mdl_;
 }

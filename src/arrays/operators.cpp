@@ -70,7 +70,10 @@ using Operation = PyObject* (*)(PyObject*, PyObject*);
 
 // numpy.vectorize(lambda x: operation(x, operand))(elements).
 Ref map_elements(Borrowed elements, Operation operation, const char* op, Borrowed operand) {
-    Ref array = Ref::steal(PyArray_FROMANY(elements, NPY_OBJECT, 0, 0, 0));
+    // A NumPy scalar goes by its value.
+    Ref given =
+        PyArray_IsScalar(elements, Generic) ? Ref::steal(PyArray_FromScalar(elements, nullptr)) : Ref::borrow(elements);
+    Ref array = Ref::steal(PyArray_FROMANY(given.get(), NPY_OBJECT, 0, 0, 0));
     PyArrayObject* a = as_array(array.get());
     if (PyArray_SIZE(a) == 0)
         raise(PyExc_ValueError, "cannot call `vectorize` on size 0 inputs unless `otypes` is set");

@@ -3,6 +3,7 @@
 #include "arrays/handle_array.h"
 #include "arrays/operators.h"
 #include "arrays/wrapped.h"
+#include "expr/arithmetic.h"
 #include "expr/kinds.h"
 #include "expr/quadexpr.h"
 
@@ -283,6 +284,9 @@ template <class Index> bool consistent(const Sparse& m, npy_intp majors, npy_int
 Sparse sparse_of(Borrowed matrix, bool by_rows) {
     Ref sparse = Ref::steal(PyObject_GetAttrString(state().module, "_sp"));
     Ref type = Ref::steal(PyObject_GetAttrString(sparse.get(), by_rows ? "csr_matrix" : "csc_matrix"));
+    // SciPy converts between rows and columns without looking at the indices.
+    if (!checked(PyObject_IsInstance(matrix, type.get())) && checked(PyObject_HasAttrString(matrix, "check_format")))
+        Ref::steal(PyObject_CallMethod(matrix, "check_format", "O", Py_True));
     Ref m = checked(PyObject_IsInstance(matrix, type.get())) ? Ref::borrow(matrix)
                                                              : Ref::steal(PyObject_CallOneArg(type.get(), matrix));
     Ref shape = Ref::steal(PyObject_GetAttrString(m.get(), "shape"));
@@ -333,7 +337,9 @@ Ref sparse_quadratic(const Sparse& m, PyObject* const* cells, npy_intp rows, npy
                 if (!cell || !is_quadexpr(cell))
                     raise(PyExc_TypeError, "Cannot convert %.200s to %.200s",
                           cell ? Py_TYPE(cell)->tp_name : "NoneType", state().quadexpr->tp_name);
-                add_expr(*q, data[p], as_quadexpr(cell));
+                Ref scaled = q_mul_n(as_quadexpr(cell), data[p]); // a cell may be in many sums: nothing is shared
+                append_terms(*q, as_quadexpr(scaled.get()));
+                append_terms(q->linear(), as_quadexpr(scaled.get()).linear(), 1.0);
             }
             checked(PyArray_SETITEM(as_array(out.get()), static_cast<char*>(PyArray_GETPTR2(as_array(out.get()), i, j)),
                                     sum.get()));
@@ -355,8 +361,9 @@ Ref with_sparse(Borrowed operand, Borrowed matrix, bool sparse_left) {
         array = Ref::steal(reinterpret_cast<PyObject*>(PyArray_GETCONTIGUOUS(as_array(inside))));
         given = dims(inside);
         bool own = is_mvar(operand) && (as_handle_array(operand).owned || array.get() != inside);
-        if (is_mvar(operand))
-            block = block_of_vars(array.get(), own);
+        block = is_mvar(operand)       ? block_of_vars(array.get(), own)
+                : is_mlinexpr(operand) ? block_of_exprs(array.get())
+                                       : nullptr;
     }
     bool flat = given.size() == 1;
     Shape full = given;

@@ -14,9 +14,12 @@ template <class... A> Ref call_method(Borrowed array, const char* name, A... arg
     return Ref::steal(PyObject_CallMethodObjArgs(array, method.get(), args..., nullptr));
 }
 
-// An ndarray as it is; anything else becomes one.
+// An array of objects as it is; anything else becomes one.
 inline Ref as_ndarray(Borrowed x) {
-    return PyArray_Check(x) ? Ref::borrow(x) : Ref::steal(PyObject_CallOneArg(state().np_array, x));
+    Ref array = PyArray_Check(x) ? Ref::borrow(x) : Ref::steal(PyObject_CallOneArg(state().np_array, x));
+    if (PyArray_TYPE(as_array(array.get())) == NPY_OBJECT)
+        return array;
+    return Ref::steal(PyArray_FROMANY(array.get(), NPY_OBJECT, 0, 0, 0));
 }
 
 inline Ref shape_tuple(PyArrayObject* a) {
