@@ -102,6 +102,9 @@ template <int Row> void set_attribute(HandleArray& self, Borrowed name, Borrowed
     if (PyArray_SIZE(a) == 0)
         return;
     Attribute attribute = resolve_attribute(model_of<Row>(a), name, kArrays[Row].kind);
+    Ref flat; // texts of an array with more dimensions would be read as rows of characters
+    if (PyArray_Check(values) && PyArray_NDIM(as_array(values)) > 1)
+        values = (flat = Ref::steal(PyArray_Ravel(as_array(values), NPY_CORDER))).get();
     write_attribute_list(attribute, indices<Row>(a), values);
 }
 

@@ -270,3 +270,11 @@ def test_arrays_of_a_model_that_is_gone(env):
     assert oracle.outcome(lambda: x.lb)[0].endswith("Error")
     assert oracle.outcome(lambda: other.addConstr(x <= 1))[0].endswith("Error")
     other.dispose()
+
+
+def test_what_is_read_can_be_written_back(model):
+    x = model.addMVar((2, 3), vtype=[["B", "I", "C"]] * 2)
+    before = x.vtype.tolist()
+    x.vtype = "C"
+    x.vtype = np.array(before, object)
+    assert x.vtype.tolist() == before

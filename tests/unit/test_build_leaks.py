@@ -46,14 +46,14 @@ def change(e, x, y):
 
 def change_arrays(m, a):
     """Arithmetic of arrays, looked at and not."""
-    e = A @ a + NUMBER - A * a.T - [[1, 2], [3, 4]]
+    e = A @ a + NUMBER - A * a.T + [[1, 2], [3, 4]]
     f = a + e * NUMBER - a[0]
     str(f), f.sum(axis=0).copy(), e.sum().item(), -f, f * A, f @ A, a @ a, a * f, f * f, a**2, a[0] @ A @ a[1]
     f += a
     f[0, 0] = a[0, 0].item() * 2
     m.setAttr("LB", a.tolist()[0], [NUMBER, 1.0])
     a.LB = A
-    return a.UB, a.VarName, tso.MQuadExpr.zeros(2) + a, tso.MLinExpr.zeros((2, 2)).clear()
+    return a.UB, a.VarName, tso.MQuadExpr.zeros(2).clear(), tso.MLinExpr.zeros((2, 2)).clear()
 
 
 def query(e, x):
