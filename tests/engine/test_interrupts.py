@@ -164,6 +164,9 @@ threads = [threading.Thread(target=work, args=(m,)) for m in models]
 for t in threads: t.start()
 for t in threads: t.join()
 print(all(abs(m.number("ObjVal") - r) < 1e-6 for m, r in zip(models, reference)))
+deadline = time.monotonic() + 10  # a joined thread may still be on its way out
+while len(os.listdir("/proc/self/task")) != threads_before and time.monotonic() < deadline:
+    time.sleep(0.01)
 print(len(os.listdir("/proc/self/task")) == threads_before)
 """
     )
