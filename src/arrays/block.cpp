@@ -16,11 +16,6 @@ std::shared_ptr<LinBlock> fresh(const Shape& shape) {
     return b;
 }
 
-Shape shape_of(Borrowed array) {
-    PyArrayObject* a = as_array(array);
-    return Shape(PyArray_DIMS(a), PyArray_DIMS(a) + PyArray_NDIM(a));
-}
-
 // Whether the cells lie in memory in the order of their places, or may as well.
 bool in_order(Borrowed array) { return PyArray_NDIM(as_array(array)) <= 1 || PyArray_IS_C_CONTIGUOUS(as_array(array)); }
 
@@ -71,6 +66,11 @@ BlockRef in_shape(const BlockRef& a, const Shape& shape) {
 }
 
 } // namespace
+
+Shape shape_of(Borrowed array) {
+    PyArrayObject* a = as_array(array);
+    return Shape(PyArray_DIMS(a), PyArray_DIMS(a) + PyArray_NDIM(a));
+}
 
 int64_t size_of(const Shape& shape) {
     int64_t size = 1;

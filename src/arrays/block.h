@@ -14,6 +14,7 @@
 namespace tsp {
 
 using Shape = std::vector<npy_intp>;
+Shape shape_of(Borrowed ndarray);
 int64_t size_of(const Shape& shape); // MemoryError where it cannot be
 
 template <class T> using Shared = std::shared_ptr<T[]>;

@@ -112,25 +112,13 @@ template <int Row> Ref expr_sum(ExprArray& self, const Call& call) {
     return new_expr_array(type<Row>(), as_ndarray(total.get()).get());
 }
 
-Ref expr_shape(ExprArray& self) {
-    Shape shape = shape_of(self);
-    Ref tuple = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(shape.size())));
-    for (std::size_t i = 0; i < shape.size(); ++i)
-        PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(i), Ref::steal(PyLong_FromSsize_t(shape[i])).release());
-    return tuple;
-}
+Ref expr_shape(ExprArray& self) { return shape_tuple(shape_of(self)); }
 Ref expr_ndim(ExprArray& self) { return Ref::steal(PyLong_FromSize_t(shape_of(self).size())); }
 Ref expr_size(ExprArray& self) { return Ref::steal(PyLong_FromLongLong(size_of(shape_of(self)))); }
 Ref expr_priority(ExprArray&) { return Ref::steal(PyFloat_FromDouble(1000.0)); }
 
 template <int Row> Ref expr_getitem(ExprArray& self, PyObject* key) {
-    Ref cell = Ref::steal(PyObject_GetItem(array_of(self), key));
-    if (PyArray_Check(cell.get()))
-        return new_expr_array(type<Row>(), cell.get());
-    Ref zero_d = Ref::steal(PyArray_SimpleNew(0, nullptr, NPY_OBJECT));
-    checked(
-        PyArray_SETITEM(as_array(zero_d.get()), static_cast<char*>(PyArray_DATA(as_array(zero_d.get()))), cell.get()));
-    return new_expr_array(type<Row>(), zero_d.get());
+    return new_expr_array(type<Row>(), indexed(array_of(self), key).get());
 }
 void expr_setitem(ExprArray& self, PyObject* key, PyObject* value) {
     if (!value)
@@ -138,12 +126,7 @@ void expr_setitem(ExprArray& self, PyObject* key, PyObject* value) {
               Py_TYPE(as_object(&self))->tp_name);
     checked(PyObject_SetItem(array_of(self), key, value));
 }
-Py_ssize_t expr_length(ExprArray& self) {
-    Shape shape = shape_of(self);
-    if (shape.empty())
-        raise(PyExc_TypeError, "len() of unsized object");
-    return shape[0];
-}
+Py_ssize_t expr_length(ExprArray& self) { return length_of(shape_of(self)); }
 Ref expr_iter(PyObject* self) { return iterate(self, expr_length(as_expr_array(self))); }
 template <int Row> Ref expr_str(ExprArray& self) { return array_text(kRows[Row].name, array_of(self)); }
 
@@ -253,12 +236,7 @@ PyObject* array_of(ExprArray& a) {
 
 BlockRef block_of(ExprArray& a) { return a.block ? a.block : block_of_exprs(array_of(a)); }
 
-Shape shape_of(ExprArray& a) {
-    if (a.block)
-        return a.block->shape;
-    PyArrayObject* nd = as_array(array_of(a));
-    return Shape(PyArray_DIMS(nd), PyArray_DIMS(nd) + PyArray_NDIM(nd));
-}
+Shape shape_of(ExprArray& a) { return a.block ? a.block->shape : shape_of(array_of(a)); }
 
 Ref sum_cells(const BlockRef& block, Borrowed array, Borrowed axis) {
     if (block && block->size > 1) {

@@ -172,21 +172,15 @@ Ref mvar_sum(HandleArray& self, const Call& call) {
 }
 template <int Row> Ref array_item(HandleArray& self) { return only_item(ndarray(self), kArrays[Row].more_than_one); }
 
-Ref array_shape(HandleArray& self) { return shape_tuple(ndarray(self)); }
+Ref array_shape(HandleArray& self) { return shape_tuple(shape_of(array_of(self))); }
 Ref array_ndim(HandleArray& self) { return Ref::steal(PyLong_FromLong(PyArray_NDIM(ndarray(self)))); }
 Ref array_size(HandleArray& self) { return Ref::steal(PyLong_FromSsize_t(PyArray_SIZE(ndarray(self)))); }
 Ref array_priority(HandleArray&) { return Ref::steal(PyFloat_FromDouble(1000.0)); }
 
 template <int Row> Ref array_getitem(HandleArray& self, PyObject* key) {
-    Ref cell = Ref::steal(PyObject_GetItem(array_of(self), key));
-    if (PyArray_Check(cell.get()))
-        return make<Row>(cell.get(), self.owned);
-    Ref zero_d = Ref::steal(PyArray_SimpleNew(0, nullptr, NPY_OBJECT)); // one handle: an array without dimensions
-    checked(
-        PyArray_SETITEM(as_array(zero_d.get()), static_cast<char*>(PyArray_DATA(as_array(zero_d.get()))), cell.get()));
-    return make<Row>(zero_d.get(), true);
+    return make<Row>(indexed(array_of(self), key).get(), self.owned);
 }
-Py_ssize_t array_length(HandleArray& self) { return length_of(ndarray(self)); }
+Py_ssize_t array_length(HandleArray& self) { return length_of(shape_of(array_of(self))); }
 Ref array_iter(PyObject* self) { return iterate(self, array_length(as_handle_array(self))); }
 template <int Row> Ref array_str(HandleArray& self) { return array_text(kArrays[Row].name, array_of(self)); }
 template <int Row> Ref array_reduce(PyObject* self) {

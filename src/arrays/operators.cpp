@@ -35,10 +35,6 @@ bool is_scalar_side(Side s) { return s >= Side::Var && s <= Side::QuadExpr; }
 bool is_array_side(Side s) { return s >= Side::MVar; }
 bool is_quadratic(Side s) { return s == Side::QuadExpr || s == Side::MQuadExpr; }
 
-[[noreturn]] void unsupported(const char* op, Borrowed a, Borrowed b) {
-    raise(PyExc_TypeError, "unsupported operand type(s) for %s: `%s` and `%s`", op, type_name(a), type_name(b));
-}
-
 PyObject* array_inside(Borrowed operand) {
     return is_mvar(operand) ? array_of(as_handle_array(operand)) : array_of(as_expr_array(operand));
 }

@@ -6,6 +6,7 @@
 #include "expr/arithmetic.h"
 #include "expr/kinds.h"
 #include "expr/quadexpr.h"
+#include "module/text.h"
 
 #include <algorithm>
 #include <climits>
@@ -14,17 +15,9 @@
 namespace tsp {
 namespace {
 
-[[noreturn]] void unsupported(Borrowed a, Borrowed b) {
-    raise(PyExc_TypeError, "unsupported operand type(s) for @: `%s` and `%s`", type_name(a), type_name(b));
-}
 [[noreturn]] void shapes_differ(Borrowed a, Borrowed b) {
     Ref left = Ref::steal(PyObject_GetAttrString(a, "shape")), right = Ref::steal(PyObject_GetAttrString(b, "shape"));
     raise(PyExc_ValueError, "matmul: %S @ %S operation not support", left.get(), right.get());
-}
-
-Shape dims(Borrowed array) {
-    PyArrayObject* a = as_array(array);
-    return Shape(PyArray_DIMS(a), PyArray_DIMS(a) + PyArray_NDIM(a));
 }
 
 // A block of cells each of which is a sum: `each(cell, take)` calls take(factor, place) for every cell of x that goes
@@ -144,7 +137,7 @@ Ref vars_with_numbers(const HandleArray& x, Borrowed numbers, bool numbers_left)
         Ref::steal(PyArray_FROMANY(array.get(), NPY_FLOAT64, 0, 0, NPY_ARRAY_CARRAY_RO | NPY_ARRAY_FORCECAST));
     PyObject *left = numbers_left ? array.get() : vars, *right = numbers_left ? vars : array.get();
     Sizes s;
-    if (!product_sizes(dims(left), dims(right), s))
+    if (!product_sizes(shape_of(left), shape_of(right), s))
         shapes_differ(left, right);
     // The order in memory does not matter here: cells are taken by their places.
     Ref ordered = Ref::steal(reinterpret_cast<PyObject*>(PyArray_GETCONTIGUOUS(as_array(vars))));
@@ -158,8 +151,7 @@ Ref vars_with_numbers(const HandleArray& x, Borrowed numbers, bool numbers_left)
 PyTypeObject* result_type(bool quadratic) { return quadratic ? state().mquadexpr : state().mlinexpr; }
 
 Ref numpy_product(Borrowed a, Borrowed b, bool quadratic) {
-    Ref left = Ref::borrow(a), right = Ref::borrow(b); // a stranger gets a copy, so that it cannot keep our cells
-    Ref product = Ref::steal(PyNumber_MatrixMultiply(left.get(), right.get()));
+    Ref product = Ref::steal(PyNumber_MatrixMultiply(a, b));
     return new_expr_array(result_type(quadratic), as_ndarray(product.get()).get());
 }
 
@@ -192,7 +184,7 @@ Ref vars_with_vars(const HandleArray& x, const HandleArray& y) {
     if (PyArray_SIZE(as_array(a)) == 0 || PyArray_SIZE(as_array(b)) == 0)
         raise(PyExc_ValueError, "matmul operand is empty");
     Sizes s;
-    if (!product_sizes(dims(a), dims(b), s))
+    if (!product_sizes(shape_of(a), shape_of(b), s))
         shapes_differ(a, b);
     Ref left = Ref::steal(reinterpret_cast<PyObject*>(PyArray_GETCONTIGUOUS(as_array(a))));
     Ref right = Ref::steal(reinterpret_cast<PyObject*>(PyArray_GETCONTIGUOUS(as_array(b))));
@@ -305,13 +297,11 @@ Sparse sparse_of(Borrowed matrix, bool by_rows) {
 }
 
 template <class Index>
-BlockRef sparse_product(const Sparse& m, const Shape& shape, const LinBlock& x, npy_intp rows, npy_intp cols,
-                        bool sparse_left) {
+BlockRef sparse_product(const Sparse& m, const Shape& shape, const LinBlock& x, npy_intp cols, bool sparse_left) {
     auto* starts = static_cast<const Index*>(PyArray_DATA(as_array(m.starts.get())));
     auto* indices = static_cast<const Index*>(PyArray_DATA(as_array(m.indices.get())));
     auto* data = static_cast<const double*>(PyArray_DATA(as_array(m.data.get())));
     npy_intp inner = sparse_left ? cols : m.rows; // the length of a row of x
-    (void)rows;
     return combine(shape, x, false, [=](int64_t cell, auto take) {
         int64_t i = cell / cols, j = cell % cols, major = sparse_left ? i : j;
         for (int64_t p = starts[major]; p < starts[major + 1]; ++p)
@@ -359,7 +349,7 @@ Ref with_sparse(Borrowed operand, Borrowed matrix, bool sparse_left) {
     if (!block) {
         Borrowed inside = is_mvar(operand) ? array_of(as_handle_array(operand)) : array_of(as_expr_array(operand));
         array = Ref::steal(reinterpret_cast<PyObject*>(PyArray_GETCONTIGUOUS(as_array(inside))));
-        given = dims(inside);
+        given = shape_of(inside);
         bool own = is_mvar(operand) && (as_handle_array(operand).owned || array.get() != inside);
         block = is_mvar(operand)       ? block_of_vars(array.get(), own)
                 : is_mlinexpr(operand) ? block_of_exprs(array.get())
@@ -375,10 +365,7 @@ Ref with_sparse(Borrowed operand, Borrowed matrix, bool sparse_left) {
     }
     Sparse m = sparse_of(matrix, sparse_left);
     if (full.size() != 2 || (sparse_left ? m.cols != full[0] : full[1] != m.rows)) {
-        Ref shape = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(full.size())));
-        for (std::size_t i = 0; i < full.size(); ++i)
-            PyTuple_SET_ITEM(shape.get(), static_cast<Py_ssize_t>(i),
-                             Ref::steal(PyLong_FromSsize_t(full[i])).release());
+        Ref shape = shape_tuple(full);
         Ref other = Ref::steal(Py_BuildValue("(nn)", m.rows, m.cols));
         raise(PyExc_ValueError, "matmul: %S @ %S operation not support", sparse_left ? other.get() : shape.get(),
               sparse_left ? shape.get() : other.get());
@@ -390,12 +377,12 @@ Ref with_sparse(Borrowed operand, Borrowed matrix, bool sparse_left) {
         raise(PyExc_ValueError, "cannot reshape array of size 0 into shape (1,)");
     Shape shape = flat ? Shape{std::max(rows, cols)} : Shape{rows, cols};
     if (block)
-        return new_mlinexpr(m.wide ? sparse_product<int64_t>(m, shape, *block, rows, cols, sparse_left)
-                                   : sparse_product<int32_t>(m, shape, *block, rows, cols, sparse_left));
+        return new_mlinexpr(m.wide ? sparse_product<int64_t>(m, shape, *block, cols, sparse_left)
+                                   : sparse_product<int32_t>(m, shape, *block, cols, sparse_left));
     auto** cells = static_cast<PyObject**>(PyArray_DATA(as_array(array.get())));
     if (!cells[0] || !is_quadexpr(cells[0])) {
         PyObject *a = sparse_left ? matrix : operand, *b = sparse_left ? operand : matrix;
-        unsupported(a, b);
+        unsupported("@", a, b);
     }
     Ref out = m.wide ? sparse_quadratic<int64_t>(m, cells, rows, cols, sparse_left)
                      : sparse_quadratic<int32_t>(m, cells, rows, cols, sparse_left);
@@ -422,14 +409,14 @@ Ref arrays_matmul(Borrowed a, Borrowed b) {
         if (is_arraylike(b, true))
             return with_array(a, b, false);
         if (is_mquadexpr(a) || is_mquadexpr(b) || !is_array(b))
-            unsupported(a, b);
+            unsupported("@", a, b);
         if (is_mvar(a) && is_mvar(b))
             return vars_with_vars(as_handle_array(a), as_handle_array(b));
         return exprs_with_operand(a, b);
     }
     if (is_array(b) && is_arraylike(a, true))
         return with_array(b, a, true);
-    unsupported(a, b);
+    unsupported("@", a, b);
 }
 
 } // namespace tsp

@@ -1,6 +1,7 @@
 // What all arrays share: each wraps one NumPy array of objects, whose methods do the work.
 #pragma once
 
+#include "arrays/block.h"
 #include "module/state.h"
 #include "py/args.h"
 #include "py/numpy.h"
@@ -22,18 +23,29 @@ inline Ref as_ndarray(Borrowed x) {
     return Ref::steal(PyArray_FROMANY(array.get(), NPY_OBJECT, 0, 0, 0));
 }
 
-inline Ref shape_tuple(PyArrayObject* a) {
-    Ref shape = Ref::steal(PyTuple_New(PyArray_NDIM(a)));
-    for (int i = 0; i < PyArray_NDIM(a); ++i)
-        PyTuple_SET_ITEM(shape.get(), i, Ref::steal(PyLong_FromSsize_t(PyArray_DIM(a, i))).release());
+inline Ref shape_tuple(const Shape& lengths) {
+    Ref shape = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(lengths.size())));
+    for (std::size_t i = 0; i < lengths.size(); ++i)
+        PyTuple_SET_ITEM(shape.get(), static_cast<Py_ssize_t>(i), Ref::steal(PyLong_FromSsize_t(lengths[i])).release());
     return shape;
 }
 
+// What indexing gives, as an array: one cell becomes one without dimensions.
+inline Ref indexed(Borrowed array, Borrowed key) {
+    Ref cell = Ref::steal(PyObject_GetItem(array, key));
+    if (PyArray_Check(cell.get()))
+        return cell;
+    Ref zero_d = Ref::steal(PyArray_SimpleNew(0, nullptr, NPY_OBJECT));
+    checked(
+        PyArray_SETITEM(as_array(zero_d.get()), static_cast<char*>(PyArray_DATA(as_array(zero_d.get()))), cell.get()));
+    return zero_d;
+}
+
 // len() of an array: its first dimension.
-inline Py_ssize_t length_of(PyArrayObject* a) {
-    if (PyArray_NDIM(a) == 0)
+inline Py_ssize_t length_of(const Shape& shape) {
+    if (shape.empty())
         raise(PyExc_TypeError, "len() of unsized object");
-    return PyArray_DIM(a, 0);
+    return shape[0];
 }
 
 // The one cell of an array; ValueError `message` if there are more, or none.
@@ -44,7 +56,7 @@ inline Ref only_item(PyArrayObject* a, const char* message) {
 }
 
 inline Ref array_text(const char* name, Borrowed array) {
-    return Ref::steal(PyUnicode_FromFormat("<%s %R>\n%S", name, shape_tuple(as_array(array)).get(), array));
+    return Ref::steal(PyUnicode_FromFormat("<%s %R>\n%S", name, shape_tuple(shape_of(array)).get(), array));
 }
 
 // Iterates over the first dimension through self[i].

@@ -15,11 +15,6 @@ Ref numpy_array(Borrowed values, Borrowed dtype) {
     return Ref::steal(PyObject_CallFunctionObjArgs(state().np_array, values, dtype, nullptr));
 }
 
-bool is_sparse_matrix(Borrowed values) {
-    return checked(PyObject_IsInstance(values, state().spmatrix)) ||
-           (state().sparray && checked(PyObject_IsInstance(values, state().sparray)));
-}
-
 [[noreturn]] void wrong_size(npy_intp given, int wanted) {
     raise(PyExc_ValueError, "%zd values given for %d elements", static_cast<Py_ssize_t>(given), wanted);
 }
@@ -59,7 +54,7 @@ template <class T, class Take> bool take_plain(Borrowed values, int count, std::
 Ref plain_values(Borrowed values, int count) {
     if (PyArray_Check(values))
         return Ref::steal(PyArray_ToList(as_array(values)));
-    if (is_sparse_matrix(values)) {
+    if (is_sparse(values)) {
         Ref dense = Ref::steal(PyObject_CallMethod(values, "toarray", nullptr));
         return Ref::steal(PyObject_CallMethod(dense.get(), "tolist", nullptr));
     }

@@ -7,6 +7,10 @@
 
 namespace tsp {
 
+void unsupported(const char* op, Borrowed a, Borrowed b) {
+    raise(PyExc_TypeError, "unsupported operand type(s) for %s: `%s` and `%s`", op, type_name(a), type_name(b));
+}
+
 Ref v_mul_n(Borrowed v, double n) {
     LinExpr* r = new_linexpr();
     Ref result = owned(r);
@@ -105,10 +109,6 @@ Ref q_mul_n(const QuadExpr& q, double n) {
 }
 
 namespace {
-
-[[noreturn]] void unsupported(const char* op, Borrowed a, Borrowed b) {
-    raise(PyExc_TypeError, "unsupported operand type(s) for %s: `%s` and `%s`", op, type_name(a), type_name(b));
-}
 
 // All sums of two scalars: `mult` times b behind a, the operand of the higher kind in front. What `mult` negates is a
 // LinExpr then, also if it was a Var.

@@ -6,6 +6,9 @@
 
 namespace tsp {
 
+// TypeError: there is no such operation on two objects.
+[[noreturn]] void unsupported(const char* op, Borrowed a, Borrowed b);
+
 Ref v_mul_n(Borrowed v, double n);
 Ref v_mul_v(Borrowed v, Borrowed w);
 Ref l_mul_n(const LinExpr& l, double n);

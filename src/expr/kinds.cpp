@@ -40,11 +40,6 @@ bool is_arraylike(Borrowed x, bool sparse) {
     return !is_scalar(x);
 }
 
-bool is_sparse(Borrowed x) {
-    return checked(PyObject_IsInstance(x, state().spmatrix)) ||
-           (state().sparray && checked(PyObject_IsInstance(x, state().sparray)));
-}
-
 bool is_var(Borrowed x) { return is_instance(x, state().var); }
 bool is_linexpr(Borrowed x) { return is_instance(x, state().linexpr); }
 bool is_quadexpr(Borrowed x) { return is_instance(x, state().quadexpr); }

@@ -16,9 +16,6 @@ bool is_number(Borrowed x);
 // by an __array_priority__ of its own. `sparse` is the answer for sparse matrices.
 bool is_arraylike(Borrowed x, bool sparse = false);
 
-// A matrix or array of scipy.sparse, of any format.
-bool is_sparse(Borrowed x);
-
 bool is_var(Borrowed x);
 bool is_linexpr(Borrowed x);
 bool is_quadexpr(Borrowed x);

@@ -30,6 +30,11 @@ bool is_scalar(Borrowed value) {
     return checked(PyObject_IsTrue(answer.get()));
 }
 
+bool is_sparse(Borrowed value) {
+    return checked(PyObject_IsInstance(value, state().spmatrix)) ||
+           (state().sparray && checked(PyObject_IsInstance(value, state().sparray)));
+}
+
 Ref shorten(Ref text) {
     constexpr Py_ssize_t kLongest = 250, kHalf = (kLongest - 3) >> 1; // 251 characters come out: one more than kLongest
     Py_ssize_t size = PyUnicode_GET_LENGTH(text.get());

@@ -35,6 +35,9 @@ Ref chars2str(Borrowed bytes); // a bytes-like object, as str(bytes, "UTF-8")
 // numpy.isscalar(value); the usual types are told apart without asking NumPy.
 bool is_scalar(Borrowed value);
 
+// Whether SciPy made it: a sparse matrix or array of any format.
+bool is_sparse(Borrowed value);
+
 // `text` itself if it has at most 250 characters, otherwise its first and last 123 with " ... " between them.
 Ref shorten(Ref text);
 
