@@ -1,7 +1,7 @@
 #include "engine/choose.h"
 
 #include "engine/convex.h"
-#include "engine/highs.h"
+#include "engine/highs/highs.h"
 
 namespace tso::engine {
 namespace {

@@ -93,7 +93,7 @@ def test_exceptions_end_at_the_edges_only():
     # Each edge has one translator: to Python errors, to codes of the C interface, out of the engine's thread and out of
     # its callbacks. Elsewhere everything may be caught only to put things back before it is thrown on.
     homes = ("src/py/", "src/module/init.", "src/callback/bridge.")
-    homes += ("libtessolv/api/guard.", "libtessolv/engine/worker.", "libtessolv/engine/highs_run.")
+    homes += ("libtessolv/api/guard.", "libtessolv/engine/worker.", "libtessolv/engine/highs/run.")
     swallowed = []
     for file in CODE:
         path = file.relative_to(ROOT).as_posix()

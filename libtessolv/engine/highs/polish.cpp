@@ -1,7 +1,7 @@
 // The last digits of a MIP's solution. HiGHS may use its tolerances to the full: an objective of 0.999999 for 1, a
 // variable of 2.0000004. With the discrete variables put where they mean to be, a linear problem gives the others.
 #include "engine/check.h"
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // The model into a HiGHS object: whole, or what has changed.
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include "core/failure.h"
 

@@ -1,6 +1,6 @@
 // A run from start to result: HiGHS's statuses and vectors as ours.
 #include "engine/check.h"
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // What a run starts from, and what it adds to the model for its own time.
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 #include <cmath>

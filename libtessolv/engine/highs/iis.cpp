@@ -2,7 +2,7 @@
 // infeasible through integrality only; there members are left out, many at a time at first, as long as what remains is
 // infeasible.
 #include "engine/check.h"
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 // The parameters as HiGHS's options: one row each, set before every run.
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 #include <limits>

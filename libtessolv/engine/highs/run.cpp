@@ -1,5 +1,5 @@
 // One run of HiGHS on a worker: what it is told to look at, and what is asked again where its answer is open.
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,6 +1,6 @@
 // The direction in which a quadratic objective has no end, which HiGHS does not tell: one along which the objective is
 // linear and gets better, and which no bound or row limits.
-#include "engine/highs_engine.h"
+#include "engine/highs/engine.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-// The inside of the HiGHS engine. Only files highs*.cpp include it.
+// The inside of the HiGHS engine. Only files of this folder include it.
 //
 // A HiGHS object is worked on by one thread at a time: by the caller between runs, by a worker (worker.h) during one.
 // A worker that had to be left behind keeps the object; the engine then makes a new one at the next run.
