@@ -82,5 +82,6 @@ def test_both_solve_in_one_process(peer, order):
     assert run.returncode == 0, f"{run.returncode}\n{run.stdout[-2000:]}\n{run.stderr[-4000:]}"
     assert run.stdout.endswith("done\n")
     # Ours runs on the engine that it was tested with, never on the peer's copy.
-    engine = str(Path(tessolvpy.__file__).parent / "tessolvpy.libs" / "libtessolv-highs.so")
-    assert engine in run.stdout.splitlines()
+    for engine in "highs", "scip":
+        file = Path(tessolvpy.__file__).parent / "tessolvpy.libs" / f"libtessolv-{engine}.so"
+        assert str(file) in run.stdout.splitlines()
