@@ -1,6 +1,7 @@
 // Writes the reference pages out of the catalogues: reference <folder>.
 #include "catalog/attrs.h"
 #include "catalog/params.h"
+#include "engine/classes.h"
 #include "module/constants_catalog.h"
 
 #include <cstdio>
@@ -108,6 +109,29 @@ void constants(std::ostream& out) {
             out << "| " << code(row.name) << " | " << row.code << " | " << row.text << " |\n";
 }
 
+void engines(std::ostream& out) {
+    using namespace tso::engine;
+    out << "# Engines\n\nThe first class that fits a problem counts. Its engines are tried in their order: the next "
+           "one where "
+           "one cannot take the problem, gives up, or gives an answer that does not stand the check against the model. "
+           "The "
+           "log names class and engine.\n\n| the problem has | engines |\n| --- | --- |\n";
+    for (const ClassRow& problem : kClasses) {
+        out << "| " << problem.words << " | ";
+        const char* separator = "";
+        for (EngineId id : problem.engines) {
+            out << separator << row(id).name;
+            separator = ", ";
+        }
+        if (problem.engines.begin() == problem.engines.end())
+            out << "none: `ABORT_SOLVER_NOT_AVAILABLE`. " << problem.advice;
+        out << " |\n";
+    }
+    out << "\n| engine | used for |\n| --- | --- |\n";
+    for (const EngineRow& engine : kEngines)
+        out << "| " << engine.name << " | " << engine.words << " |\n";
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -116,7 +140,11 @@ int main(int count, char** arguments) {
     const struct {
         const char* name;
         void (*write)(std::ostream&);
-    } pages[] = {{"attributes", attributes}, {"parameters", parameters}, {"codes", codes}, {"constants", constants}};
+    } pages[] = {{"attributes", attributes},
+                 {"parameters", parameters},
+                 {"codes", codes},
+                 {"constants", constants},
+                 {"engines", engines}};
     for (const auto& page : pages) {
         std::ofstream out(std::string(arguments[1]) + "/" + page.name + ".md");
         page.write(out);

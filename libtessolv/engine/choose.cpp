@@ -6,23 +6,24 @@
 namespace tso::engine {
 namespace {
 
-constexpr EngineRow kEngines[] = {
-    {"HiGHS", highs_can, make_highs},
+// In the order of EngineId. Null: not built in.
+using Maker = std::unique_ptr<Engine> (*)();
+constexpr Maker kMakers[] = {
+    make_highs,
+    nullptr, // SCIP
+    nullptr, // Ipopt
+    nullptr, // CSDP
 };
+static_assert(std::size(kMakers) == std::size(kEngines));
 
-// Another cause for refusing than what a feature's name says is told by the feature `convex`.
 struct FeatureName {
     bool Features::*has;
     std::string_view words;
 };
 constexpr FeatureName kFeatureNames[] = {
-    {&Features::integers, "integer variables"},
-    {&Features::semicontinuous, "semi-continuous variables"},
-    {&Features::quadratic_rows, "quadratic constraints"},
-    {&Features::sos, "special ordered sets"},
-    {&Features::indicators, "indicator constraints"},
-    {&Features::psd, "semi-definite variables"},
-    {&Features::callback, "a callback"},
+    {&Features::integers, "integer variables"},  {&Features::semicontinuous, "semi-continuous variables"},
+    {&Features::sos, "special ordered sets"},    {&Features::indicators, "indicator constraints"},
+    {&Features::psd, "semi-definite variables"}, {&Features::callback, "a callback"},
 };
 
 } // namespace
@@ -41,7 +42,10 @@ Features features_of(const Model& model, bool has_callback) {
     f.indicators = !model.indicators().empty();
     f.psd = !model.psdvars().empty() || model.num_psd_rows() > 0;
     f.callback = has_callback && (f.integers || f.semicontinuous || f.sos || f.indicators);
+    f.columns = model.cols().size();
     f.convex = !f.quadratic_objective || is_convex(model.quadratic(), model.sense());
+    for (int i = 0; f.quadratic_rows && f.convex_rows && i < model.rows().size(); ++i)
+        f.convex_rows = is_convex_row(model, i);
     return f;
 }
 
@@ -57,16 +61,14 @@ std::string in_words(const Features& f) {
             add(row.words);
     if (f.quadratic_objective)
         add(f.convex ? "a convex quadratic objective" : "a quadratic objective that is not convex");
+    if (f.quadratic_rows)
+        add(f.convex_rows ? "convex quadratic constraints" : "quadratic constraints that are not convex");
     return words.empty() ? "linear rows only" : words;
 }
 
-std::span<const EngineRow> engines() { return kEngines; }
-
-const EngineRow* choose(const Features& f) {
-    for (const EngineRow& row : kEngines)
-        if (row.can(f))
-            return &row;
-    return nullptr;
+std::unique_ptr<Engine> make_engine(EngineId id) {
+    const Maker make = kMakers[static_cast<size_t>(id)];
+    return make ? make() : nullptr;
 }
 
 } // namespace tso::engine

@@ -1,9 +1,9 @@
-// The choice of an engine by what a problem contains.
+// What a model contains, and the engines that this build has.
 #pragma once
 
 #include "engine/engine.h"
 
-#include <span>
+#include <memory>
 #include <string>
 
 namespace tso::engine {
@@ -13,8 +13,6 @@ Features features_of(const Model& model, bool has_callback);
 // In words, for the log: "integer variables, a quadratic objective that is not convex".
 std::string in_words(const Features& f);
 
-// The engines in order of preference; the first that can do a problem gets it.
-std::span<const EngineRow> engines();
-const EngineRow* choose(const Features& f); // nullptr: none
+std::unique_ptr<Engine> make_engine(EngineId id); // nullptr: not built in
 
 } // namespace tso::engine

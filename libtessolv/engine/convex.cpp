@@ -159,4 +159,73 @@ bool is_convex(const std::vector<QuadTerm>& terms, double sign) {
     return dense_is_semidefinite(dense, m);
 }
 
+namespace {
+
+// The terms with repeated ones summed up and those that cancel out left out, row >= col.
+std::vector<QuadTerm> summed(const std::vector<QuadTerm>& terms) {
+    std::vector<QuadTerm> sums = terms;
+    for (QuadTerm& t : sums)
+        if (t.row < t.col)
+            std::swap(t.row, t.col);
+    std::sort(sums.begin(), sums.end(),
+              [](const QuadTerm& a, const QuadTerm& b) { return a.row != b.row ? a.row < b.row : a.col < b.col; });
+    size_t kept = 0;
+    for (size_t k = 0; k < sums.size(); ++k) {
+        if (kept > 0 && sums[kept - 1].row == sums[k].row && sums[kept - 1].col == sums[k].col)
+            sums[kept - 1].value += sums[k].value;
+        else
+            sums[kept++] = sums[k];
+    }
+    sums.resize(kept);
+    std::erase_if(sums, [](const QuadTerm& t) { return t.value == 0; });
+    return sums;
+}
+
+// sum of squares - t^2 or sum of squares - s * t, at most zero, without linear part, each variable once, and the
+// signs of s and t known.
+bool is_cone(const Model& model, int i, const std::vector<QuadTerm>& terms, double sign) {
+    const Rows& rows = model.rows();
+    const double side = sign > 0 ? rows.upper[i] : -rows.lower[i];
+    if (side > 0)
+        return false;
+    for (double v : rows.matrix.values_of(i))
+        if (v != 0)
+            return false;
+    const QuadTerm* axis = nullptr;
+    for (const QuadTerm& t : terms) {
+        const double v = sign * t.value;
+        if (v < 0 || t.row != t.col) {
+            if (axis)
+                return false;
+            axis = &t;
+        }
+    }
+    if (!axis)
+        return false;
+    for (const QuadTerm& t : terms)
+        if (&t != axis && (t.row == axis->row || t.row == axis->col))
+            return false;
+    const auto sign_of = [&](int j) {
+        return model.effective_lower(j) >= 0 ? 1 : model.effective_upper(j) <= 0 ? -1 : 0;
+    };
+    return sign_of(axis->row) * sign_of(axis->col) * sign * axis->value < 0;
+}
+
+} // namespace
+
+bool is_convex_row(const Model& model, int i) {
+    const Rows& rows = model.rows();
+    if (rows.kind_of(i) != RowKind::Quadratic)
+        return true;
+    const bool above = rows.lower[i] > -TSO_INFINITY, below = rows.upper[i] < TSO_INFINITY;
+    if (!above && !below)
+        return true;
+    const double sign = below ? 1 : -1;
+    const std::vector<QuadTerm> terms = summed(rows.quadratic[i]);
+    if (above && below)
+        return terms.empty();
+    const auto square = [&](const QuadTerm& t) { return t.row == t.col && sign * t.value > 0; };
+    return std::all_of(terms.begin(), terms.end(), square) || is_convex(terms, sign) || is_cone(model, i, terms, sign);
+}
+
 } // namespace tso::engine

@@ -1,21 +1,15 @@
-// Engine: the one interface behind which every solving engine stands. An engine is one file and one row of kEngines.
+// Engine: the one interface behind which every solving engine stands. An engine is one folder, one
+// row of kEngines and one of kMakers.
 #pragma once
 
 #include "core/model.h"
 #include "core/run.h"
 #include "core/session.h"
+#include "engine/classes.h"
 
-#include <memory>
 #include <string_view>
 
 namespace tso::engine {
-
-// What a problem contains, gathered once before an engine is chosen.
-struct Features {
-    bool integers = false, semicontinuous = false, quadratic_objective = false, quadratic_rows = false, sos = false,
-         indicators = false, psd = false, callback = false;
-    bool convex = true; // of the quadratic objective, in the sense of the objective
-};
 
 class Engine : public Session {
 public:
@@ -24,16 +18,15 @@ public:
     // Brings the engine up to date with the model (model.changes), runs it and fills `result`, signs and units as
     // Solution tells them. Returns TSO_OKAY, or the TSO_ABORT_... code of what ended the run (what was found is then in
     // result), or another code, with result.status TSO_STATUS_UNKNOWN. Must see run.interrupt within a second.
+    //
+    // The engine failed, and the next one of the problem's class gets its try, where the code is
+    // TSO_ABORT_SOLVER_NOT_AVAILABLE (it cannot take this model; a line in the log says why) or another one than
+    // TSO_OKAY and those of limits and interrupts, where TSO_OKAY comes with TSO_STATUS_UNKNOWN or
+    // TSO_STATUS_SUB_OPTIMAL, and where an optimum does not stand the check against the model.
     virtual int solve(Model& model, Run& run, Solution& result) = 0;
 
     // Fills iis_col and iis_row of `result`. TSO_OKAY, TSO_IIS_FEASIBLE, TSO_IIS_NO_SOLN, TSO_ABORT_...
     virtual int iis(Model& model, Run& run, Solution& result) = 0;
-};
-
-struct EngineRow {
-    std::string_view name;
-    bool (*can)(const Features&);
-    std::unique_ptr<Engine> (*make)();
 };
 
 // What TSOoptimize and TSOcomputeIIS do: header in the log, choice of the engine, the run with its limits and signals,

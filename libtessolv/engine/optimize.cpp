@@ -13,24 +13,35 @@ void begin(Model& model, Run& run) {
     run.max_seconds = model.env.params().get_double(Param::MaxTime);
 }
 
-// The engine that the problem needs: the one of the last run if it is that, with what it remembers. Null, and a line in
+// The engine that the problem needs: the one of the last run if it is that, with what it remembers. Null, and lines in
 // the log, if there is none.
 Engine* engine_for(Model& model, bool has_callback) {
     const Features features = features_of(model, has_callback);
-    const EngineRow* row = choose(features);
+    const ClassRow& problem = class_of(features);
     Log& log = model.env.log();
-    if (!row) {
-        log.line("No engine can solve this model. It has: " + in_words(features) + ".");
-        return nullptr;
+    log.line("Class: " + std::string(problem.words));
+    for (EngineId id : problem.engines) {
+        auto* engine = dynamic_cast<Engine*>(model.session.get());
+        if (!engine || !engine->name().starts_with(row(id).name)) {
+            std::unique_ptr<Engine> made = make_engine(id);
+            if (!made)
+                continue;
+            model.session = std::move(made);
+            model.changes.drop();
+            engine = static_cast<Engine*>(model.session.get());
+        }
+        log.line("Engine: " + std::string(engine->name()));
+        return engine;
     }
-    auto* engine = dynamic_cast<Engine*>(model.session.get());
-    if (!engine || !engine->name().starts_with(row->name)) {
-        model.session = row->make();
-        model.changes.drop();
-        engine = static_cast<Engine*>(model.session.get());
-    }
-    log.line("Engine: " + std::string(engine->name()));
-    return engine;
+    log.line("No engine can solve this model. It has: " + in_words(features) + ".");
+    std::string wanted;
+    for (EngineId id : problem.engines)
+        wanted += (wanted.empty() ? "" : " or ") + std::string(row(id).name);
+    if (!wanted.empty())
+        log.line("It takes " + wanted + ", which this build does not have.");
+    if (!problem.advice.empty())
+        log.line(std::string(problem.advice) + ".");
+    return nullptr;
 }
 
 // No columns, nothing to choose: the rows hold at zero or they do not.

@@ -7,7 +7,6 @@
 
 namespace tso::engine {
 
-bool highs_can(const Features& f);
 std::unique_ptr<Engine> make_highs();
 
 } // namespace tso::engine

@@ -102,18 +102,12 @@ bool is_unbounded_along(const Model& model, const std::vector<double>& ray) {
 
 } // namespace
 
-bool highs_can(const Features& f) {
-    const bool discrete = f.integers || f.semicontinuous;
-    return !f.quadratic_rows && !f.sos && !f.indicators && !f.psd && !f.callback &&
-           !(f.quadratic_objective && (discrete || !f.convex));
-}
-
 std::unique_ptr<Engine> make_highs() { return std::make_unique<HighsEngine>(); }
 
 int HighsEngine::solve(Model& model, Run& run, Solution& result) {
     result.is_mip = model.is_mip();
     if (const std::string reason = unsupported(model); !reason.empty()) {
-        model.env.log().line("No engine for this: " + reason + ".");
+        model.env.log().line("HiGHS cannot take this model: " + reason + ".");
         return TSO_ABORT_SOLVER_NOT_AVAILABLE;
     }
     update(model);
