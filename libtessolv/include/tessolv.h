@@ -327,7 +327,9 @@ TSO_API int TSOgetqconstrbyname(TSOmodel model, const char* name, int* index);
 /* result: an int or a double, or a pointer to an array that the library keeps until the callback returns, by `what`.
  * TSO_CB_INVALID_WHAT, TSO_CB_INVALID_WHERE. */
 TSO_API int TSOcbget(TSOcbdata cb, int where, int what, void* result);
-/* Offers a solution: one value for each variable, TSO_UNDEFINED where it is open. objective: receives its value. */
+/* Offers a solution: one value for each variable, TSO_UNDEFINED where it is open. objective: receives its value, or
+ * TSO_UNDEFINED. Answers TSO_OKAY if it was taken, 1 if it violates the problem or could not be completed, 2 if it is
+ * feasible but not better than what is known, and otherwise a code. */
 TSO_API int TSOcbsolution(TSOcbdata cb, const double* solution, double* objective);
 TSO_API int TSOcbsolutionp(TSOcbdata cb, const double* solution, double* objective);
 /* Adds a cut at a node, or a lazy constraint at a new solution. TSO_CB_INVALID_SUBMISSION. */

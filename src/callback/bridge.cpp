@@ -27,7 +27,12 @@ void call_user(Model& model, int where) {
     PyObject* result = PyObject_CallFunction(function.get(), "Oi", as_object(&model), where);
     if (result) {
         Py_DECREF(result);
-        return;
+        Ref use = Ref::steal(PyUnicode_InternFromString("cbUseSolution")); // a subclass may have its own
+        result = PyObject_CallMethodNoArgs(as_object(&model), use.get());
+        if (result) {
+            Py_DECREF(result);
+            return;
+        }
     }
     if (!PyErr_ExceptionMatches(PyExc_Exception))
         throw PythonError();
@@ -45,8 +50,7 @@ void call_with_model(TSOcbdata cbdata, int where, Model& model) {
     model.terminate_ = 0;
     model.usersolmode_ = 0;
     int count = cbint(model, kPresolvedVariables);
-    Ref name = Ref::steal(PyUnicode_FromString("numvars"));
-    count = std::max(count, to_int32(model_get_attribute(model, name.get(), Py_None).get()));
+    count = std::max(count, variable_count(model));
     assign(model.usersol_, undefined_array(count));
     if (model.callback_ != Py_None)
         call_user(model, where);
@@ -58,6 +62,8 @@ void call_with_model(TSOcbdata cbdata, int where, Model& model) {
         Ref::steal(PyObject_GetAttrString(codes.get(), "ABORT_CTRL_C"));
     }
 }
+
+thread_local int t_depth = 0; // of callbacks that run on this thread
 
 // The lock around every entry, as a with statement takes it.
 class CallbackLock {
@@ -99,7 +105,14 @@ private:
 };
 
 void enter_python(TSOcbdata cbdata, int where, Model& model) {
+    // The callback in which this run was started holds the lock until the run ends: waiting for it would have no end.
+    if (model.nested_)
+        raise(PyExc_RuntimeError, "a run that was started in a callback cannot call back");
     CallbackLock lock;
+    struct Inside {
+        Inside() { ++t_depth; }
+        ~Inside() { --t_depth; }
+    } inside;
     try {
         call_with_model(cbdata, where, model);
     } catch (...) {
@@ -142,6 +155,8 @@ extern "C" int PyCallback(TSOmodel, TSOcbdata cbdata, int where, void* usrdata) 
     return result;
 }
 
+bool inside_callback() { return t_depth > 0; }
+
 void attach_callback_error(Model& self) {
     if (self.callback_error_ == Py_None)
         return;
@@ -154,6 +169,16 @@ void attach_callback_error(Model& self) {
     }
     PyErr_Restore(type, value, traceback);
     assign(self.callback_error_, Ref::none());
+}
+
+void require_callback(const Model& model) {
+    if (!model.cbdata_)
+        raise(PyExc_RuntimeError, "method can only be called in callback function");
+}
+
+int variable_count(Model& model) {
+    Ref name = Ref::steal(PyUnicode_InternFromString("numvars"));
+    return to_int32(model_get_attribute(model, name.get(), Py_None).get());
 }
 
 int cbint(Model& model, int what) {

@@ -18,6 +18,7 @@ struct Model {
     uint8_t terminate_;
     uint8_t usersolmode_;
     PyObject* usersol_;
+    bool nested_;              // the run was started inside a callback
     PyObject* callback_error_; // what a callback raised that nobody handled; context of the error of the run
     // Handles by kind; position equals index. None in a shell. constrs_, qconstrs_ and psdconstrs_ are three views of
     // one row space and always as long as one another; the last two are null until somebody asks for them, which
@@ -36,6 +37,9 @@ void model_dispose(Model& self);
 // Defined in callback/bridge.cpp, which lies above the model: the entry that TSOsetcallbackfunc gets; `usrdata` is the
 // Model. Returns 0, or -1 when an error was not handled, which ends the run.
 extern "C" int PyCallback(TSOmodel mdl, TSOcbdata cbdata, int where, void* usrdata);
+
+// Whether this thread is inside a callback. Likewise defined in callback/bridge.cpp.
+bool inside_callback();
 
 // Makes the error that a callback left behind the context of the Python error that is set.
 void attach_callback_error(Model& self);
@@ -81,6 +85,15 @@ Ref model_setObjective(Model& self, const Call& call); // objective.cpp
 Ref model_getObjective(Model& self);
 Ref model_remove(Model& self, const Call& call); // remove.cpp
 Ref model_ctypes(Model& self);                   // view.cpp
+
+// Inside a callback: callback/values.cpp and submit.cpp, which lie above the model.
+Ref model_cbGet(Model& self, const Call& call);
+Ref model_cbGetSolution(Model& self, const Call& call);
+Ref model_cbGetNodeRel(Model& self, const Call& call);
+Ref model_cbCut(Model& self, const Call& call);
+Ref model_cbBranch(Model& self, const Call& call);
+Ref model_cbSetSolution(Model& self, const Call& call);
+Ref model_cbUseSolution(Model& self);
 
 // Slots: lifecycle.cpp and attributes.cpp.
 void model_init(Model& self, PyObject* args, PyObject* kwargs);

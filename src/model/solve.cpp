@@ -13,6 +13,7 @@ Ref run(Model& self, Borrowed callback, int (*solver)(TSOmodel)) {
     assign(self.callback_, Ref::borrow(callback));
     check(TSOsetcallbackfunc(self.mdl_, callback == Py_None ? nullptr : &PyCallback, &self));
     assign(self.callback_error_, Ref::none());
+    self.nested_ = inside_callback();
     Ref alive = Ref::borrow(as_object(&self)); // the solver holds a bare pointer to it during the run
     TSOmodel mdl = self.mdl_;
     int code;

@@ -183,6 +183,71 @@ PyMethodDef model_methods[] = {
                      "aborted run, ABORT_CTRL_C.\n\n"
                      "Raises RuntimeError outside of a callback.\n\n"
                      "Example: m.optimize(lambda model, where: model.terminate())"),
+    keywords<model_cbGet>(
+        "cbGet",
+        "cbGet($self, what)\n--\n\n"
+        "A value of the running solve. Only for callbacks.\n\n"
+        "what: int, one of the codes 200 to 317, most of which have a name in TSO.Callback.\n"
+        "Returns an int or a float; an array of int32 or float64 for what there is one of for each variable,\n"
+        "row or coefficient. Raises TessolvError with errno CB_INVALID_WHAT for an unknown code and\n"
+        "CB_INVALID_WHERE for what the place of the callback does not have; RuntimeError outside of a callback.\n\n"
+        "Example: gap = model.cbGet(TSO.Callback.MIP_OBJBST) - model.cbGet(TSO.Callback.MIP_OBJBND)"),
+    keywords<model_cbGetSolution>(
+        "cbGetSolution",
+        "cbGetSolution($self, vars=None)\n--\n\n"
+        "Values of the new solution at MIPSOL, of the best one so far elsewhere. Only for callbacks.\n\n"
+        "vars: Var, list of Var, dict or tupledict with Var as values, MVar; None for all variables.\n"
+        "Returns a float, a list, a dict or tupledict with the same keys, or an array of the shape of the MVar; for\n"
+        "None an array in the order of getVars(). Values that are not known read TSO.UNDEFINED.\n"
+        "Raises TessolvError where there is no solution, RuntimeError outside of a callback.\n\n"
+        "Example: chosen = [k for k, v in model.cbGetSolution(x).items() if v > 0.5]"),
+    keywords<model_cbGetNodeRel>("cbGetNodeRel",
+                                 "cbGetNodeRel($self, vars=None)\n--\n\n"
+                                 "Values of the relaxation of the current node. Only for callbacks at MIPNODE.\n\n"
+                                 "vars and result: as for cbGetSolution.\n"
+                                 "Raises TessolvError with errno CB_INVALID_WHERE at other places.\n\n"
+                                 "Example: if model.cbGetNodeRel(x) > 0.5: model.cbCut(x + y <= 1)"),
+    keywords<model_cbCut>(
+        "cbCut",
+        "cbCut($self, lhs, sense=None, rhs=None)\n--\n\n"
+        "Adds a lazy constraint at MIPSOL, a user cut at MIPNODE. Only for callbacks.\n\n"
+        "lhs: a comparison, an array comparison or a list of comparisons; or, with sense and rhs, a number, Var,\n"
+        "LinExpr, MVar or MLinExpr; or a pair (column numbers, coefficients) of the presolved problem.\n"
+        "sense: \"<\", \">\" or \"=\".  rhs: what lhs may be; a number for a pair.\n"
+        "Lazy constraints bind from then on; they need the parameter MIP/EnableLazyConstr. A user cut may cut off\n"
+        "only what is no integer solution: the engine may drop it.\n"
+        "Raises TypeError and ValueError for arguments that do not fit; TessolvError with errno\n"
+        "CB_INVALID_SUBMISSION where a cut cannot be taken; RuntimeError outside of a callback.\n\n"
+        "Example: model.cbCut(quicksum(x[i, j] for i in S for j in S if i < j) <= len(S) - 1)"),
+    keywords<model_cbBranch>(
+        "cbBranch",
+        "cbBranch($self, var, value, way=0)\n--\n\n"
+        "Asks for a branching of the current node: var <= floor(value) or var >= ceil(value). Only for callbacks at\n"
+        "MIPNODE; of several requests at one node the last counts.\n\n"
+        "var: Var, an integer variable; or int, a column of the presolved problem.\n"
+        "value: number. way: int, -1 explores the lower branch first, 1 the upper, 0 leaves it to the engine.\n"
+        "Raises TessolvError with errno CB_INVALID_SUBMISSION for a branching that is none, CB_INVALID_WHERE at other\n"
+        "places; RuntimeError outside of a callback.\n\n"
+        "Example: model.cbBranch(x, model.cbGetNodeRel(x), 1)"),
+    keywords<model_cbSetSolution>(
+        "cbSetSolution",
+        "cbSetSolution($self, vars, values)\n--\n\n"
+        "Enters values of a solution, complete or partial, which cbUseSolution offers; when the callback returns,\n"
+        "that is done in any case. Only for callbacks.\n\n"
+        "vars: Var, list of Var, dict or tupledict of Var, MVar; or column numbers of the presolved problem (int or\n"
+        "list of int), but not both in one solution.\n"
+        "values: one number for all, or as many as there are variables; a dict by key for a dict.\n"
+        "Raises TypeError and ValueError for arguments that do not fit, TessolvError for variables of another model,\n"
+        "RuntimeError outside of a callback. Nothing is entered then.\n\n"
+        "Example: model.cbSetSolution(x, {key: 0.0 for key in x})"),
+    no_args<model_cbUseSolution>(
+        "cbUseSolution",
+        "cbUseSolution($self)\n--\n\n"
+        "Offers the solution that was entered; the engine completes a partial one. Only for callbacks.\n\n"
+        "Returns a pair: 0 (taken), 1 (it violates the model, or cannot be completed) or 2 (feasible, but not better\n"
+        "than what is known), and its objective value, TSO.UNDEFINED if it has none. None if nothing was entered.\n"
+        "Raises RuntimeError outside of a callback, TessolvError if the solver refuses.\n\n"
+        "Example: status, value = model.cbUseSolution()"),
     keywords<model_message>("message", "message($self, message)\n--\n\n"
                                        "Writes a line into the log of the model.\n\n"
                                        "message: str. Raises TypeError for anything else.\n\n"

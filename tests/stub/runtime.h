@@ -328,8 +328,20 @@ inline int answer_TSOoptimize(TSOmodel model) {
     return code;
 }
 inline int answer_TSOcomputeIIS(TSOmodel model) { return answer_TSOoptimize(model); }
-inline int answer_TSOcbget(TSOcbdata, int, int, void* result) {
-    *static_cast<int*>(result) = variables();
+// Counts are those of the variables, a double is its code, entry i of an array is i / 4 or i; the relaxation is missing.
+inline int answer_TSOcbget(TSOcbdata, int, int what, void* result) {
+    static double doubles[64];
+    static int ints[64];
+    for (int i = 0; i < 64; ++i)
+        doubles[i] = i / 4.0, ints[i] = i;
+    if (what == 212 || (what >= 300 && what <= 302))
+        *static_cast<double*>(result) = what;
+    else if (what == 208 || what == 210 || what == 211)
+        *static_cast<int**>(result) = ints;
+    else if (what <= 202 || (what >= 306 && what <= 312))
+        *static_cast<int*>(result) = variables();
+    else
+        *static_cast<double**>(result) = what == 317 ? nullptr : doubles;
     return 0;
 }
 
