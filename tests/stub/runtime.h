@@ -328,7 +328,8 @@ inline int answer_TSOoptimize(TSOmodel model) {
     return code;
 }
 inline int answer_TSOcomputeIIS(TSOmodel model) { return answer_TSOoptimize(model); }
-// Counts are those of the variables, a double is its code, entry i of an array is i / 4 or i; the relaxation is missing.
+// Counts are those of the variables, a double is its code, entry i of an array is i / 4 or i; the relaxation is
+// missing.
 inline int answer_TSOcbget(TSOcbdata, int, int what, void* result) {
     static double doubles[64];
     static int ints[64];
