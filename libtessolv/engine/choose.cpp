@@ -37,7 +37,9 @@ Features features_of(const Model& model, bool has_callback) {
         }
     }
     f.quadratic_objective = !model.quadratic().empty();
-    f.quadratic_rows = model.num_quadratic_rows() > 0;
+    // A quadratic row without a quadratic term is as good as a linear one.
+    for (int i = 0; model.num_quadratic_rows() > 0 && !f.quadratic_rows && i < model.rows().size(); ++i)
+        f.quadratic_rows = model.rows().kind_of(i) == RowKind::Quadratic && !model.rows().quadratic[i].empty();
     f.sos = !model.sos().empty();
     f.indicators = !model.indicators().empty();
     f.psd = !model.psdvars().empty() || model.num_psd_rows() > 0;

@@ -6,35 +6,22 @@
 #include "expr/tempconstr.h"
 #include "model/model.h"
 #include "model/rows.h"
-#include "module/text.h"
 #include "py/args.h"
 #include "solver/check.h"
 
 #include <climits>
-#include <cmath>
 
 namespace tsp {
 namespace {
 
-// A bound less the constant of its expression; infinite bounds stay where they are.
-double shifted(Borrowed bound, double constant) {
-    double b = to_double(bound);
-    if (std::fabs(b) >= TSO_INFINITY)
-        return b >= 0 ? TSO_INFINITY : -TSO_INFINITY;
-    return b - constant;
-}
-
 // One row. Entries are gathered in arrays that are kept between calls: nothing in between runs Python code.
 Ref add_row(Model& self, const LinExpr& expr, Borrowed lower, Borrowed upper, const char* name) {
-    if (lower == Py_None && upper == Py_None)
-        raise(PyExc_TypeError, "must be real number, not NoneType");
-    double low = lower == Py_None ? -TSO_INFINITY : shifted(lower, expr.constant);
-    double high = upper == Py_None ? TSO_INFINITY : shifted(upper, expr.constant);
+    Sides sides = sides_of(lower, upper, expr.constant);
     static RowArrays row;
     row.clear();
     append_row(row, self, expr);
-    check(TSOaddrangeconstr(self.mdl_, static_cast<int>(row.index.size()), row.index.data(), row.value.data(), low,
-                            high, name));
+    check(TSOaddrangeconstr(self.mdl_, static_cast<int>(row.index.size()), row.index.data(), row.value.data(),
+                            sides.lower, sides.upper, name));
     return add_constr_object(self);
 }
 
@@ -58,26 +45,15 @@ Ref add_rows(Model& self, Borrowed exprs, Borrowed lower, Borrowed upper, const 
     if (size > INT_MAX)
         raise(PyExc_MemoryError, "too many constraints");
     auto count = static_cast<std::size_t>(size);
-    std::string text;
-    std::vector<std::size_t> starts;
-    if (*name)
-        for (int64_t i = 0; i < size; ++i) {
-            starts.push_back(text.size());
-            text += name;
-            append_subscript(text, i, static_cast<int>(shape.size()), shape.data());
-            text += '\0';
-        }
-    std::vector<const char*> names(count, "");
-    for (std::size_t i = 0; i < starts.size(); ++i)
-        names[i] = text.data() + starts[i];
-
+    CellNames names(name, shape, count);
     RowArrays rows;
-    std::vector<double> low(count), high(count);
+    std::vector<double> low(lower == Py_None ? 0 : count), high(upper == Py_None ? 0 : count);
     auto bounds = [&](std::size_t i, double constant) {
+        Sides sides = sides_of(lower, upper, constant);
         if (lower != Py_None)
-            low[i] = shifted(lower, constant);
+            low[i] = sides.lower;
         if (upper != Py_None)
-            high[i] = shifted(upper, constant);
+            high[i] = sides.upper;
     };
     if (BlockRef block = block_of(e)) {
         append_rows(rows, self, *block);
@@ -123,7 +99,7 @@ Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
     const TempConstr& t = as_tempconstr(tconstr);
     Ref hold = Ref::borrow(tconstr);
     if (is_mquadexpr(t.expr))
-        raise(PyExc_NotImplementedError, "quadratic constraints cannot be added yet");
+        return add_quadratic_rows(self, t.expr, t.lb, t.ub, name);
     if (is_mvar(t.expr)) {
         BlockRef block = block_of(as_handle_array(t.expr));
         Ref zero = Ref::steal(PyLong_FromLong(0));
@@ -133,19 +109,10 @@ Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
     if (is_mlinexpr(t.expr))
         return add_rows(self, t.expr, t.lb, t.ub, name);
     if (is_quadexpr(t.expr))
-        raise(PyExc_NotImplementedError, "quadratic constraints cannot be added yet");
+        return add_quadratic_row(self, t.expr, t.lb, t.ub, name);
     if (is_tempconstr(t.lb) || is_tempconstr(t.ub))
-        raise(PyExc_NotImplementedError, "indicator constraints cannot be added yet");
+        return add_indicator_pair(self, t, name);
     return add_row(self, t.expr, t.lb, t.ub, name);
-}
-
-const char* name_or_empty(Borrowed name, Chars& holder) {
-    if (!name)
-        return "";
-    if (name == Py_None)
-        raise(PyExc_TypeError, "expected bytes, NoneType found");
-    holder = str2chars(name);
-    return holder;
 }
 
 bool is_linear(Borrowed x) { return is_number(x) || is_var(x) || is_linexpr(x); }
@@ -181,19 +148,10 @@ Ref model_addLConstr(Model& self, const Call& call) {
     Ref left = owned(e);
     fill_linexpr(*e, lhs);
     Ref expr = subtract(left.get(), rhs);
-    auto is = [&, sense = sense](const char* text) {
-        Ref s = chars2str(text);
-        return checked(PyObject_RichCompareBool(sense, s.get(), Py_EQ)) == 1;
-    };
-    Ref tconstr;
-    if (is(">"))
-        tconstr = tempconstr_of(std::move(expr), true, false);
-    else if (is("="))
-        tconstr = tempconstr_of(std::move(expr), true, true);
-    else if (is("<"))
-        tconstr = tempconstr_of(std::move(expr), false, true);
-    else // Kept: the text never shows the sense (test_build_rows.py).
+    char code = row_sense(sense);
+    if (!code) // Kept: the text never shows the sense (test_build_rows.py).
         raise_tessolv_error("Invalid sense ``");
+    Ref tconstr = tempconstr_of(std::move(expr), code != TSO_LESS_EQUAL, code != TSO_GREATER_EQUAL);
     return add_constr(self, tconstr.get(), name_or_empty(name, holder));
 }
 

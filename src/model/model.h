@@ -81,7 +81,10 @@ Ref model_addConstr(Model& self, const Call& call); // linear.cpp
 Ref model_addLConstr(Model& self, const Call& call);
 Ref model_addRange(Model& self, const Call& call);
 Ref model_addConstrs(Model& self, const Call& call);
-Ref model_setObjective(Model& self, const Call& call); // objective.cpp
+Ref model_addQConstr(Model& self, const Call& call);            // quadratic.cpp
+Ref model_addSOS(Model& self, const Call& call);                // sos.cpp
+Ref model_addGenConstrIndicator(Model& self, const Call& call); // indicator.cpp
+Ref model_setObjective(Model& self, const Call& call);          // objective.cpp
 Ref model_getObjective(Model& self);
 Ref model_remove(Model& self, const Call& call); // remove.cpp
 Ref model_ctypes(Model& self);                   // view.cpp

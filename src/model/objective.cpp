@@ -57,36 +57,10 @@ void write_linear(Model& self, const LinExpr& e) {
         write_cost(self.mdl_, index, cost);
 }
 
-bool is_var(Coeff item) { return item.is_object() && tsp::is_var(item.pointer()); }
-
-// The index of what stands in a list of variables.
-int index_of(const Model& self, Borrowed var) {
-    if (tsp::is_var(var))
-        return index_in(self, var);
-    Ref index = Ref::steal(PyObject_GetAttr(var, state().s_index));
-    return to_int32(index.get());
-}
-
 void write_quadratic(Model& self, const QuadExpr& q) {
-    auto n = static_cast<std::size_t>(q.size());
-    std::vector<int> rows(n), cols(n);
-    std::vector<double> values(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        auto at = static_cast<int>(i);
-        Coeff var1 = coeff_at(q.vars1, at), var2 = coeff_at(q.vars2, at), coeff = coeff_at(q.coeffs, at);
-        if (is_var(var1) && is_var(var2) && coeff.to_number(values[i])) {
-            rows[i] = index_in(self, var1.pointer());
-            cols[i] = index_in(self, var2.pointer());
-            continue;
-        }
-        Ref one = var1.object(), other = var2.object(), factor = coeff.object(); // these may run Python code
-        rows[i] = index_of(self, one.get());
-        cols[i] = index_of(self, other.get());
-        values[i] = to_double(factor.get());
-        if (static_cast<std::size_t>(q.size()) < n)
-            raise(PyExc_RuntimeError, "the expression changed while it was read");
-    }
-    check(TSOaddqpterms(self.mdl_, static_cast<int>(n), rows.data(), cols.data(), values.data()));
+    QuadArrays terms;
+    append_terms(terms, self, q);
+    check(TSOaddqpterms(self.mdl_, terms.size(), terms.row.data(), terms.col.data(), terms.value.data()));
 }
 
 } // namespace

@@ -1,13 +1,15 @@
 #include "model/rows.h"
 
 #include "arrays/block.h"
-#include "expr/linexpr.h"
+#include "expr/kinds.h"
+#include "expr/quadexpr.h"
 #include "module/state.h"
 #include "module/text.h"
 
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cmath>
 #include <new>
 #include <numeric>
 
@@ -62,6 +64,92 @@ void RowArrays::finish_row(std::size_t from) {
     std::size_t count = merge_row(index.data() + from, value.data() + from, index.size() - from);
     index.resize(from + count);
     value.resize(from + count);
+}
+
+void QuadArrays::finish_row(std::size_t from) {
+    struct Term {
+        int64_t place; // both indices, the first one above
+        double value;
+    };
+    std::size_t count = row.size() - from;
+    auto place = [this](std::size_t k) { return (int64_t{row[k]} << 32) + col[k]; };
+    bool rising = true;
+    for (std::size_t k = from; k < row.size(); ++k) {
+        if (row[k] > col[k])
+            std::swap(row[k], col[k]);
+        rising = rising && (k == from || place(k - 1) < place(k));
+    }
+    if (rising)
+        return;
+    constexpr std::size_t kSmall = 32;
+    Term few[kSmall];
+    std::vector<Term> many(count > kSmall ? count : 0);
+    Term* terms = count > kSmall ? many.data() : few;
+    for (std::size_t k = 0; k < count; ++k)
+        terms[k] = {place(from + k), value[from + k]};
+    if (count > kSmall) {
+        std::stable_sort(terms, terms + count, [](const Term& a, const Term& b) { return a.place < b.place; });
+    } else {
+        for (std::size_t i = 1; i < count; ++i) {
+            Term t = terms[i];
+            std::size_t j = i;
+            for (; j > 0 && terms[j - 1].place > t.place; --j)
+                terms[j] = terms[j - 1];
+            terms[j] = t;
+        }
+    }
+    std::size_t last = 0;
+    for (std::size_t i = 1; i < count; ++i) {
+        if (terms[i].place == terms[last].place)
+            terms[last].value += terms[i].value;
+        else
+            terms[++last] = terms[i];
+    }
+    for (std::size_t k = 0; k <= last; ++k) {
+        col[from + k] = static_cast<int>(terms[k].place); // the lower half
+        row[from + k] = static_cast<int>((terms[k].place - col[from + k]) >> 32);
+        value[from + k] = terms[k].value;
+    }
+    for (auto* indices : {&row, &col})
+        indices->resize(from + last + 1);
+    value.resize(from + last + 1);
+}
+
+namespace {
+
+bool is_var(Coeff item) { return item.is_object() && tsp::is_var(item.pointer()); }
+
+// The index of what stands in a list of variables.
+int index_of(const Model& self, Borrowed var) {
+    if (tsp::is_var(var))
+        return index_in(self, var);
+    Ref index = Ref::steal(PyObject_GetAttr(var, state().s_index));
+    return to_int32(index.get());
+}
+
+} // namespace
+
+void append_terms(QuadArrays& terms, const Model& self, const QuadExpr& q) {
+    int n = q.size();
+    std::size_t from = terms.row.size();
+    for (auto* indices : {&terms.row, &terms.col})
+        indices->resize(from + static_cast<std::size_t>(n));
+    terms.value.resize(from + static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) {
+        std::size_t at = from + static_cast<std::size_t>(i);
+        Coeff var1 = coeff_at(q.vars1, i), var2 = coeff_at(q.vars2, i), coeff = coeff_at(q.coeffs, i);
+        if (is_var(var1) && is_var(var2) && coeff.to_number(terms.value[at])) {
+            terms.row[at] = index_in(self, var1.pointer());
+            terms.col[at] = index_in(self, var2.pointer());
+            continue;
+        }
+        Ref one = var1.object(), other = var2.object(), factor = coeff.object(); // these may run Python code
+        terms.row[at] = index_of(self, one.get());
+        terms.col[at] = index_of(self, other.get());
+        terms.value[at] = to_double(factor.get());
+        if (q.size() < n)
+            raise(PyExc_RuntimeError, "the expression changed while it was read");
+    }
 }
 
 void append_row(RowArrays& rows, const Model& self, const LinExpr& expr) {
@@ -179,21 +267,68 @@ void append_subscript(std::string& text, Py_ssize_t cell, int ndim, const Py_ssi
     text += ']';
 }
 
+CellNames::CellNames(const char* name, const std::vector<Py_ssize_t>& shape, std::size_t count) : names_(count, "") {
+    if (!*name)
+        return;
+    std::vector<std::size_t> starts;
+    starts.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        starts.push_back(text_.size());
+        text_ += name;
+        append_subscript(text_, static_cast<Py_ssize_t>(i), static_cast<int>(shape.size()), shape.data());
+        text_ += '\0';
+    }
+    for (std::size_t i = 0; i < count; ++i)
+        names_[i] = text_.data() + starts[i];
+}
+
+namespace {
+
+double side(Borrowed bound, double constant) {
+    double b = to_double(bound);
+    if (std::fabs(b) >= TSO_INFINITY)
+        return b >= 0 ? TSO_INFINITY : -TSO_INFINITY;
+    return b - constant;
+}
+
+} // namespace
+
+Sides sides_of(Borrowed lower, Borrowed upper, double constant) {
+    if (lower == Py_None && upper == Py_None)
+        raise(PyExc_TypeError, "must be real number, not NoneType");
+    return {lower == Py_None ? -TSO_INFINITY : side(lower, constant),
+            upper == Py_None ? TSO_INFINITY : side(upper, constant)};
+}
+
+char row_sense(Borrowed sense) {
+    for (char code : {TSO_GREATER_EQUAL, TSO_EQUAL, TSO_LESS_EQUAL}) {
+        Ref text = chars2str(&code, 1);
+        if (checked(PyObject_RichCompareBool(sense, text.get(), Py_EQ)))
+            return code;
+    }
+    return 0;
+}
+
+const char* name_or_empty(Borrowed name, Chars& holder) {
+    if (!name)
+        return "";
+    if (name == Py_None)
+        raise(PyExc_TypeError, "expected bytes, NoneType found");
+    holder = str2chars(name);
+    return holder;
+}
+
 PyObject* mirror(PyObject* list) {
     if (!list || !PyList_Check(list))
         raise(PyExc_TypeError, "object of type 'NoneType' has no len()");
     return list;
 }
 
-namespace {
-
 Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self) {
     Ref handle = new_handle(type, self.mdl_, static_cast<int>(PyList_GET_SIZE(list)));
     checked(PyList_Append(list, handle.get()));
     return handle;
 }
-
-} // namespace
 
 Ref add_constr_object(Model& self) {
     State& s = state();

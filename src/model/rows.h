@@ -3,6 +3,7 @@
 
 #include "handles/handle.h"
 #include "model/model.h"
+#include "module/text.h"
 
 #include <string>
 #include <vector>
@@ -11,6 +12,8 @@ namespace tsp {
 
 struct LinBlock;
 struct LinExpr;
+struct QuadExpr;
+struct TempConstr;
 
 // The index of a handle in this model; -1, which the solver refuses, for a handle of another model.
 inline int index_in(const Model& self, Borrowed handle) {
@@ -37,16 +40,65 @@ struct RowArrays {
 void append_row(RowArrays& rows, const Model& self, const LinExpr& expr);
 void append_rows(RowArrays& rows, const Model& self, const LinBlock& block);
 
+// Quadratic terms as the solver takes them.
+struct QuadArrays {
+    std::vector<int> row, col;
+    std::vector<double> value;
+
+    int size() const { return static_cast<int>(row.size()); }
+    void clear() {
+        row.clear();
+        col.clear();
+        value.clear();
+    }
+    // Orders the terms behind `from`, the smaller index of each first, and adds up those of one pair.
+    void finish_row(std::size_t from);
+};
+// The terms as they stand.
+void append_terms(QuadArrays& terms, const Model& self, const QuadExpr& expr);
+
+// The sides of a row whose expression has a constant: None, of which one of them may be, is infinite; infinite sides
+// stay where they are.
+struct Sides {
+    double lower, upper;
+};
+Sides sides_of(Borrowed lower, Borrowed upper, double constant);
+
+// TSO_LESS_EQUAL, TSO_GREATER_EQUAL or TSO_EQUAL for the sense of a row given as data; 0 for what is none.
+char row_sense(Borrowed sense);
+
+// The text of a name, which `holder` keeps; "" for one that was not given. None is refused.
+const char* name_or_empty(Borrowed name, Chars& holder);
+
 // "[1,2]" for the subscripts of an element: the text of their list, blanks removed.
 void append_subscript(std::string& text, PyObject* const* items, Py_ssize_t count);
 
 // The same for the cell of an array with a number, row by row.
 void append_subscript(std::string& text, Py_ssize_t cell, int ndim, const Py_ssize_t* shape);
 
+// The names of the rows that come of an array: the name of all with the place of each, or none.
+class CellNames {
+public:
+    CellNames(const char* name, const std::vector<Py_ssize_t>& shape, std::size_t count);
+    const char** data() { return names_.data(); }
+
+private:
+    std::string text_;
+    std::vector<const char*> names_;
+};
+
+// Appends a new handle to the list that mirrors its kind.
+Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self);
+
 // Enters one new row in the mirror and gives its Constr.
 Ref add_constr_object(Model& self);
 
 // The list that mirrors one kind of element; an error if the model is a shell without lists.
 PyObject* mirror(PyObject* list);
+
+// The paths of Model.addConstr that are not linear. Bounds as in a TempConstr.
+Ref add_quadratic_row(Model& self, Borrowed quadexpr, Borrowed lower, Borrowed upper, const char* name);
+Ref add_quadratic_rows(Model& self, Borrowed mquadexpr, Borrowed lower, Borrowed upper, const char* name);
+Ref add_indicator_pair(Model& self, const TempConstr& pair, const char* name);
 
 } // namespace tsp

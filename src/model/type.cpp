@@ -99,11 +99,12 @@ PyMethodDef model_methods[] = {
         "addConstr",
         "addConstr($self, tconstr, name='')\n--\n\n"
         "Adds a constraint, or the constraints of a comparison of arrays.\n\n"
-        "tconstr: what a comparison gives, as in x + y <= 1, x >= y, x == [0, 5] (a range) or A @ x <= b; True or\n"
-        "False add a row that always or never holds.\n"
+        "tconstr: what a comparison gives, as in x + y <= 1, x >= y, x == [0, 5] (a range), x * y <= 2 or A @ x <= b;\n"
+        "or (b == 1) >> (x + y <= 1), which holds if the binary variable b has that value. True or False add a row\n"
+        "that always or never holds.\n"
         "name: str, at most 255 bytes; rows of an array have their place added, as in c[0,1].\n"
-        "Returns the Constr, for arrays an MConstr. Raises TypeError for arguments of wrong types, TessolvError if the "
-        "solver refuses.\n\n"
+        "Returns the Constr, QConstr or GenConstr, for arrays an MConstr or MQConstr. Raises TypeError and ValueError\n"
+        "for arguments that do not fit, TessolvError if the solver refuses; then nothing was added.\n\n"
         "Example: c = m.addConstr(x + 2 * y <= 4, name=\"c\")"),
     keywords<model_addLConstr>(
         "addLConstr",
@@ -114,6 +115,43 @@ PyMethodDef model_methods[] = {
         "Returns the Constr. Raises TypeError and ValueError for arguments that do not fit, TessolvError for\n"
         "another sense or if the solver refuses.\n\n"
         "Example: m.addLConstr(x + y, TSO.LESS_EQUAL, 4)"),
+    keywords<model_addQConstr>(
+        "addQConstr",
+        "addQConstr($self, lhs, sense=None, rhs=None, name='')\n--\n\n"
+        "Adds a quadratic constraint.\n\n"
+        "lhs, rhs: numbers, Var, LinExpr or QuadExpr; lhs may also be a comparison, a range too, then sense and rhs\n"
+        "must be None.\n"
+        "sense: \"<\", \">\" or \"=\".\n"
+        "name: str, at most 255 bytes.\n"
+        "Returns the QConstr. Raises TypeError and ValueError for arguments that do not fit, TessolvError for\n"
+        "another sense or if the solver refuses.\n\n"
+        "Example: m.addQConstr(x * x + y * y, TSO.LESS_EQUAL, z * z)"),
+    keywords<model_addSOS>(
+        "addSOS",
+        "addSOS($self, type, vars, weights=None)\n--\n\n"
+        "Adds a special ordered set.\n\n"
+        "type: TSO.SOS_TYPE1, at most one of the variables is not zero, or TSO.SOS_TYPE2, at most two, which then "
+        "stand\n"
+        "one behind the other.\n"
+        "vars: an iterable of Var, an MVar, or a dict, whose values count; their order is that of the set.\n"
+        "weights: as many finite numbers, rising from each variable to the next; for a dict also a dict with the same\n"
+        "keys. Without them 1, 2, 3 and so on.\n"
+        "Returns the SOS. Raises TypeError for arguments of wrong types, ValueError for weights that do not fit or\n"
+        "variables that are missing or there twice, TessolvError if the solver refuses.\n\n"
+        "Example: m.addSOS(TSO.SOS_TYPE2, [x, y, z])"),
+    keywords<model_addGenConstrIndicator>(
+        "addGenConstrIndicator",
+        "addGenConstrIndicator($self, binvar, binval, lhs, sense=None, rhs=None, name='')\n--\n\n"
+        "Adds a linear constraint that has to hold only if a binary variable has a given value.\n\n"
+        "binvar: Var, binary or integer between 0 and 1.  binval: 0 or 1.\n"
+        "lhs, rhs: numbers, Var or LinExpr; lhs may also be a comparison, then sense and rhs must be None.\n"
+        "sense: \"<\", \">\" or \"=\".\n"
+        "name: str, at most 255 bytes.\n"
+        "Returns the GenConstr. Raises TypeError for wrong types and what is not linear, ValueError for another "
+        "binval,\n"
+        "for a range and for arguments that do not fit, TessolvError for another sense or if the solver refuses, as\n"
+        "it does for a variable that is not binary.\n\n"
+        "Example: m.addGenConstrIndicator(b, 1, x + y, TSO.EQUAL, 3)"),
     keywords<model_addRange>(
         "addRange",
         "addRange($self, expr, lower, upper, name='')\n--\n\n"

@@ -75,6 +75,13 @@ GOOD = {
     "variables": lambda m, x, y: m.remove(m.addVars(2, ["a", "bc"], lb=NUMBER, ub=[1.0] * 4, vtype="B", name=NAME)),
     "row": lambda m, x, y: m.remove([m.addConstr(x + 2 * y <= NUMBER, NAME), m.addLConstr(x, "<", y)]),
     "rows": lambda m, x, y: m.remove(m.addConstrs((x + i * y <= NUMBER for i in range(6)), NAME)),
+    "quadratic row": lambda m, x, y: m.remove(
+        [m.addConstr(x * y + x <= NUMBER, NAME), m.addQConstr(x * x, ">", y + 1), m.addConstr(x * y == [1, NUMBER])]
+    ),
+    "set": lambda m, x, y: m.remove(m.addSOS(2, iter([x, y]), {0: NUMBER, 1: 2 * NUMBER}.values())),
+    "indicator": lambda m, x, y: m.remove(
+        [m.addConstr((y == 1) >> (x + y <= NUMBER), NAME), m.addGenConstrIndicator(y, 0, x, "=", NUMBER + y, NAME)]
+    ),
     "objective": lambda m, x, y: (m.setObjective(x * y + NUMBER * x + y + 1, -1), m.getObjective()),
 }  # fmt: skip
 BAD = {
@@ -89,14 +96,24 @@ BAD = {
                      lambda m, x, y: tso.Column([1, 2], [m.getConstrs()[0], x]), lambda m, x, y: tso.List((NAME,))],
     "variables": [lambda m, x, y: m.addVars(3, name=[NAME]), lambda m, x, y: m.addVars([NAME], vtype=[NUMBER]),
                   lambda m, x, y: m.addVar(column=tso.Column(NAME, m.getConstrs()[0]))],
-    "rows": [lambda m, x, y: m.addConstr(x * y <= NUMBER), lambda m, x, y: m.addLConstr(x + y, NAME, NUMBER),
+    "rows": [lambda m, x, y: m.addConstr(x * y == [1j, NUMBER]), lambda m, x, y: m.addLConstr(x + y, NAME, NUMBER),
              lambda m, x, y: m.addRange(x + NUMBER, NAME, 1), lambda m, x, y: m.addConstrs((NAME for _ in "ab"), NAME)],
+    "special rows": [
+        *[lambda m, x, y, w=w: m.addSOS(1, [x, y], w) for w in ([NUMBER], [NUMBER, NAME], {NAME: NUMBER}, halfway)],
+        lambda m, x, y: m.addSOS(NAME, [x, y]), lambda m, x, y: m.addSOS(1, [x, NAME]), lambda m, x, y: m.addSOS(1, x),
+        lambda m, x, y: m.addConstr((x == 1) >> (y <= NUMBER)), lambda m, x, y: m.addConstr((y == 1) >> (x * y <= 1)),
+        lambda m, x, y: m.addGenConstrIndicator(y, NAME, x <= NUMBER),
+        lambda m, x, y: m.addGenConstrIndicator(y, 1, x == [1, NUMBER]),
+        lambda m, x, y: m.addQConstr(x * y, NAME, NUMBER), lambda m, x, y: m.addQConstr(x * y <= 1, None, None, None),
+        lambda m, x, y: m.addConstr(tso.MQuadExpr.new([x * y, NAME]) <= NUMBER),
+    ],
     "removal": [lambda m, x, y: m.remove([x, (y, {NAME: NUMBER})])],
     "objective": [lambda m, x, y: m.setObjective(NAME), lambda m, x, y: m.setObjective(x + NUMBER, NAME)],
 }  # fmt: skip
 LONG = {
     "arrays": lambda m, x, y: change_arrays(m, tso.MVar.fromlist([[x, y], [y, x]])),
     "sparse": lambda m, x, y: scipy.sparse.csr_matrix([[1, NUMBER]]) @ tso.MVar.fromlist([x, y]),
+    "quadratic rows": lambda m, x, y: m.remove(m.addConstr(tso.MVar.fromlist([x, y]) * x <= A[0] + NUMBER, NAME)),
     "array rows": lambda m, x, y: m.remove(m.addConstr(A @ tso.MVar.fromlist([x, y]) <= [1, NUMBER] @ A, NAME)),
 }
 ACTIONS = {

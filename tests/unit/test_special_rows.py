@@ -1,0 +1,275 @@
+"""Quadratic rows, sets and indicators: the exact calls, what is refused, and that it leaves no trace."""
+
+import numpy as np
+import pytest
+import tessolvpy as tso
+from expressions import refusal
+from test_build_variables import state
+
+INF, NAN = 1e20, float("nan")
+
+
+@pytest.fixture
+def built(stub, env):
+    """A model, its variables x, y, z, of which y is binary, and a variable of another model."""
+    m, other = tso.Model("m", env), tso.Model("other", env)
+    stranger = [other.addVar() for _ in range(2)][1]
+    xyz = [m.addVar() for _ in range(3)]
+    stub.clear()
+    return m, xyz, stranger
+
+
+def calls(stub, function):
+    found = [call for call in stub.calls() if call[0] == function]
+    stub.clear()
+    return [tuple(a or [] if a is None else a for a in call[2:]) for call in found]
+
+
+def everything(m):
+    return state(m), m.getSOSs()[:], m.getGenConstrs()[:]
+
+
+def test_quadratic_rows(stub, built):
+    m, (x, y, z), _ = built
+    infinity, Q = float("inf"), tso.QuadExpr
+    backwards, nothing = Q(), Q(x + 1)
+    backwards.addTerms([1, 2.5], [z, x], [y, x])  # as they stand
+    for add, linear, quadratic, sense, rhs, *more in [
+        (lambda: m.addConstr(x * y <= 2, "r"), [], [(0, 1, 1.0)], "<", 2.0),
+        (lambda: m.addConstr(x * y + 3 * z * x + y * x + 1 >= z + z),
+         [(2, -2.0)], [(0, 1, 2.0), (0, 2, 3.0)], ">", -1.0),
+        (lambda: m.addConstr(z * z + x * x == y, "é"), [(1, -1.0)], [(0, 0, 1.0), (2, 2, 1.0)], "=", 0.0),
+        (lambda: m.addConstr(x * y - y * x <= 0), [], [(0, 1, 0.0)], "<", 0.0),
+        (lambda: m.addConstr(backwards <= 1), [], [(0, 0, 2.5), (1, 2, 1.0)], "<", 1.0),
+        (lambda: m.addConstr(nothing == [-infinity, 3]), [(0, 1.0)], [], "<", 2.0),
+        (lambda: m.addQConstr(nothing, "<", 3), [(0, 1.0)], [], "<", 2.0),
+        (lambda: m.addConstr(x * x + 1 == [3, 3]), [], [(0, 0, 1.0)], "=", 2.0),
+        (lambda: m.addConstr(x * x == [-infinity, 3]), [], [(0, 0, 1.0)], "<", 3.0),
+        (lambda: m.addConstr(x * x == (2, 1e30)), [], [(0, 0, 1.0)], ">", 2.0),
+        (lambda: m.addConstr(x * x + 1 == [2, 5]), [], [(0, 0, 1.0)], "<", 4.0, ("QCLHS", 1.0)),
+        (lambda: m.addConstr(x * x <= infinity), [], [(0, 0, 1.0)], "<", 0.0, ("QCRHS", INF)),
+        (lambda: m.addQConstr(x * x, ">", y * z + 1), [], [(0, 0, 1.0), (1, 2, -1.0)], ">", 1.0),
+        (lambda: m.addQConstr(lhs=1, sense=tso.TSO.LESS_EQUAL, rhs=x * y + z), [(2, -1.0)], [(0, 1, -1.0)], "<", -1.0),
+        (lambda: m.addQConstr(2 * x, "=", y), [(0, 2.0), (1, -1.0)], [], "=", 0.0),
+        (lambda: m.addQConstr(x * y <= 4, name="r"), [], [(0, 1, 1.0)], "<", 4.0),
+        (lambda: m.addQConstr(x == [1, 2]), [(0, 1.0)], [], "<", 2.0, ("QCLHS", 1.0)),
+    ]:  # fmt: skip
+        rows = len(m.getConstrs())
+        made = add()
+        calls_of = stub.calls()
+        (call,) = [c for c in calls_of if c[0] == "TSOaddqconstr"]
+        sides = [(c[2], c[5][0]) for c in calls_of if c[0] == "TSOsetdblattrlist" and c[3:5] == (1, [rows])]
+        _, _, n, lind, lval, k, qrow, qcol, qval, *rest = call
+        assert list(zip(lind or [], lval or [])) == linear
+        assert list(zip(qrow or [], qcol or [], qval or [])) == quadratic
+        assert (n, k, rest[:2], sides) == (len(linear), len(quadratic), [sense, rhs], more)
+        assert type(made) is tso.QConstr
+        for rows_of_kind in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs()):
+            assert [c.index for c in rows_of_kind] == list(range(rows + 1))
+        assert m.getQConstrs()[-1] is made
+        stub.clear()
+    many = tso.quicksum(3 * v * w for _ in range(9) for v in (z, y, x) for w in (x, z))
+    m.addConstr(many <= 1)
+    assert calls(stub, "TSOaddqconstr")[0][4:7] == ([0, 0, 0, 1, 2], [0, 1, 2, 2, 2], [27.0, 27.0, 54.0, 27.0, 27.0])
+
+
+def test_quadratic_rows_of_arrays(stub, built):
+    m, (x, y, z), _ = built
+    a = tso.MVar.fromlist([[x, y], [y, z]])
+    made = m.addConstr(a * a + a <= np.array([[1, 2], [3, 4]]), "q")
+    assert (type(made), made.shape) == (tso.MQConstr, (2, 2))
+    assert [c.index for c in made.tolist()[0]] == [0, 1] and m.getQConstrs()[3] is made.tolist()[1][1]
+    rows = calls(stub, "TSOaddqconstr")
+    assert [(r[1], r[4], r[5], *r[7:]) for r in rows] == [
+        ([0], [0], [0], "<", 1.0, "q[0,0]"), ([1], [1], [1], "<", 2.0, "q[0,1]"),
+        ([1], [1], [1], "<", 3.0, "q[1,0]"), ([2], [2], [2], "<", 4.0, "q[1,1]"),
+    ]  # fmt: skip
+    mixed = m.addConstr(tso.TempConstr.new(tso.MQuadExpr.new([x * y + 1, 2 * z + 1, y, 5]), 0, 7))
+    assert [c.index for c in mixed.tolist()] == [4, 5, 6, 7]
+    assert [(r[0], r[3], r[8]) for r in calls(stub, "TSOaddqconstr")] == [
+        (0, 1, 6.0),
+        (1, 0, 6.0),
+        (1, 0, 7.0),
+        (0, 0, 2.0),
+    ]
+    assert m.addConstr(a[0] @ a[0] <= 1).shape == ()
+    assert m.addConstr(tso.MQuadExpr.zeros((0, 2)) <= 1).shape == (0, 2)
+    before = everything(m)
+    stub.clear()
+    stub.fail("TSOaddqconstr", -3, 3)
+    assert refusal(m.addConstr, a * x <= 1)[0] is tso.TessolvError
+    assert [c[3] for c in stub.calls() if c[0] == "TSOdelconstrs"] == [[10], [9]]
+    stub.fail("TSOsetdblattrlist", -3, 2)
+    assert refusal(m.addConstr, tso.TempConstr.new(a * x, 1, 2))[0] is tso.TessolvError
+    assert everything(m) == before
+
+
+def test_sets(stub, built):
+    m, (x, y, z), _ = built
+    a = tso.MVar.fromlist([[x, z], [y, m.addVar()]])
+    keyed = tso.tupledict({"a": z, "b": x})
+    for arguments, kind, members, weights in [
+        ((1, [z, x]), 1, [2, 0], None),
+        ((tso.TSO.SOS_TYPE2, (v for v in (x, y, z)), None), 2, [0, 1, 2], None),
+        ((np.int32(2), tso.tuplelist([x, z]), (1, 2.5)), 2, [0, 2], [1.0, 2.5]),
+        ((1, a, np.array([[-1, 0], [1, 2]])), 1, [0, 2, 1, 3], [-1.0, 0.0, 1.0, 2.0]),
+        ((1, [a[0, 1], x, a[1]], range(4)), 1, [2, 0, 1, 3], [0.0, 1.0, 2.0, 3.0]),
+        ((1, keyed.values()), 1, [2, 0], None),
+        ((1, keyed, {"b": 7, "a": 3, "c": 1}), 1, [2, 0], [3.0, 7.0]),
+        ((1, np.array([y, x])), 1, [1, 0], None),
+    ]:  # fmt: skip
+        stub.clear()
+        made = m.addSOS(*arguments)
+        assert calls(stub, "TSOaddsos") == [(1, len(members), [kind], [0], members, weights or [])]
+        assert type(made) is tso.SOS and m.getSOSs()[-1] is made
+    sets = m.getSOSs()[:]
+    assert [s.index for s in sets] == list(range(8))
+    m.remove([sets[1], [sets[6]]])
+    assert [s.index for s in sets] == [0, -2, 1, 2, 3, 4, -7, 5] and len(m.getSOSs()) == 6
+
+
+def test_indicators(stub, built):
+    m, (x, y, z), _ = built
+    G, a = m.addGenConstrIndicator, tso.MVar.fromlist([x, y, z])
+    for add, value, row, sense, rhs, *name in [
+        (lambda: G(y, 1, x + z, "<", 3), 1, [(0, 1.0), (2, 1.0)], "<", 3.0),
+        (lambda: G(y, False, z + x + 1 + z, tso.TSO.EQUAL, x), 0, [(0, 0.0), (2, 2.0)], "=", -1.0),
+        (lambda: G(y, 1.0, x, ">", 2, "g"), 1, [(0, 1.0)], ">", 2.0, "g"),
+        (lambda: G(y, np.bool_(True), 5, "<", 2 * x), 1, [(0, -2.0)], "<", -5.0),
+        (lambda: G(y, 1, x + 1 <= z), 1, [(0, 1.0), (2, -1.0)], "<", -1.0),
+        (lambda: G(y, 1, x >= z, name="é"), 1, [(0, 1.0), (2, -1.0)], ">", 0.0, "é"),
+        (lambda: G(y, 1, x == 3), 1, [(0, 1.0)], "=", 3.0),
+        (lambda: G(y, 1, x == [-INF, 3]), 1, [(0, 1.0)], "<", 3.0),
+        (lambda: G(a[1], 1, a[0] + a[2] <= 3), 1, [(0, 1.0), (2, 1.0)], "<", 3.0),
+        (lambda: m.addConstr((y == 1) >> (x + z + 1 <= 3)), 1, [(0, 1.0), (2, 1.0)], "<", 2.0),
+        (lambda: m.addConstr((y == 0) >> (x >= z), "p"), 0, [(0, 1.0), (2, -1.0)], ">", 0.0, "p"),
+        (lambda: m.addConstr((a[1] == 1) >> (a[0] + 1 <= 3)), 1, [(0, 1.0)], "<", 2.0),
+    ]:  # fmt: skip
+        stub.clear()
+        made = add()
+        indices, values = zip(*row)
+        (call,) = calls(stub, "TSOaddgenconstrIndicator")
+        assert call == (*(name or [""]), 1, value, len(row), list(indices), list(values), sense, rhs)
+        assert type(made) is tso.GenConstr and m.getGenConstrs()[-1] is made
+    rows = m.addConstrs(((y == k) >> (x <= k) for k in range(2)), "i")
+    assert [call[0] for call in calls(stub, "TSOaddgenconstrIndicator")] == ["i[0]", "i[1]"]
+    assert [g.index for g in m.getGenConstrs()] == list(range(14)) and rows[1] is m.getGenConstrs()[13]
+    m.remove([rows[0]])
+    assert (rows[0].index, rows[1].index, len(m.getConstrs())) == (-13, 12, 0)
+
+
+BINARY = "indicator constraints can only be triggered by a single binary variable at a given binary value"
+LINEAR = "indicator constraints can only be in linear form"
+
+
+def test_refused(stub, built):
+    m, (x, y, z), stranger = built
+    S, G, Q = m.addSOS, m.addGenConstrIndicator, m.addQConstr
+    a = tso.MVar.fromlist([x, y])
+    odd, short, bad = (tso.QuadExpr(x + 1) for _ in range(3))
+    odd.addTerms([1], [x], ["y"])
+    short.addTerms([1, 2], [x], [y])
+    bad.addTerms(["1"], [x], [y])
+    one_side = "an indicator constraint has one side; state a range as two of them"
+    weights = "weights should "
+
+    class Spoils:  # a set whose iteration removes what it gave
+        def __iter__(self):
+            v = m.addVar()
+            yield v
+            m.remove(v)
+
+    removed = m.addVar()
+    m.remove(removed)
+    m.addConstr(x <= 1)
+    m.getQConstrs()
+    for act, expected in [
+        (lambda: m.addConstr(odd == [0, 1]), (TypeError, None)),
+        (lambda: m.addConstr(short == [0, 1]), (IndexError, "list index out of range")),
+        (lambda: m.addConstr(bad == [0, 1]), (TypeError, None)),
+        (lambda: m.addConstr(x * x <= 1, None), (TypeError, "expected bytes, NoneType found")),
+        (lambda: m.addConstr(x * x == [1, 2j]), (TypeError, "must be real number, not complex")),
+        (lambda: m.addConstr(tso.MQuadExpr.new([x * x, None]) <= 1), (TypeError, None)),
+        (lambda: m.addConstr(tso.TempConstr.new(tso.MQuadExpr.new([x * x, "a"]), 0, 1)),
+         (TypeError, "Expect a QuadExpr")),
+        (lambda: Q(x * x), (ValueError, "sense and rhs can not be None if lhs is not a TempConstr")),
+        (lambda: Q(x * x <= 1, "<"), (ValueError, "sense and rhs should be None if lhs is a TempConstr")),
+        (lambda: Q("x", "<", 1),
+         (TypeError, "lhs should be one of [constant, Var, LinExpr, QuadExpr, TempConstr] type")),
+        (lambda: Q(x, "<", a), (TypeError, "rhs should be one of [constant, Var, LinExpr, QuadExpr] type")),
+        (lambda: Q((y == 1) >> (x <= 1)),
+         (TypeError, "expression in TempConstr should be one of [constant, Var, LinExpr, QuadExpr] type")),
+        (lambda: Q(x * y, "<=", 1), (tso.TessolvError, "Invalid sense `<=`")),
+        (lambda: Q(x * y, "<", 1j), (TypeError, None)),
+        (lambda: S("1", [x]), (TypeError, None)),
+        (lambda: S(1.0, [x]), (TypeError, None)),
+        (lambda: S(2**40, [x]), (OverflowError, None)),
+        (lambda: S(1, x), (TypeError, "vars should be an iterable, not `Var`")),
+        (lambda: S(1, "xy"), (TypeError, "vars should be an iterable, not `str`")),
+        (lambda: S(1, 5), (TypeError, None)),
+        (lambda: S(1, []), (ValueError, "a special ordered set needs at least one variable")),
+        (lambda: S(1, [x, 2 * y]), (TypeError, "vars should contain Var only, not `LinExpr`")),
+        (lambda: S(1, [x, [y]]), (TypeError, "vars should contain Var only, not `list`")),
+        (lambda: S(1, [x, y, x]), (ValueError, "the variable of index 0 is in the set twice")),
+        (lambda: S(1, [x, y], [1]), (ValueError, "1 weights for 2 variables")),
+        (lambda: S(1, [x, y], iter([1, 2, 3])), (ValueError, "3 weights for 2 variables")),
+        (lambda: S(1, [x, y], [2, 1]), (ValueError, weights + "rise from each variable to the next")),
+        (lambda: S(1, [x, y], [1, 1.0]), (ValueError, weights + "rise from each variable to the next")),
+        (lambda: S(1, [x, y], [1, NAN]), (ValueError, weights + "be finite numbers")),
+        (lambda: S(1, [x, y], [1, float("inf")]), (ValueError, weights + "be finite numbers")),
+        (lambda: S(1, [x, y], [1, "2"]), (TypeError, weights + "contain numbers only, not `str`")),
+        (lambda: S(1, [x, y], [x, y]), (TypeError, weights + "contain numbers only, not `Var`")),
+        (lambda: S(1, [x, y], "12"), (TypeError, "weights should be an iterable, not `str`")),
+        (lambda: S(1, [x, y], {0: 1, 1: 2}), (TypeError, "weights can be a dict only if vars is one")),
+        (lambda: S(1, {0: x, 1: y}, {0: 1}), (KeyError, "1")),
+        (lambda: G(2 * y, 1, x <= 1), (TypeError, None)),
+        (lambda: G(a, 1, x <= 1), (TypeError, None)),
+        *[(lambda v=v: G(y, v, x <= 1), (ValueError, "indicator value can be only one of [0, 1]"))
+          for v in (2, -1, 0.5, NAN, "1", None, x, [1])],
+        (lambda: G(y, 1, x * z, "<", 1), (TypeError, LINEAR)),
+        (lambda: G(y, 1, x * z <= 1), (TypeError, LINEAR)),
+        (lambda: G(y, 1, x, "<", x * z), (TypeError, LINEAR)),
+        (lambda: G(y, 1, a <= 1), (TypeError, LINEAR)),
+        (lambda: G(y, 1, (y == 1) >> (x <= 1)), (TypeError, LINEAR)),
+        (lambda: G(y, 1, "x", "<", 1), (TypeError, LINEAR)),
+        (lambda: G(y, 1, x + z == [0, 1]), (ValueError, one_side)),
+        (lambda: G(y, 1, x), (ValueError, "sense and rhs can not be None if lhs is not a TempConstr")),
+        (lambda: G(y, 1, x <= 1, rhs=1), (ValueError, "sense and rhs should be None if lhs is a TempConstr")),
+        (lambda: G(y, 1, x, "!", 1), (tso.TessolvError, "Invalid sense `!`")),
+        *[(lambda t=t: m.addConstr(t >> (x + z <= 1)), (ValueError, BINARY))
+          for t in (y <= 1, 2 * y == 2, y == 2, x == 1, y + z == 1, y == [1, 1], y == [0, 0], y == [0, 1], y * y == 1,
+                    a == 1, (y == 1) >> (x <= 1))],
+        *[(lambda t=t: m.addConstr((y == 1) >> t), (TypeError, LINEAR))
+          for t in (x * x <= 1, a <= 1, x == [0, 1], (y == 1) >> (x <= 1))],
+        *[(lambda t=t: m.addConstr((y == 1) >> t), (ValueError, "indicator value can only be one of [0, 1]"))
+          for t in (x + z == 1, x + z == [0, 1])],
+    ]:  # fmt: skip
+        before = everything(m)
+        stub.clear()
+        error, text = refusal(act)
+        assert error is expected[0] and expected[1] in (None, text), (error, text, expected)
+        assert not [c for c in stub.calls() if c[0] not in ("TSOgetattrinfo", "TSOgetcharattrlist")]
+        assert everything(m) == before
+    # What stands for nothing here reaches the library with an index that it refuses.
+    for v in (removed, stranger, tso.Var()):
+        stub.clear()
+        m.addConstr(x * v <= 1)
+        assert calls(stub, "TSOaddqconstr")[0][4][0] < 0
+        m.addSOS(1, [v, x, v])
+        assert calls(stub, "TSOaddsos")[0][4][0] < 0
+        m.addGenConstrIndicator(v, 1, v + x <= 1)
+        call = calls(stub, "TSOaddgenconstrIndicator")[0]
+        assert call[1] < 0 and call[4][0] < 0
+    m.addSOS(1, Spoils())
+    assert calls(stub, "TSOaddsos")[0][4] == [-4]
+    for function, act in [
+        ("TSOaddqconstr", lambda: m.addConstr(x * y <= 1)),
+        ("TSOsetdblattrlist", lambda: m.addConstr(x * y == [1, 2])),
+        ("TSOaddsos", lambda: m.addSOS(1, [x, y])),
+        ("TSOaddgenconstrIndicator", lambda: m.addConstr((y == 1) >> (x <= 1))),
+    ]:
+        before = everything(m)
+        stub.fail(function, -3)
+        assert refusal(act)[0] is tso.TessolvError
+        assert everything(m) == before
+    assert [c[2:] for c in stub.calls() if c[0] == "TSOdelconstrs"] == [(1, [len(m.getConstrs())])]
