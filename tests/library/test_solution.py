@@ -79,26 +79,6 @@ def test_reset_and_copies(library, lp, fails):
     assert lp.number("ObjVal") == pytest.approx(11) and twin.number("ObjVal") == pytest.approx(3 + 2 * 2)
 
 
-def test_rays_take_the_place_of_solutions(model, fails):
-    model.addvar(obj=-1, lb=0)
-    model.addvar(obj=0, ub=2)
-    model.addrow([0, 1], [1, -1], lower=0)
-    model.parameter("Presolve", 0)
-    model.call("TSOoptimize")
-    assert model.count("Status") == 3 and model.count("HasPrimalRay") == 1
-    ray = model.get("X", length=2)
-    assert ray[0] > 0 and -1e-9 <= ray[0] - ray[1] and abs(ray[1]) <= 1e-9
-    model.set("UB", [0], [1.0])
-    model.set("LHS", [0], [5.0])
-    model.call("TSOoptimize")
-    assert model.count("Status") == 2 and model.count("HasDualRay") == 1
-    assert model.get("DualSoln", [0])[0] != 0
-    for name in ("ReducedCost", "X"):
-        fails(capi.DATA_NOT_AVAILABLE, model.get, name, [0])
-    model.call("TSOcomputeIIS")
-    assert model.get("IISConstr", [0], "int") == [1] and model.get("IISCol", length=2, kind="int")[0] == 1
-
-
 def test_cleaning_up_starts(model):
     removed = capi.ctypes.c_int(-1)
     model.addvars(5, vtype="BISNC", lb=[0, -2, 3, 3, 0], ub=[1, 2, 5, 5, 1])
@@ -112,12 +92,3 @@ def test_cleaning_up_starts(model):
         model.call("TSOcleanupmilp", capi.ctypes.byref(removed))
         assert removed.value == gone
         assert model.get("Start", length=5).count(capi.UNDEFINED) == (5 if values[0] == capi.UNDEFINED else gone)
-
-
-def test_callbacks_are_kept_out_of_reach_outside_of_runs(model, dll):
-    seen = capi.CALLBACK(lambda *a: 0)
-    model.call("TSOsetcallbackfunc", seen, None)
-    model.call("TSOsetcallbackfunc", capi.CALLBACK(), None)
-    values = (capi.ctypes.c_double * 4)()
-    for cb in (None, 3, model.handle):
-        assert dll.TSOcbsolution(cb, capi.ctypes.addressof(values), None) == capi.INVALID_ARGUMENT

@@ -99,16 +99,3 @@ def test_freeing_while_others_use_it(library):
 
         freed = in_threads(2, use, free)
         assert freed == 0 and set(codes) <= {0, capi.ERROR, capi.INVALID_ARGUMENT}
-
-
-def test_models_are_made_and_freed_in_parallel_from_one_environment(library):
-    env = library.env()
-
-    def work(k):
-        for _ in range(300):
-            m = capi.Library(library.dll).model(env)
-            m.addvar(ub=3.0)
-            assert m.get("UB", [0]) == [3]
-            m.call("TSOfreemodel")
-
-    in_threads(4, work)

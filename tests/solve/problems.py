@@ -1,4 +1,4 @@
-"""Problems as plain data, with writers for both model formats that have nothing to do with the library's own."""
+"""Problems as plain data, with a writer that has nothing to do with the library's own."""
 
 from dataclasses import dataclass, field
 
@@ -45,36 +45,6 @@ class Problem:
         if self.integer.any():
             out += ["General", " " + " ".join(f"x{j}" for j in np.flatnonzero(self.integer))]
         path.write_text("\n".join([*out, "End", ""]))
-        return path
-
-    def write_mps(self, path):
-        out = ["NAME problem", *(["OBJSENSE", "    MAX"] if self.maximize else []), "ROWS", " N obj"]
-        kinds = []
-        for low, high in zip(self.low, self.high):
-            kinds.append("E" if low == high else "L" if low == -INF else "G")
-        out += [f" {kind} r{i}" for i, kind in enumerate(kinds)] + ["COLUMNS"]
-        for j in range(len(self.cost)):
-            if self.integer[j]:
-                out.append(" M1 'MARKER' 'INTORG'")
-            out.append(f" x{j} obj {self.cost[j]:.17g}")
-            out += [f" x{j} r{i} {self.matrix[i, j]:.17g}" for i in np.flatnonzero(self.matrix[:, j])]
-            if self.integer[j]:
-                out.append(" M2 'MARKER' 'INTEND'")
-        out.append("RHS")
-        out += [
-            f" RHS r{i} {self.high[i] if kind == 'L' else self.low[i]:.17g}"
-            for i, kind in enumerate(kinds)
-            if (self.high[i] if kind == "L" else self.low[i]) != 0
-        ]
-        out.append("RANGES")
-        for i, kind in enumerate(kinds):
-            if kind == "G" and self.high[i] < INF:
-                out.append(f" RNG r{i} {self.high[i] - self.low[i]:.17g}")
-        out.append("BOUNDS")
-        for j, (low, high) in enumerate(zip(self.lb, self.ub)):
-            out.append(f" MI BND x{j}" if low == -INF else f" LO BND x{j} {low:.17g}")
-            out.append(f" PL BND x{j}" if high == INF else f" UP BND x{j} {high:.17g}")
-        path.write_text("\n".join([*out, "ENDATA", ""]))
         return path
 
 

@@ -1,8 +1,6 @@
 """Runs beside runs: threads, time limits, interrupts, models that go away, and the end of the process."""
 
 import contextlib
-import os
-import signal
 import subprocess
 import sys
 import threading
@@ -129,38 +127,6 @@ def test_handles_of_a_disposed_model(read):
     m.dispose()
 
 
-def test_parameters_of_an_environment_that_failed_reach_no_other(capsys, tmp_path):
-    for arguments, error in [
-        ({"params": {"MaxTime": 7.5, "Method": 99}}, tso.TessolvError),
-        ({"params": {"MaxTime": 7.5, "Method": "x"}}, (TypeError, ValueError)),
-        ({"params": {"MaxTime": 7.5}, "logfilename": str(tmp_path / "nosuch" / "a.log")}, tso.TessolvError),
-        ({"params": {"MaxTime": 7.5}, "logfilename": None}, TypeError),
-    ]:
-        with pytest.raises(error):
-            tso.Env(**arguments)
-        m = tso.Model("m", tso.Env(empty=True))
-        assert m.Params.MaxTime == 1e20, arguments
-        m.dispose()
-
-
-def test_disposing_of_a_model_that_another_thread_solves(script):
-    code = """
-m = tso.read(hard, env)
-def solve():
-    try:
-        m.optimize()
-    except tso.TessolvError as error:
-        say("ended", error.errno < 0)
-thread = threading.Thread(target=solve)
-thread.start()
-time.sleep(0.5)
-m.dispose()
-thread.join(5)
-say(thread.is_alive())
-"""
-    assert script(code) == ["ended True", "False"]
-
-
 # ---- The end of the process ----
 
 
@@ -188,14 +154,3 @@ say(time.time())
     for _ in range(5):  # the thread comes back from the library before, while or after the interpreter goes
         lines = script(code)
         assert time.time() - float(lines[-1]) < 3
-
-
-def test_exit_by_an_exception_or_a_signal(script, tmp_path):
-    path = problems.market_split(rows=6, columns=60).write_lp(tmp_path / "h.lp")
-    code = f"import tessolvpy as tso\nm = tso.read({str(path)!r})\nprint('ready', flush=True)\nm.optimize()"
-    child = subprocess.Popen([sys.executable, "-c", code], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-    assert child.stdout.readline().strip()
-    time.sleep(1)
-    os.kill(child.pid, signal.SIGINT)
-    assert child.wait(10) == 1  # an uncaught TessolvError
-    child.stdout.close()
