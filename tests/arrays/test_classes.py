@@ -210,17 +210,6 @@ def test_arrays_of_expressions(model):
         assert oracle.outcome(array.item) == ("ValueError", text)
 
 
-def test_zeros_are_one_cell(model):
-    v = model.addVar()
-    m = tso.MLinExpr.zeros((2, 2))
-    m[0, 0].item().addTerms(1, v)
-    assert [c.size() for c in oracle.inside(m).flat] == [1] * 4
-    m += v
-    m[0, 0].item().addTerms(1, v)
-    assert [c.size() for c in oracle.inside(m).flat] == [3, 2, 2, 2]
-    assert type(tso.MQuadExpr.zeros(2)[0].item()) is tso.QuadExpr and tso.MLinExpr.zeros((0, 2)).shape == (0, 2)
-
-
 def test_values_of_a_solution(model):
     x = model.addMVar((2, 2), lb=[[1, 2], [3, 4]], obj=1)
     e = 2 * x + 1
@@ -270,11 +259,3 @@ def test_arrays_of_a_model_that_is_gone(env):
     assert oracle.outcome(lambda: x.lb)[0].endswith("Error")
     assert oracle.outcome(lambda: other.addConstr(x <= 1))[0].endswith("Error")
     other.dispose()
-
-
-def test_what_is_read_can_be_written_back(model):
-    x = model.addMVar((2, 3), vtype=[["B", "I", "C"]] * 2)
-    before = x.vtype.tolist()
-    x.vtype = "C"
-    x.vtype = np.array(before, object)
-    assert x.vtype.tolist() == before

@@ -59,15 +59,6 @@ def test_every_pair_of_operands_gives_what_the_cells_give_one_by_one(model, a, b
                 assert np.array_equal(oracle.value_of(act(x, y), values), worth), f"{a} {p} {name} {b} {q}"
 
 
-@pytest.mark.parametrize("a, b", [("MVar", "MVar"), ("MVar", "fresh MLinExpr"), ("MVar", "Var"), ("MVar", "LinExpr")])
-def test_products_of_variables_are_worth_what_their_factors_are(model, a, b):
-    values = np.random.default_rng(2).integers(-5, 6, model.NumVars).astype(float)
-    for p, q in [((3,), (2, 3)), ((2, 3), (2, 1)), ((), ()), ((2, 2, 3), (3,))]:
-        x, y = pair(model, a, b, p, q)
-        # A constant meets the other factor without its coefficient, which here is 1 everywhere.
-        assert np.array_equal(oracle.value_of(x * y, values), oracle.value_of(x, values) * oracle.value_of(y, values))
-
-
 @pytest.mark.parametrize("sign, act, expected", COMPARISONS)
 @pytest.mark.parametrize("b", ["MVar", "fresh MLinExpr", "Var", "LinExpr", "int", "float array", "array of objects"])
 def test_a_comparison_holds_the_difference(model, sign, act, expected, b):

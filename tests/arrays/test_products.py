@@ -6,7 +6,6 @@ import numpy as np
 import oracle
 import pytest
 import scipy.sparse as sp
-import tessolvpy as tso
 from operands import ARRAY_KINDS, KINDS, NUMPY_KINDS, fresh, numbers, quadratic, variables
 
 # Those that fit have an inner length of three.
@@ -55,22 +54,6 @@ def test_every_pair_of_operands(model, a, b):
             assert np.array_equal(
                 oracle.value_of(x @ y, values), oracle.value_of(x, values) @ oracle.value_of(y, values)
             )
-
-
-def test_dense_products_of_variables_keep_zeros_and_sparse_ones_drop_them(model):
-    x = model.addMVar(2)
-    a = np.array([[0.0, 2.0], [0.0, 0.0]])
-    sizes = [[c.size() for c in oracle.inside(e)] for e in (a @ x, x @ a, a @ (x + 0), sp.csr_matrix(a) @ x)]
-    assert sizes == [[2, 2], [2, 2], [1, 0], [1, 0]]
-
-
-def test_a_quadratic_form(model):
-    x, q = model.addMVar(4), np.arange(16.0).reshape(4, 4)
-    values = np.arange(10.0)[: model.NumVars]
-    for form in (q, sp.csr_matrix(q), sp.coo_array(q), np.asfortranarray(q)):
-        e = x @ form @ x
-        assert (type(e), e.shape) == (tso.MQuadExpr, ())
-        assert oracle.value_of(e, values) == values[6:] @ q @ values[6:]
 
 
 def test_scalars_and_strangers_are_refused(model):

@@ -9,7 +9,6 @@ from pathlib import Path
 
 import capi
 import pytest
-from files import DATA
 
 LP = "min\n obj: x + y\nst\n c: x + y >= 1\nbounds\n x <= 4\nend\n"
 MPS = "NAME p\nROWS\n N obj\n G c\nCOLUMNS\n x obj 1 c 1\nRHS\n RHS c 1\nRANGES\n R c 1\nBOUNDS\n UP B x 4\nENDATA\n"
@@ -134,17 +133,6 @@ def test_what_is_no_text(files, suffix):
         code, log = files.refused(files.make(f"bad{number}{suffix}", content), read)
         assert code in (capi.FORMAT_ERROR, capi.MODEL_INVALID_COL_NAME, capi.PARAM_SET_ERROR)
         assert f"bad{number}{suffix}:1: " in log and len(log) < 400
-
-
-@pytest.mark.parametrize(
-    "name", ["lp/afiro.mps", "indicator/indicator1.mps", "lpformat/lpf07_sos.lp", "mip/semicon1.mps"]
-)
-def test_cut_off_anywhere(files, name):
-    content = (DATA / name).read_bytes().rstrip()
-    suffix = name[name.rindex(".") :]
-    for length in range(0, len(content), 1 + len(content) // 150):
-        code, log = files.refused(files.make("cut" + suffix, content[:length]))
-        assert code == capi.FORMAT_ERROR and "cut" + suffix in log
 
 
 @pytest.mark.parametrize("suffix", [".gz", ".bz2"])

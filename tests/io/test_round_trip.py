@@ -153,15 +153,6 @@ def test_ranges_hit_their_far_end_where_no_double_does(files):
         assert_same(model, files.again(model, suffix))
 
 
-def test_every_column_keeps_its_place(files):
-    """LP files number columns as they occur; those without a cost may occur late, in any order, or nowhere."""
-    model = files.model()
-    model.addvars(8, obj=[0, 0, 3, 0, 0, 0, 0, 0], names=list("hgfedcba"))
-    model.addrow([7, 5, 1], [1, 1, 1], upper=4)
-    model.addrow([3, 4], [1, 1], upper=4)
-    assert_same(model, files.again(model, ".lp"))
-
-
 def test_repeated_terms_are_one_in_files(files):
     model = files.text("min\n obj: [ x * y + 2 y * x + x ^ 2 ]\nst\n q: [ x * y - 3 y * x ] <= 1\nend\n")
     assert model.quadratic() == [(0, 1, 1.0), (1, 0, 2.0), (0, 0, 1.0)]

@@ -59,19 +59,6 @@ def test_nothing_to_write(files, model, fails):
     assert [p.name for p in files.folder.iterdir() if p.name != "log.txt"] == ["text.lp"]
 
 
-def test_the_last_basis(files, model):
-    model.call("TSOoptimize")
-    cols, rows = model.get("ColBasis", kind="int", length=4), model.get("RowBasis", kind="int", length=2)
-    assert BASIC in cols and LOWER in rows
-    write(model, files.folder / "a.bas")
-    other = files.text(LP)
-    read(other, files.folder / "a.bas")
-    assert other.get("ColBasis", kind="int", length=4) == cols
-    assert other.get("RowBasis", kind="int", length=2) == rows
-    other.call("TSOoptimize")
-    assert other.number("ObjVal") == 2 and other.count("SPX/NumIters") == 0
-
-
 @pytest.mark.parametrize(
     ("cols", "rows"),
     [

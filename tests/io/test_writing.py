@@ -82,12 +82,6 @@ def test_folders(model, folder):
     assert len(list(folder.iterdir())) == 3
 
 
-def test_names_relative_to_the_working_folder(model, folder, monkeypatch):
-    monkeypatch.chdir(folder)
-    write(model, "a.lp")
-    assert [p.name for p in folder.iterdir()] == ["a.lp"]
-
-
 @pytest.mark.parametrize("suffix", SUFFIXES[:4])
 def test_no_space_leaves_the_old_file(model, folder, suffix):
     """A limit on the size of files stands in for a full disk."""

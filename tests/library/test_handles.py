@@ -97,19 +97,6 @@ def test_private_environment_lives_and_dies_with_its_model(library):
     assert code == capi.INVALID_ARGUMENT
 
 
-def test_creation_leaves_the_target_alone_when_it_fails(library, fails, tmp_path):
-    target = ctypes.c_void_p(3)
-    here = ctypes.byref(target)
-    fails(capi.FILE_WRITE_ERROR, library.call, "TSOloadenv", here, capi.text(str(tmp_path / "no" / "x.log")))
-    fails(capi.INVALID_ARGUMENT, library.call, "TSOnewmodel", None, here, None, 0, None, None, None, None, None)
-    env = library.env()
-    fails(
-        capi.INVALID_ARGUMENT, library.call, "TSOnewmodel", env, here, capi.text("x" * 256), 0, None, None, None, None,
-        None,
-    )  # fmt: skip
-    assert target.value == 3
-
-
 # Files and runs have tests of their own; freeing ends the game.
 CALLABLE = [
     name

@@ -67,15 +67,6 @@ def test_an_attribute_of_another_kind_does_not_exist(stub, model, mdl):
         model.uB = 3
 
 
-def test_a_name_that_only_the_library_does_not_know(stub, model):
-    stub.forget("X")
-    for use in (lambda: model.getVars()[0].X, lambda: setattr(model.getVars()[0], "X", 1)):
-        with pytest.raises(tso.TessolvError) as caught:
-            use()
-        assert caught.value.errno == -2019
-        assert not isinstance(caught.value, AttributeError)
-
-
 # ---- Of the model ----
 
 
@@ -296,16 +287,6 @@ def test_refused_lists_of_values(stub, model):
         with pytest.raises(Exception):  # noqa: B017, PT011 - NumPy's or ours
             model.setAttr(*arguments)
         assert [name for name in stub.names() if name.startswith("TSOset")] == [], arguments
-
-
-def test_a_million_elements_are_one_call(stub):
-    stub.set(NumVars=10**6)
-    model = tso.read("a.mps")
-    stub.clear()
-    values = model.getAttr("X", model.getVars())
-    assert values[-1] == 999999.5
-    model.setAttr("LB", model.getVars(), values)
-    assert stub.names() == ["TSOgetattrinfo", "TSOgetdblattrlist", "TSOgetattrinfo", "TSOsetdblattrlist"]
 
 
 # ---- Text ----

@@ -140,10 +140,3 @@ def test_dispose_frees_once_and_keeps_the_stale_handle(stub, env, capsys):
     assert stub.calls() == [("TSOfreeenv", handle)]
     env.setParam("Method", 0)  # not guarded: the library answers for a freed handle
     assert stub.calls() == [("TSOsetintparam", handle, "Method", 0)]
-
-
-def test_nothing_else_is_visible(env):
-    for name in ("envptr", "alive", "empty", "__dict__"):
-        assert not hasattr(env, name)
-    with pytest.raises(AttributeError):
-        env.more = 1

@@ -171,35 +171,6 @@ def test_coefficients_of_any_kind(xyz):
     assert [sys.getrefcount(v) for v in others] == held
 
 
-def test_a_list_and_the_expression_that_took_it(xyz):
-    x, y, _ = xyz
-    shared = tso.List([1.5, 2, x])
-    q = tso.QuadExpr()
-    q.addTerms(shared, shared, shared)
-    shared += [y]
-    q.addTerms([7], [x], [x])  # takes along what the list has got, and puts its own behind it
-    assert [str(q.getCoeff(i)) for i in range(q.size())] == ["1.5", "2", str(x), str(y)]
-    assert [q.getVar1(i) for i in (0, 1)] == [1.5, 2] and q.getVar2(3) is y
-    assert len(shared) == 4 and shared[0] == 1.5 and shared[3] is y
-
-
-def test_what_copies_share(xyz):
-    x, y, z = xyz
-    first = x + y
-    second = tso.LinExpr(first)
-    second += z  # behind the end of the first, which does not see it
-    assert terms(first) == ([(1.0, 0), (1.0, 1)], 0.0)
-    first, second = x + y, None
-    second = tso.LinExpr(first)
-    first += z
-    second += 5 * x  # takes all three items along and puts its own behind: it reads z
-    assert terms(second) == ([(1.0, 0), (1.0, 1), (1.0, 2)], 0.0)
-    product = 2 * tso.LinExpr(first)
-    first += x
-    product += y  # nothing that an operator gives shares anything
-    assert terms(product) == ([(2.0, 0), (2.0, 1), (2.0, 2), (1.0, 1)], 0.0)
-
-
 def test_text(stub, xyz):
     x, y, _ = xyz
     stub.set(VarName="é")

@@ -32,15 +32,6 @@ def test_all_lists_what_exists_in_the_promised_order():
     assert sorted(space) == sorted(tso.__all__)
 
 
-def test_loop_variables_stay_and_singletons_are_bound():
-    for name in ("key", "p", "code"):
-        assert hasattr(tso, name)
-    assert tso.attr is tso.TSO.Attr
-    assert tso.param is tso.TSO.Param
-    assert tso.callback is tso.TSO.Callback
-    assert tso.__test__ == {}
-
-
 def test_second_import_is_refused(run_script):
     code = """
 import importlib
@@ -260,12 +251,3 @@ def test_error_fields_are_read_only(stub):
     doc = type(error).errno.__doc__, type(error).message.__doc__
     assert doc[0].startswith("The error code corresponding to the current exception")
     assert doc[1].startswith("Text description corresponding to the current exception")
-
-
-def test_error_can_be_subclassed_and_chained(stub):
-    class Mine(tso.TessolvError):
-        pass
-
-    with pytest.raises(tso.TessolvError) as caught:
-        raise Mine(-1, "x") from ValueError("y")
-    assert isinstance(caught.value.__cause__, ValueError)

@@ -75,25 +75,6 @@ def test_mirror_of_a_model_from_a_file(stub, model):
     assert model.getVars() is model.getVars()
 
 
-def test_negative_counts_do_no_harm(stub):
-    stub.set(NumVars=-5)
-    assert tso.read("a.mps").getVars() == []
-
-
-def test_read_model_that_fails_to_populate(stub):
-    for name in ("TSOgetattrinfo", "TSOgetintattr"):
-        for nth in range(1, 6):
-            stub.fail(name, -1, nth)
-            with pytest.raises(tso.TessolvError) as caught:
-                tso.read("a.mps")
-            assert caught.value.errno == -1
-            caught = None
-            gc.collect()
-            calls = stub.calls()
-            made = [call for call in calls if call[0] == "TSOgetattrinfo"][0][1]
-            assert [call for call in calls if call[0] == "TSOfreemodel"] == [("TSOfreemodel", made)]
-
-
 # ---- Copies ----
 
 

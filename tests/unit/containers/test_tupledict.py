@@ -82,15 +82,6 @@ def test_changes_past_the_class_are_not_seen():
     assert made.select(1) == [5, 9]
 
 
-def test_removed_items_leave_the_right_values():
-    made = tupledict({(i, j): 10 * i + j for i in range(5) for j in range(5)})
-    for i in range(4):
-        del made[i, 0]
-    made[0, 0] = 7
-    assert made.select("*", 0) == [40, 7] and made.select(3) == [31, 32, 33, 34]
-    assert value(made.prod({(0, 0): 2, (4, 0): 3})) == 134.0
-
-
 def test_keys_must_be_uniform_for_queries_only():
     made = tupledict({(1, 2): 1, 3: 2})
     for act in (made.select, made.sum, lambda: made.select(1), lambda: made.prod({}, 1)):
