@@ -103,6 +103,7 @@ int TSOgetqconstr(TSOmodel model, int constr, int* numlnz, int* lind, double* lv
         require_pointers(numqnz);
         const Rows& rows = m.rows();
         check_index(constr, rows.size(), TSO_MODEL_INVALID_ROW_IDX);
+        require(rows.kind_of(constr) != RowKind::Psd, TSO_DATA_NOT_AVAILABLE);
         const bool quadratic = rows.kind_of(constr) == RowKind::Quadratic;
         *numlnz = static_cast<int>(rows.matrix.columns_of(constr).size());
         *numqnz = quadratic ? static_cast<int>(rows.quadratic[static_cast<size_t>(constr)].size()) : 0;

@@ -306,7 +306,8 @@ TSO_API int TSOgetconstrs(TSOmodel model, int* numnz, int* cbeg, int* cind, doub
 TSO_API int TSOgetvars(TSOmodel model, int* numnz, int* vbeg, int* vind, double* vval, int start, int len);
 /* The quadratic terms of the objective, in the order in which they were added. */
 TSO_API int TSOgetq(TSOmodel model, int* numqnz, int* qrow, int* qcol, double* qval);
-/* Linear and quadratic terms of a row; of a linear row the second count is 0. */
+/* Linear and quadratic terms of a row; of a linear row the second count is 0. A semi-definite row has terms
+ * that this cannot give: TSO_DATA_NOT_AVAILABLE. */
 TSO_API int TSOgetqconstr(TSOmodel model, int constr, int* numlnz, int* lind, double* lval, int* numqnz, int* qrow,
                           int* qcol, double* qval);
 /* SOS start to start+len-1: nummembers receives the number of members; types and beg have len entries. */

@@ -28,18 +28,12 @@ void make_params(Model& self) {
     assign(self.params, std::move(params));
 }
 
-int count(Model& self, const char* attribute) {
-    Ref name = Ref::steal(PyUnicode_FromString(attribute));
-    Ref value = model_get_attribute(self, name.get(), Py_None);
-    int n = to_int32(value.get());
-    return n < 0 ? 0 : n;
-}
-
 // Rebuilds the lists of handles from what the solver holds.
 void populate(Model& self) {
     State& s = state();
-    int rows = count(self, "NumConstrs"), vars = count(self, "NumVars"), psdvars = count(self, "NumPsdVars"),
-        soss = count(self, "NumSOS"), genconstrs = count(self, "NumGenConstrs");
+    int rows = model_count(self, "NumConstrs"), vars = model_count(self, "NumVars"),
+        psdvars = model_count(self, "NumPsdVars"), soss = model_count(self, "NumSOS"),
+        genconstrs = model_count(self, "NumGenConstrs");
     assign(self.constrs_, new_handle_list(s.constr, self.mdl_, rows));
     Py_CLEAR(self.qconstrs_); // made when somebody asks, see row_list
     Py_CLEAR(self.psdconstrs_);
@@ -88,6 +82,13 @@ void model_init(Model& self, PyObject* args, PyObject* kwargs) {
     self.owned_ = 1;
     make_params(self);
     checked(PyList_Append(state().model_registry, as_object(&self)));
+}
+
+int model_count(Model& self, const char* attribute) {
+    Ref name = Ref::steal(PyUnicode_FromString(attribute));
+    Ref value = model_get_attribute(self, name.get(), Py_None);
+    int n = to_int32(value.get());
+    return n < 0 ? 0 : n;
 }
 
 Ref model_new(TSOmodel mdl) {

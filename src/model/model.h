@@ -51,6 +51,9 @@ TSOenv model_env(Model& self);
 Ref model_get_attribute(Model& self, Borrowed name, Borrowed objects);
 void model_set_attribute(Model& self, Borrowed name, Borrowed objects, Borrowed values);
 
+// One of the counts that the solver keeps, as "NumVars"; never negative.
+int model_count(Model& self, const char* attribute);
+
 // Methods of Model by file; the table that lists them is in type.cpp.
 Ref model_copy(Model& self); // lifecycle.cpp
 Ref model_disposeMethod(Model& self);
@@ -86,6 +89,17 @@ Ref model_addSOS(Model& self, const Call& call);                // sos.cpp
 Ref model_addGenConstrIndicator(Model& self, const Call& call); // indicator.cpp
 Ref model_setObjective(Model& self, const Call& call);          // objective.cpp
 Ref model_getObjective(Model& self);
+Ref model_getRow(Model& self, const Call& call); // query.cpp
+Ref model_getCol(Model& self, const Call& call);
+Ref model_getA(Model& self);
+Ref model_getCoeff(Model& self, const Call& call);
+Ref model_getQCRow(Model& self, const Call& call);
+Ref model_getSOS(Model& self, const Call& call);
+Ref model_getGenConstrIndicator(Model& self, const Call& call);
+Ref model_chgCoeff(Model& self, const Call& call);     // edit.cpp
+Ref model_getVarByName(Model& self, const Call& call); // by_name.cpp
+Ref model_getConstrByName(Model& self, const Call& call);
+Ref model_getQConstrByName(Model& self, const Call& call);
 Ref model_remove(Model& self, const Call& call); // remove.cpp
 Ref model_ctypes(Model& self);                   // view.cpp
 

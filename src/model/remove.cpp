@@ -122,6 +122,30 @@ Ref take_out(PyObject* list, const std::vector<int>& removed, Ref fresh) {
     return fresh;
 }
 
+// The general constraints that leave the model with their binary variable.
+std::vector<int> without_binary(Model& self, const std::vector<int>& vars) {
+    std::vector<int> gone;
+    if (vars.empty() || !self.genconstrs_ || !PyList_Check(self.genconstrs_))
+        return gone;
+    auto count = static_cast<int>(PyList_GET_SIZE(self.genconstrs_));
+    for (int i = 0; i < count; ++i) {
+        int binvar = -1, terms = 0;
+        int code = TSOgetgenconstrIndicator(self.mdl_, i, &binvar, nullptr, &terms, nullptr, nullptr, nullptr, nullptr);
+        if (code == 0 && std::binary_search(vars.begin(), vars.end(), binvar))
+            gone.push_back(i);
+    }
+    return gone;
+}
+
+Py_ssize_t count_of(const std::vector<int>& indices) { return static_cast<Py_ssize_t>(indices.size()); }
+
+// What ascending indices are once those in `lost`, ascending too, are gone.
+void count_anew(std::vector<int>& indices, const std::vector<int>& lost) {
+    std::erase_if(indices, [&](int i) { return std::binary_search(lost.begin(), lost.end(), i); });
+    for (int& i : indices)
+        i -= static_cast<int>(std::lower_bound(lost.begin(), lost.end(), i) - lost.begin());
+}
+
 using Delete = int (*)(TSOmodel, int, const int*);
 void remove_kind(Model& self, Delete function, const std::vector<int>& indices,
                  std::initializer_list<PyObject * Model::*> lists) {
@@ -131,7 +155,7 @@ void remove_kind(Model& self, Delete function, const std::vector<int>& indices,
     std::vector<std::pair<PyObject * Model::*, Ref>> fresh;
     for (auto list : lists)
         if (self.*list) {
-            Py_ssize_t left = PyList_GET_SIZE(mirror(self.*list)) - static_cast<Py_ssize_t>(indices.size());
+            Py_ssize_t left = PyList_GET_SIZE(mirror(self.*list)) - count_of(indices);
             fresh.emplace_back(list, Ref::steal(PyList_New(left > 0 ? left : 0)));
         }
     check(function(self.mdl_, static_cast<int>(indices.size()), indices.data()));
@@ -148,7 +172,13 @@ Ref model_remove(Model& self, const Call& call) {
     collect(items, indices);
     indices.constrs.insert(indices.constrs.end(), indices.qconstrs.begin(), indices.qconstrs.end()); // one row space
     indices.sort();
+    std::vector<int> lost = without_binary(self, indices.vars);
+    Ref left = Ref::steal(PyList_New(lost.empty() ? 0 : PyList_GET_SIZE(self.genconstrs_) - count_of(lost)));
     remove_kind(self, &TSOdelvars, indices.vars, {&Model::vars_});
+    if (!lost.empty()) {
+        assign(self.genconstrs_, take_out(self.genconstrs_, lost, std::move(left)));
+        count_anew(indices.genconstrs, lost);
+    }
     remove_kind(self, &TSOdelconstrs, indices.constrs, {&Model::constrs_, &Model::psdconstrs_, &Model::qconstrs_});
     remove_kind(self, &TSOdelsos, indices.soss, {&Model::soss_});
     remove_kind(self, &TSOdelgenconstrs, indices.genconstrs, {&Model::genconstrs_});

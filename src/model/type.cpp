@@ -179,6 +179,86 @@ PyMethodDef model_methods[] = {
                                 "getObjective($self)\n--\n\n"
                                 "The objective: a QuadExpr if it has quadratic terms, otherwise a LinExpr.\n\n"
                                 "Example: m.getObjective().size()"),
+    keywords<model_getRow>("getRow",
+                           "getRow($self, constr)\n--\n\n"
+                           "The expression of a linear row, variables in the order of their indices.\n\n"
+                           "constr: Constr. Its sides are the attributes LHS and RHS.\n"
+                           "Returns a new LinExpr. Raises TypeError for what is no Constr, TessolvError if it\n"
+                           "was removed, belongs to another model or is a row of another kind.\n\n"
+                           "Example: m.getRow(c).size()"),
+    keywords<model_getCol>("getCol",
+                           "getCol($self, var)\n--\n\n"
+                           "The linear coefficients of a variable, rows in the order of their indices.\n\n"
+                           "var: Var. Its coefficient in the objective is the attribute Obj.\n"
+                           "Returns a new Column. Raises TypeError for what is no Var, TessolvError if it was\n"
+                           "removed or belongs to another model.\n\n"
+                           "Example: m.addVar(column=m.getCol(x))"),
+    no_args<model_getA>("getA",
+                        "getA($self)\n--\n\n"
+                        "The linear coefficients of all rows.\n\n"
+                        "Returns a new scipy.sparse.csr_matrix of float64 with the shape (NumConstrs, NumVars), its\n"
+                        "indices sorted; of quadratic and semi-definite rows it has the linear part.\n\n"
+                        "Example: m.getA() @ m.getAttr(\"X\", m.getVars())"),
+    keywords<model_getCoeff>("getCoeff",
+                             "getCoeff($self, constr, var)\n--\n\n"
+                             "The linear coefficient of a variable in a row.\n\n"
+                             "constr: Constr.  var: Var.\n"
+                             "Returns a float, 0.0 if the row does not have the variable. Raises TypeError for\n"
+                             "what is no such handle, TessolvError if it was removed or belongs to another\n"
+                             "model.\n\n"
+                             "Example: m.getCoeff(c, x)"),
+    keywords<model_chgCoeff>(
+        "chgCoeff",
+        "chgCoeff($self, constr, var, value)\n--\n\n"
+        "Changes linear coefficients of rows.\n\n"
+        "constr, var, value: Constr, Var and float; or lists or arrays of them of one length, where value may\n"
+        "also be one number for all. 0.0 takes a variable out of its row.\n"
+        "Either all coefficients change or none. Raises TypeError for what is no such handle or number,\n"
+        "ValueError if the lengths differ, TessolvError if a handle was removed or belongs to another model,\n"
+        "or for a value that is not finite.\n\n"
+        "Example: m.chgCoeff(c, x, 2.5)"),
+    keywords<model_getQCRow>(
+        "getQCRow", "getQCRow($self, qconstr)\n--\n\n"
+                    "The expression of a quadratic row.\n\n"
+                    "qconstr: QConstr; one of a linear row gives an expression without quadratic terms. Its sides\n"
+                    "are the attributes QCLHS and QCRHS.\n"
+                    "Returns a new QuadExpr. Raises TypeError for what is no QConstr, TessolvError if it was\n"
+                    "removed, belongs to another model or is a semi-definite row.\n\n"
+                    "Example: m.getQCRow(q).getLinExpr()"),
+    keywords<model_getSOS>("getSOS",
+                           "getSOS($self, sos)\n--\n\n"
+                           "What a special ordered set consists of.\n\n"
+                           "sos: SOS.\n"
+                           "Returns (type, vars, weights): TSO.SOS_TYPE1 or SOS_TYPE2 as int, a list of Var in the\n"
+                           "order in which they were given, and a list of as many floats. Raises TypeError for\n"
+                           "what is no SOS, TessolvError if it was removed or belongs to another model.\n\n"
+                           "Example: kind, members, weights = m.getSOS(s)"),
+    keywords<model_getGenConstrIndicator>(
+        "getGenConstrIndicator",
+        "getGenConstrIndicator($self, genconstr)\n--\n\n"
+        "What an indicator constraint consists of: if binvar has the value binval, then expr (sense) rhs.\n\n"
+        "genconstr: GenConstr.\n"
+        "Returns (binvar, binval, expr, sense, rhs): Var, int 0 or 1, LinExpr, one of \"<\", \">\" and \"=\", float.\n"
+        "Raises TypeError for what is no GenConstr, TessolvError if it was removed or belongs to another model.\n\n"
+        "Example: binvar, binval, expr, sense, rhs = m.getGenConstrIndicator(g)"),
+    keywords<model_getVarByName>("getVarByName",
+                                 "getVarByName($self, name)\n--\n\n"
+                                 "The first variable of a name, given or generated.\n\n"
+                                 "name: str.\n"
+                                 "Returns the Var, or None if there is none. Raises TypeError for what is no str.\n\n"
+                                 "Example: m.getVarByName(\"x\")"),
+    keywords<model_getConstrByName>(
+        "getConstrByName", "getConstrByName($self, name)\n--\n\n"
+                           "The first row of a name, given or generated, of whatever kind.\n\n"
+                           "name: str.\n"
+                           "Returns its Constr, or None if there is none. Raises TypeError for what is no str.\n\n"
+                           "Example: m.getConstrByName(\"c\")"),
+    keywords<model_getQConstrByName>(
+        "getQConstrByName", "getQConstrByName($self, name)\n--\n\n"
+                            "The first quadratic row of a name, given or generated.\n\n"
+                            "name: str.\n"
+                            "Returns the QConstr, or None if there is none. Raises TypeError for what is no str.\n\n"
+                            "Example: m.getQConstrByName(\"risk\")"),
     keywords<model_remove>(
         "remove",
         "remove($self, items)\n--\n\n"

@@ -19,6 +19,8 @@ private:
 
 // Raises TessolvError with a text of the module's own; the code is -1.
 [[noreturn]] void raise_tessolv_error(const char* format, ...);
+// The same with one of the solver's codes.
+[[noreturn]] void raise_tessolv_error(int code, const char* format, ...);
 
 inline void check(int code) {
     if (code != 0)

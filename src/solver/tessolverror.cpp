@@ -123,4 +123,16 @@ void raise_tessolv_error(const char* format, ...) {
     throw PythonError();
 }
 
+void raise_tessolv_error(int code, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    PyObject* text = PyUnicode_FromFormatV(format, args);
+    va_end(args);
+    Ref message = Ref::steal(text);
+    PyObject* type = as_object(state().tessolv_error);
+    Ref error = Ref::steal(PyObject_CallFunction(type, "iO", code, message.get()));
+    PyErr_SetObject(type, error.get());
+    throw PythonError();
+}
+
 } // namespace tsp
