@@ -20,9 +20,11 @@ struct ExprRow {
 };
 constexpr ExprRow kRows[] = {
     {"MLinExpr", "tessolvpy.MLinExpr", &State::mlinexpr, &State::linexpr, "MLinExpr contains more than 1 LinExpr",
+     "MLinExpr()\n--\n\n"
      "An array of linear expressions: what arithmetic of MVar with numbers and arrays gives.\n\n"
      "Example: e = A @ x + b"},
     {"MQuadExpr", "tessolvpy.MQuadExpr", &State::mquadexpr, &State::quadexpr, "MQuadExpr contains more than 1 QuadExpr",
+     "MQuadExpr()\n--\n\n"
      "An array of quadratic expressions: what products of arrays with variables give.\n\n"
      "Example: risk = x @ Q @ x"},
 };
@@ -197,9 +199,10 @@ void make_expr_array_types() {
 
 void install_expr_array_members() {
     static PyMethodDef readonly[] = {
-        no_args<expr_shape>("shape", "The shape, a tuple of int."),
-        no_args<expr_ndim>("ndim", "The number of dimensions."),
-        no_args<expr_size>("size", "The number of cells."),
+        no_args<expr_shape>("shape",
+                            "The shape, a tuple of int.\n\nExample: rows, columns = (2 * m.addMVar((2, 3))).shape"),
+        no_args<expr_ndim>("ndim", "The number of dimensions.\n\nExample: (2 * m.addMVar((2, 3))).ndim  # 2"),
+        no_args<expr_size>("size", "The number of cells.\n\nExample: (2 * m.addMVar((2, 3))).size  # 6"),
         no_args<expr_priority>("__array_priority__", "Tells NumPy to leave operators to this class."),
         {},
     };

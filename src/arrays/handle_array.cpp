@@ -19,16 +19,19 @@ struct ArrayRow {
 };
 constexpr ArrayRow kArrays[] = {
     {"MVar", "tessolvpy.MVar", &State::mvar, &State::var, Kind::Var, "MVar contains more than 1 variable",
+     "MVar()\n--\n\n"
      "An array of variables, as Model.addMVar makes it, that takes part in NumPy's kind of arithmetic.\n\n"
      "Every attribute of a variable can be read and set for the whole array: x.X, x.lb = 0.\n\n"
      "Example: x = m.addMVar((2, 3)); m.addConstr(A @ x <= b)"},
     {"MConstr", "tessolvpy.MConstr", &State::mconstr, &State::constr, Kind::Constr,
      "MConstr contains more than 1 constraint",
+     "MConstr()\n--\n\n"
      "An array of linear constraints, as Model.addConstr makes it of a comparison of arrays.\n\n"
      "Every attribute of a constraint can be read and set for the whole array.\n\n"
      "Example: c = m.addConstr(A @ x <= b); print(c.Dual)"},
     {"MQConstr", "tessolvpy.MQConstr", &State::mqconstr, &State::qconstr, Kind::QConstr,
      "MQConstr contains more than 1 constraint",
+     "MQConstr()\n--\n\n"
      "An array of quadratic constraints.\n\n"
      "Every attribute of a quadratic constraint can be read and set for the whole array.\n\n"
      "Example: MQConstr.fromlist(m.getQConstrs())"},
@@ -183,9 +186,6 @@ template <int Row> Ref array_getitem(HandleArray& self, PyObject* key) {
 Py_ssize_t array_length(HandleArray& self) { return length_of(shape_of(array_of(self))); }
 Ref array_iter(PyObject* self) { return iterate(self, array_length(as_handle_array(self))); }
 template <int Row> Ref array_str(HandleArray& self) { return array_text(kArrays[Row].name, array_of(self)); }
-template <int Row> Ref array_reduce(PyObject* self) {
-    raise(PyExc_TypeError, "self.mdl_ of %s cannot be converted to a Python object for pickling", type_name(self));
-}
 
 template <int Row> void make_row() {
     static PyMethodDef methods[] = {
@@ -208,10 +208,12 @@ template <int Row> void make_row() {
         as_static_method(one_arg<array_fromlist<Row>>("fromlist", "fromlist(li, /)\n--\n\n"
                                                                   "An array of the handles in a (nested) list.\n\n"
                                                                   "Example: x = MVar.fromlist([[a, b], [c, d]])")),
-        as_static_method(
-            one_arg<array_fromvar<Row>>(Row == kMVar ? "fromvar" : "fromconstr",
-                                        "fromvar(element, /)\n--\n\nAn array of shape (1,) with one handle.\n\n"
-                                        "Example: x = MVar.fromvar(a)")),
+        as_static_method(one_arg<array_fromvar<Row>>(
+            Row == kMVar ? "fromvar" : "fromconstr",
+            Row == kMVar ? "fromvar(var, /)\n--\n\nAn array of shape (1,) with one handle.\n\n"
+                           "var: Var.\n\nExample: x = MVar.fromvar(a)"
+                         : "fromconstr(constr, /)\n--\n\nAn array of shape (1,) with one handle.\n\n"
+                           "constr: a constraint.\n\nExample: c = MConstr.fromconstr(m.getConstrs()[0])")),
         no_args<array_tolist>("tolist", "tolist($self, /)\n--\n\nThe handles as nested lists.\n\nExample: x.tolist()"),
         no_args<array_item<Row>>("item", "item($self, /)\n--\n\nThe handle in an array of size 1.\n\n"
                                          "Raises ValueError for any other size.\n\nExample: v = x[0, 1].item()"),
@@ -227,7 +229,6 @@ template <int Row> void make_row() {
                                      "row.\n"
                                      "Raises ValueError for another number of values.\n\n"
                                      "Example: x.setAttr('UB', 10.0)"),
-        no_args<array_reduce<Row>>("__reduce__", "__reduce__($self, /)\n--\n\nRefused: handles belong to their model."),
         Row == kMVar ? keywords<mvar_sum>("sum", "sum($self, /, axis=None)\n--\n\n"
                                                  "The sum over one axis, or of all variables.\n\n"
                                                  "axis: int, tuple or None.\n\nReturns an MLinExpr.\n\n"
@@ -256,10 +257,10 @@ template <int Row> void make_row() {
 
 template <int Row> void install_row() {
     static PyMethodDef readonly[] = {
-        no_args<array_shape>("shape", "The shape, a tuple of int."),
-        no_args<array_ndim>("ndim", "The number of dimensions."),
-        no_args<array_size>("size", "The number of elements."),
-        no_args<array_transpose<Row>>("T", "The transpose, a view."),
+        no_args<array_shape>("shape", "The shape, a tuple of int.\n\nExample: rows, columns = m.addMVar((2, 3)).shape"),
+        no_args<array_ndim>("ndim", "The number of dimensions.\n\nExample: m.addMVar((2, 3)).ndim  # 2"),
+        no_args<array_size>("size", "The number of elements.\n\nExample: m.addMVar((2, 3)).size  # 6"),
+        no_args<array_transpose<Row>>("T", "The transpose, a view.\n\nExample: m.addMVar((2, 3)).T.shape  # (3, 2)"),
         no_args<array_priority>("__array_priority__", "Tells NumPy to leave operators to this class."),
         {},
     };

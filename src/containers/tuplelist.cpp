@@ -161,23 +161,6 @@ Ref tuplelist_reverse(TupleList& self) {
 
 Ref tuplelist_copy(TupleList& self) { return new_tuplelist(as_object(&self)); }
 
-// How pickle and copy make it again: the class with its wildcard, the instance's own attributes, the rows one by one.
-Ref tuplelist_reduce(TupleList& self) {
-    Ref attributes = Ref::borrow(Py_None);
-    if (Py_TYPE(&self) != state().tuplelist) {
-        PyObject* found = PyObject_GetAttrString(as_object(&self), "__dict__");
-        if (found)
-            attributes = Ref::steal(found);
-        else if (PyErr_ExceptionMatches(PyExc_AttributeError))
-            PyErr_Clear();
-        else
-            throw PythonError();
-    }
-    Ref rows = Ref::steal(PyObject_GetIter(as_object(&self)));
-    return Ref::steal(Py_BuildValue("O([]O)OO", Py_TYPE(&self), self.wildcard_ ? self.wildcard_ : Py_None,
-                                    attributes.get(), rows.get()));
-}
-
 int tuplelist_contains(TupleList& self, PyObject* item) {
     if (item != Py_None && !PyTuple_Check(item))
         raise(PyExc_TypeError, "Expected %s, got %.200s", "tuple", Py_TYPE(item)->tp_name);
@@ -270,10 +253,13 @@ PyGetSetDef tuplelist_getset[] = {
     {"tuple_index_", &detail::Entry<&get_tuple_index>::call, &detail::Entry<&set_tuple_index>::call,
      "The index that answers queries: a list with one dict for each field, of values to lists of positions. None "
      "until\n"
-     "a query builds it and after most changes of the list. What is written here is what queries use.",
+     "a query builds it and after most changes of the list. What is written here is what queries use.\n\n"
+     "Example: routes.select('Oslo'); routes.tuple_index_[0]['Oslo']  # [0, 1]",
      nullptr},
     {"wildcard_", &detail::Entry<&get_wildcard>::call, &detail::Entry<&set_wildcard_property>::call,
-     "The value of a pattern that matches anything: a str, or None.", nullptr},
+     "The value of a pattern that matches anything: a str, or None.\n\n"
+     "Example: tuplelist([1, 2], wildcard='?').wildcard_  # '?'",
+     nullptr},
     {},
 };
 
@@ -317,7 +303,6 @@ PyMethodDef tuplelist_methods[] = {
     no_args<tuplelist_copy>("copy", "copy($self)\n--\n\n"
                                     "A new tuplelist of the same rows, with the default wildcard.\n\n"
                                     "Example: mine = routes.copy()"),
-    no_args<tuplelist_reduce>("__reduce__", nullptr),
     {},
 };
 

@@ -212,7 +212,8 @@ void params_setattro(PyObject* self, PyObject* name, PyObject* value) {
 }
 
 PyType_Slot params_slots[] = {
-    {Py_tp_doc, const_cast<char*>("The parameters of a model as attributes, found as Model.setParam finds them.\n\n"
+    {Py_tp_doc, const_cast<char*>("ParamClass()\n--\n\n"
+                                  "The parameters of a model as attributes, found as Model.setParam finds them.\n\n"
                                   "Example: m.Params.MaxTime = 60; m.Params.MIP_GapRel")},
     {Py_tp_dealloc, reinterpret_cast<void*>(&plain_dealloc)},
     slot<params_getattro>(Py_tp_getattro),

@@ -84,9 +84,10 @@ Ref list_repr(List& self) { return Ref::steal(PyObject_Repr(plain_list(self).get
 PyMethodDef list_methods[] = {
     no_args<list_makeAppendSafe>("_make_append_safe",
                                  "_make_append_safe($self)\n--\n\n"
-                                 "Separates the list from its copies if an append would disturb them."),
+                                 "For internal use: separates the list from its copies if an append would disturb\n"
+                                 "them."),
     no_args<list_makeUpdateSafe>("_make_update_safe", "_make_update_safe($self)\n--\n\n"
-                                                      "Separates the list from its copies."),
+                                                      "For internal use: separates the list from its copies."),
     {},
 };
 
@@ -94,7 +95,8 @@ PyType_Slot list_slots[] = {
     {Py_tp_doc,
      const_cast<char*>("List(data=[])\n--\n\n"
                        "The term store of expressions: items whose copies are shared until one side changes.\n\n"
-                       "data: list. Raises TypeError for anything else.")},
+                       "data: list. Raises TypeError for anything else.\n\n"
+                       "Example: List([1.0, 2.0])[1]  # 2.0")},
     {Py_tp_new, reinterpret_cast<void*>(&list_new)},
     slot<list_init>(Py_tp_init),
     {Py_tp_dealloc, reinterpret_cast<void*>(&list_dealloc)},

@@ -63,7 +63,13 @@ Ref operand_matmul(PyObject* a, PyObject* b) {
 }
 
 PyType_Slot operand_slots[] = {
-    {Py_tp_doc, const_cast<char*>("The base class of variables and of what arithmetic makes of them.")},
+    {Py_tp_doc,
+     const_cast<char*>("Operand()\n--\n\n"
+                       "The base class of variables and of what arithmetic makes of them.\n\n"
+                       "Sums, differences and products of operands, numbers and arrays give expressions; /\n"
+                       "divides by a number, ** 2 squares, @ is the matrix product. Comparing with <=, >= or\n"
+                       "== gives a TempConstr, so `sameAs` and `is` tell whether two are the same.\n\n"
+                       "Example: isinstance(2 * x + 1, Operand)  # True")},
     {Py_tp_dealloc, reinterpret_cast<void*>(&plain_dealloc)},
     slot<operand_hash>(Py_tp_hash),
     slot<compare>(Py_tp_richcompare),

@@ -100,7 +100,8 @@ PyMethodDef tempconstr_methods[] = {
 
 PyType_Slot tempconstr_slots[] = {
     {Py_tp_doc,
-     const_cast<char*>("A constraint that is not yet in a model: what comparing expressions gives.\n\n"
+     const_cast<char*>("TempConstr()\n--\n\n"
+                       "A constraint that is not yet in a model: what comparing expressions gives.\n\n"
                        "`a >> b` of two of them reads: when a, a binary variable compared with 0 or 1, holds,\n"
                        "then b does.\n\n"
                        "Example: c = x + y <= 1")},

@@ -21,19 +21,36 @@ struct KindRow {
 };
 const KindRow kKinds[] = {
     {Kind::Var, "Var", "tessolvpy.Var", &State::var, "var", "VarName",
+     "Var()\n--\n\n"
      "A variable of a model. Made by models; attributes are read and assigned by name, in any case: x.LB, x.ub = 4.0,\n"
-     "x.X after a run."},
+     "x.X after a run. It takes part in arithmetic, and comparing it makes a constraint. It can't be pickled or "
+     "copied.\n\n"
+     "Example: x = m.addVar(name=\"x\"); x.ub = 4.0; m.addConstr(2 * x >= 1)"},
     {Kind::Constr, "Constr", "tessolvpy.Constr", &State::constr, "constr", "ConstrName",
-     "A row of a model, seen as a linear constraint: c.LHS, c.RHS, c.Activity and c.DualSoln after a run."},
+     "Constr()\n--\n\n"
+     "A row of a model, seen as a linear constraint: c.LHS, c.RHS, c.Activity and c.DualSoln after a run.\n\n"
+     "Example: c = m.addConstr(x + y <= 4); c.RHS = 5.0"},
     {Kind::QConstr, "QConstr", "tessolvpy.QConstr", &State::qconstr, "qconstr", "QCName",
-     "A row of a model, seen as a quadratic constraint: c.QCLHS, c.QCRHS, c.QCName."},
+     "QConstr()\n--\n\n"
+     "A row of a model, seen as a quadratic constraint: c.QCLHS, c.QCRHS, c.QCName.\n\n"
+     "Example: m.getQConstrs()[0].QCName"},
     {Kind::PsdVar, "PsdVar", "tessolvpy.PsdVar", &State::psdvar, "var", "PsdVarName",
-     "A symmetric positive semi-definite matrix variable of a model: v.Dim, v.PsdVarName."},
+     "PsdVar()\n--\n\n"
+     "A symmetric positive semi-definite matrix variable of a model: v.Dim, v.PsdVarName.\n\n"
+     "Example: [v.Dim for v in m.getPsdVars()]"},
     {Kind::PsdConstr, "PsdConstr", "tessolvpy.PsdConstr", &State::psdconstr, "constr", "PsdCName",
-     "A row of a model, seen as a semi-definite constraint: c.PsdCLHS, c.PsdCRHS, c.PsdCName."},
+     "PsdConstr()\n--\n\n"
+     "A row of a model, seen as a semi-definite constraint: c.PsdCLHS, c.PsdCRHS, c.PsdCName.\n\n"
+     "Example: m.getPsdConstrs()[0].PsdCName"},
     {Kind::GenConstr, "GenConstr", "tessolvpy.GenConstr", &State::genconstr, "genconstr", "GenConstrName",
-     "A general constraint of a model: g.GenConstrType, g.GenConstrName."},
-    {Kind::Sos, "SOS", "tessolvpy.SOS", &State::sos, "sos", nullptr, "A special ordered set of a model."},
+     "GenConstr()\n--\n\n"
+     "A general constraint of a model: g.GenConstrType, g.GenConstrName.\n\n"
+     "Example: [g.GenConstrName for g in m.getGenConstrs()]"},
+    {Kind::Sos, "SOS", "tessolvpy.SOS", &State::sos, "sos", nullptr,
+     "SOS()\n--\n\n"
+     "A special ordered set of a model: of its variables at most one (type 1) or two neighbours (type 2) are not "
+     "zero.\n\n"
+     "Example: [s.index for s in m.getSOSs()]"},
 };
 constexpr int kVarRow = 0;
 
@@ -128,8 +145,6 @@ Py_hash_t handle_hash(Handle& self) { return self.index_ == -1 ? -2 : self.index
 
 Ref handle_index(Handle& self) { return Ref::steal(PyLong_FromLong(self.index_)); }
 
-Ref handle_reduce(Handle&) { raise(PyExc_TypeError, "self.mdl_ cannot be converted to a Python object for pickling"); }
-
 PyMethodDef handle_methods[] = {
     keywords<handle_sameAs>("sameAs", "sameAs($self, other, /)\n--\n\n"
                                       "Whether both handles stand for the same element of the same model.\n\n"
@@ -148,12 +163,12 @@ PyMethodDef handle_methods[] = {
                                         "Raises AttributeError for an unknown name, TessolvError when the solver\n"
                                         "refuses the value or the attribute can only be read.\n\n"
                                         "Example: x.setAttr(\"UB\", 4.0)"),
-    no_args<handle_reduce>("__reduce__", nullptr),
     {},
 };
 
 PyMethodDef handle_readonly[] = {
-    no_args<handle_index>("index", "Position of the element in its model, from 0; negative once it was removed."),
+    no_args<handle_index>("index", "Position of the element in its model, from 0; negative once it was removed.\n\n"
+                                   "Example: m.getVars()[1].index  # 1"),
     {},
 };
 

@@ -58,8 +58,10 @@ void model_dealloc(PyObject* self) {
 }
 
 PyMemberDef model_members[] = {
-    {"Params", T_OBJECT, offsetof(Model, Params), READONLY, "The parameters of the model, as attributes."},
-    {"params", T_OBJECT, offsetof(Model, params), READONLY, "The parameters of the model, as attributes."},
+    {"Params", T_OBJECT, offsetof(Model, Params), READONLY,
+     "The parameters of the model, as attributes.\n\nExample: m.Params.MaxTime = 60"},
+    {"params", T_OBJECT, offsetof(Model, params), READONLY,
+     "The parameters of the model, as attributes.\n\nExample: m.Params.MaxTime = 60"},
     {},
 };
 
@@ -169,7 +171,7 @@ PyMethodDef model_methods[] = {
         "Raises TypeError for what is no generator of comparisons, TessolvError if the solver refuses.\n\n"
         "Example: m.addConstrs((x[i] <= 1 for i in range(3)), name=\"c\")"),
     keywords<model_setObjective>("setObjective",
-                                 "setObjective($self, expr, sense=0)\n--\n\n"
+                                 "setObjective($self, expr, sense=2000000000)\n--\n\n"
                                  "Replaces the objective.\n\n"
                                  "expr: LinExpr or QuadExpr (write 1 * x for a single variable).\n"
                                  "sense: TSO.MINIMIZE (1) or TSO.MAXIMIZE (-1); without it the sense stays as it is.\n"

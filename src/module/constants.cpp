@@ -79,9 +79,6 @@ Ref callback_class() {
     return cls;
 }
 
-// What help() shows of a class.
-Ref rendered(Borrowed pydoc, Borrowed cls) { return Ref::steal(PyObject_CallMethod(pydoc, "render_doc", "O", cls)); }
-
 } // namespace
 
 void build_constants(Borrowed module) {
@@ -96,15 +93,14 @@ void build_constants(Borrowed module) {
     Ref callback = call(callbacks.get());
     set(module, "callback", Ref::borrow(callback.get()));
 
-    Ref pydoc = Ref::steal(PyObject_GetAttrString(module, "pydoc"));
     Ref tso = make_class("TSO");
     Ref attr_getter = constant_function(attr.get()), param_getter = constant_function(param.get()),
         callback_getter = constant_function(callback.get());
-    set(tso.get(), "Attr", constant(attr_getter.get(), rendered(pydoc.get(), attrs.get()).get()));
+    set(tso.get(), "Attr", documented_constant(attr_getter.get(), attrs.get()));
     set(tso.get(), "attr", constant(attr_getter.get()));
-    set(tso.get(), "Param", constant(param_getter.get(), rendered(pydoc.get(), params.get()).get()));
+    set(tso.get(), "Param", documented_constant(param_getter.get(), params.get()));
     set(tso.get(), "param", constant(param_getter.get()));
-    set(tso.get(), "Callback", constant(callback_getter.get(), rendered(pydoc.get(), callbacks.get()).get()));
+    set(tso.get(), "Callback", documented_constant(callback_getter.get(), callbacks.get()));
     // Kept: a method, unlike attr and param (test_constants.py: test_callback_is_a_method).
     set(tso.get(), "callback", Ref::steal(PyInstanceMethod_New(callback_getter.get())));
 

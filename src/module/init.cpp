@@ -17,6 +17,8 @@
 #include "model/model.h"
 #include "module/constants.h"
 #include "module/functions.h"
+#include "module/pickling.h"
+#include "module/readonly.h"
 #include "module/state.h"
 #include "module/text.h"
 #include "py/numpy.h"
@@ -182,6 +184,10 @@ void run_import(Borrowed module) {
     install_handle_members();
     install_handle_array_members();
     install_expr_array_members();
+    for (const TypeRow& row : kTypes)
+        if (s.*row.type != s.tessolv_error)
+            add_getmetaclass(s.*row.type);
+    install_pickling(module);
     add(module, "__test__", Ref::steal(PyDict_New()).get());
 }
 

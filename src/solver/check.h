@@ -30,4 +30,8 @@ inline void check(int code) {
 PyTypeObject* make_tessolv_error_type();
 void install_tessolv_error_members(); // errno, message
 
+// The fields of a TessolvError, for pickling: a tuple of code, message and args. To be set they are tested first.
+Ref error_fields(Borrowed error);
+void set_error_fields(Borrowed error, Borrowed fields);
+
 } // namespace tsp

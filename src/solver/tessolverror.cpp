@@ -101,7 +101,27 @@ PyType_Spec error_spec = {"tessolvpy.TessolvError", sizeof(TessolvError), 0,
 
 PyTypeObject* make_tessolv_error_type() { return make_type(error_spec, exception_type()); }
 
-void install_tessolv_error_members() { add_readonly(state().tessolv_error, error_readonly); }
+void install_tessolv_error_members() {
+    add_getmetaclass(state().tessolv_error);
+    add_readonly(state().tessolv_error, error_readonly);
+}
+
+Ref error_fields(Borrowed error) {
+    auto* e = reinterpret_cast<TessolvError*>(error);
+    return Ref::steal(Py_BuildValue("(iOO)", e->code_, e->message_ ? e->message_ : Py_None, e->base.args));
+}
+
+void set_error_fields(Borrowed error, Borrowed fields) {
+    PyObject *code = PyTuple_GET_ITEM(fields, 0), *message = PyTuple_GET_ITEM(fields, 1),
+             *args = PyTuple_GET_ITEM(fields, 2);
+    if (!PyLong_Check(code) || (message != Py_None && !PyUnicode_Check(message)) || !PyTuple_Check(args))
+        raise(PyExc_TypeError, "the state of a pickled TessolvError has fields of wrong types");
+    auto* e = reinterpret_cast<TessolvError*>(error);
+    int32_t number = to_int32(code);
+    checked(PyObject_SetAttrString(error, "args", args));
+    e->code_ = number;
+    assign(e->message_, Ref::borrow(message));
+}
 
 void SolverError::set() const noexcept {
     try {

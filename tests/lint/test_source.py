@@ -1,5 +1,6 @@
 """Rules of the sources that a compiler does not hold: layers, where exceptions are caught, format."""
 
+import os
 import re
 import shutil
 import subprocess
@@ -8,6 +9,7 @@ from fnmatch import fnmatch
 from pathlib import Path
 
 import pytest
+import tessolvpy
 
 ROOT = Path(__file__).resolve().parents[2]
 # Low to high: a file includes its own layer and those before it. Folders that stand in one tuple don't see each other.
@@ -140,7 +142,8 @@ def test_python_is_clean(arguments):
 
 
 def test_reference_pages_are_up_to_date(tmp_path):
-    subprocess.run([ROOT / "scripts/docs", tmp_path], check=True)
+    module = {"PYTHON": sys.executable, "PYTHONPATH": str(Path(tessolvpy.__file__).parent)}
+    subprocess.run([ROOT / "scripts/docs", tmp_path], env=os.environ | module, check=True)
     pages = sorted(page.name for page in tmp_path.iterdir())
     assert pages == sorted(page.name for page in (ROOT / "docs/reference").iterdir())
     old = [page for page in pages if (tmp_path / page).read_text() != (ROOT / "docs/reference" / page).read_text()]
