@@ -20,12 +20,6 @@ GROUPS = {
     "Containers": ["tuplelist", "tupledict"],
     "Errors": ["TessolvError"],
 }
-CATALOGUES = {
-    "attributes": "Attributes of models and of their elements",
-    "parameters": "Parameters",
-    "codes": "Codes of errors and statuses",
-    "constants": "Members of `TSO`",
-}
 # What the attribute page calls the owner of an attribute.
 OWNERS = {
     "Model": "model",
@@ -77,7 +71,7 @@ def markdown(doc):
         if items:
             parts.append("\n".join(items))
     if example:
-        parts.append(f"```python\n{example}\n```")
+        parts.append("```python\n" + example.replace("; ", "\n") + "\n```")
     return "\n\n".join(parts)
 
 
@@ -144,7 +138,7 @@ def first_line(doc):
     return escaped(re.split(r"(?<=[.:])\s|\n\n", doc.strip())[0].rstrip(":.").replace("\n", " "))
 
 
-def index_page(groups, functions):
+def index_page(groups, functions, tables):
     lines = [
         "# Reference",
         "",
@@ -155,7 +149,7 @@ def index_page(groups, functions):
         lines += [f"- [{cls.__name__}]({cls.__name__}.md): {first_line(cls.__doc__)}" for cls in classes]
     lines += ["", "## Functions", ""]
     lines += [f"- [{name}](functions.md#{name.lower()}): {first_line(f.__doc__)}" for name, f in functions.items()]
-    lines += ["", "## Tables", "", *(f"- [{text}]({name}.md)" for name, text in CATALOGUES.items())]
+    lines += ["", "## Tables", "", *(f"- [{title}]({name})" for name, title in tables)]
     return "\n".join(lines) + "\n"
 
 
@@ -176,11 +170,13 @@ def main(folder):
     if missing := set(classes) - set(listed):
         raise SystemExit(f"{', '.join(sorted(missing))}: in no group of {__file__}")
     groups = {title: [classes[n] for n in names if n in classes] for title, names in GROUPS.items()}
+    tables = [(page.name, page.read_text().splitlines()[0].lstrip("# ")) for page in sorted(folder.glob("[a-z]*.md"))]
+    tables = [(name, title) for name, title in tables if name[:-3] not in (*classes, "functions")]
     attribute_rows = attributes_by_owner(folder / "attributes.md")
     for cls in classes.values():
         (folder / f"{cls.__name__}.md").write_text(class_page(cls, attribute_rows))
     (folder / "functions.md").write_text(functions_page(functions))
-    (folder / "README.md").write_text(index_page(groups, functions))
+    (folder / "README.md").write_text(index_page(groups, functions, tables))
 
 
 if __name__ == "__main__":
