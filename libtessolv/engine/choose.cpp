@@ -1,6 +1,7 @@
 #include "engine/choose.h"
 
 #include "engine/convex.h"
+#include "engine/csdp/csdp.h"
 #include "engine/highs/highs.h"
 
 namespace tso::engine {
@@ -12,7 +13,7 @@ constexpr Maker kMakers[] = {
     make_highs,
     nullptr, // SCIP
     nullptr, // Ipopt
-    nullptr, // CSDP
+    make_csdp,
 };
 static_assert(std::size(kMakers) == std::size(kEngines));
 

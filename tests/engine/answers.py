@@ -20,6 +20,35 @@ def build(library, cost, matrix=(), low=(), high=(), lb=None, ub=None, types=Non
     return m
 
 
+def maximize(m):
+    m.call("TSOsetintattr", capi.text("ModelSense"), -1)
+
+
+def max_cut(library, n, edges):
+    """The semi-definite bound of the maximum cut."""
+    laplacian = np.zeros((n, n))
+    for i, j in edges:
+        laplacian[[i, j], [i, j]] += 0.25
+        laplacian[[i, j], [j, i]] -= 0.25
+    m = library.model()
+    maximize(m)
+    m.addpsdvar(n, [(i, j, laplacian[i, j]) for i in range(n) for j in range(i + 1) if laplacian[i, j]])
+    for i in range(n):
+        m.addpsdrow([(0, i, i, 1.0)], 1, 1)
+    return m
+
+
+def theta(library, n, edges):
+    """Lovasz's bound of the independent sets."""
+    m = library.model()
+    maximize(m)
+    m.addpsdvar(n, [(i, j, 1.0) for i in range(n) for j in range(i + 1)])
+    m.addpsdrow([(0, i, i, 1.0) for i in range(n)], 1, 1)
+    for i, j in edges:
+        m.addpsdrow([(0, i, j, 1.0)], 0, 0)
+    return m
+
+
 def primal(m):
     return np.array(m.get("X", length=m.count("NumVars")))
 

@@ -8,6 +8,7 @@ from pathlib import Path
 import capi
 import pytest
 
+KINDS = ["mip", "lp", "barrier", "qp", "first_order", "presolving", "semidefinite"]
 HERE = Path(__file__).resolve().parent
 HEAD = f"""
 import functools, os, signal, sys, threading, time
@@ -31,6 +32,9 @@ def lp(rows=1500, columns=2500):
 def barrier(): m = lp(); m.parameter("Method", 2); return m
 def first_order(): m = lp(); m.parameter("Method", 4); m.parameter("IPM/GapTolerance", 1e-10); return m
 def presolving(): return lp(60000, 100000)
+def semidefinite(n=900):
+    rng = np.random.default_rng(5)
+    return answers.max_cut(library, n, [(i, j) for i in range(n) for j in range(i) if rng.random() < 0.1])
 
 def optimize(m, press=()):
     for after in press:
@@ -54,7 +58,7 @@ def script():
     return run
 
 
-@pytest.mark.parametrize("kind", ["mip", "lp", "barrier", "qp", "first_order", "presolving"])
+@pytest.mark.parametrize("kind", KINDS)
 def test_ctrl_c_ends_every_kind_of_run_within_a_second(script, kind):
     """Also where the engine does not look; the process then ends in good order although a thread is left behind."""
     code, seconds, handler = script(
@@ -128,7 +132,7 @@ except KeyboardInterrupt:
     assert found == [str(capi.ABORT_TIME_LIMIT)] * 2
 
 
-@pytest.mark.parametrize("kind", ["mip", "lp", "barrier", "qp", "first_order", "presolving"])
+@pytest.mark.parametrize("kind", KINDS)
 def test_time_limit_holds_and_counts_each_run_afresh(script, kind):
     found = script(
         f"""

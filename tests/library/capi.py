@@ -202,6 +202,43 @@ class Model:
             sense.encode(), rhs,
         )  # fmt: skip
 
+    def addpsdvar(self, dim, cost=(), name=None):
+        """cost: (row, column, value) of one triangle."""
+        a = Arrays()
+        self.call(
+            "TSOaddpsdvar", dim, len(cost), a.ints([t[0] for t in cost]), a.ints([t[1] for t in cost]),
+            a.doubles([t[2] for t in cost]), text(name),
+        )  # fmt: skip
+
+    def addpsdrow(self, terms, lower=-INFINITY, upper=INFINITY, linear=(), name=None):
+        """terms: (psd variable, row, column, value) of one triangle."""
+        a = Arrays()
+        self.call(
+            "TSOaddrangepsdconstr", len(linear), len({t[0] for t in terms}), len(terms),
+            a.ints([t[0] for t in linear]), a.doubles([t[1] for t in linear]), a.ints([t[0] for t in terms]),
+            a.ints([t[1] for t in terms]), a.ints([t[2] for t in terms]), a.doubles([t[3] for t in terms]),
+            lower, upper, text(name),
+        )  # fmt: skip
+
+    def matrices(self, name, indices):
+        """Of each element a symmetric array."""
+        a, count = Arrays(), len(indices)
+        sizes, counts, starts = (np.zeros(count + 1, dtype=np.int32) for _ in range(3))
+        head = (text(name), count, a.ints(indices), sizes.ctypes.data)
+        self.call("TSOgetmatattrlist", *head, None, None, None, None, counts.ctypes.data)
+        rows, cols = (np.zeros(counts.sum() + 1, dtype=np.int32) for _ in range(2))
+        values = np.zeros(counts.sum() + 1)
+        pointers = [array.ctypes.data for array in (starts, rows, cols, values, counts)]
+        self.call("TSOgetmatattrlist", *head, *pointers)
+        found = []
+        for k in range(count):
+            part = slice(starts[k], starts[k + 1])
+            matrix = np.zeros((sizes[k], sizes[k]))
+            assert (rows[part] >= cols[part]).all()
+            matrix[rows[part], cols[part]] = matrix[cols[part], rows[part]] = values[part]
+            found.append(matrix)
+        return found
+
     def change(self, rows, cols, values):
         a = Arrays()
         self.call("TSOchgcoeffs", len(rows), a.ints(rows), a.ints(cols), a.doubles(values))

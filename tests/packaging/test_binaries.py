@@ -13,6 +13,7 @@ import tessolvpy
 ROOT = Path(__file__).resolve().parents[2]
 MODULE = Path(tessolvpy.__file__)
 LIBS = MODULE.parent / "tessolvpy.libs"
+PROGRAM = "tessolv-csdp"  # there where libsdp-dev was when the package was built
 SANITIZED = b"__asan_init" in (LIBS / "libtessolv.so").read_bytes()
 SYSTEM = {"libc", "libm", "libdl", "libpthread", "librt", "libstdc++", "libgcc_s", "libz", "libbz2"}
 SYSTEM |= {"ld-linux-x86-64", "ld-linux-aarch64", *(["libasan", "libubsan"] if SANITIZED else [])}
@@ -46,16 +47,28 @@ def test_only_names_of_our_own_are_needed_beside_the_system():
     bundled = {file.name for file in LIBS.iterdir()}
     assert "libtessolv.so" in bundled
     for file in [MODULE, *LIBS.iterdir()]:
+        program = file.name == PROGRAM
         entries = dynamic(file)
         foreign = [name for name in entries["NEEDED"] if name not in bundled and name.split(".so")[0] not in SYSTEM]
         assert not foreign, f"{file.name} needs {foreign}"
         assert not entries["RPATH"], f"{file.name}: RPATH would come before LD_LIBRARY_PATH"
         if file != MODULE:
-            assert entries["SONAME"] == [file.name]
-            assert file.name.startswith("libtessolv")
+            assert entries["SONAME"] == ([] if program else [file.name])
+            assert program or file.name.startswith("libtessolv")
             assert entries["RUNPATH"] == ["$ORIGIN"]
     assert "libtessolv.so" in dynamic(MODULE)["NEEDED"]
     assert dynamic(MODULE)["RUNPATH"] == ["$ORIGIN/tessolvpy.libs"]
+
+
+@pytest.mark.skipif(not (LIBS / PROGRAM).exists(), reason="built without CSDP")
+def test_the_program_of_semi_definite_problems_is_one_of_ours_and_ends_without_a_problem():
+    file = LIBS / PROGRAM
+    assert os.access(file, os.X_OK)
+    assert "libtessolv-openblas.so" in dynamic(file)["NEEDED"]
+    assert not [name for name in exported(file) if name.startswith("TSO")]
+    for given in b"", b"no problem at all, and long enough to be taken for the head of one" * 2:
+        run = subprocess.run([file], input=given, capture_output=True, timeout=20)
+        assert (run.returncode > 0, run.stdout, run.stderr) == (True, b"", b"")
 
 
 @pytest.mark.parametrize("variable", [None, "LD_LIBRARY_PATH"])

@@ -1,0 +1,211 @@
+"""Semi-definite variables and second-order cones: known optima, optimality conditions, statuses."""
+
+import answers
+import capi
+import numpy as np
+import pytest
+from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, UNBOUNDED, duals, max_cut, primal, reduced, theta
+
+CYCLE = [(i, (i + 1) % 5) for i in range(5)]
+PETERSEN = CYCLE + [(i, i + 5) for i in range(5)] + [(5 + i, 5 + (i + 2) % 5) for i in range(5)]
+FREE = -INF
+
+
+def check_equal_objectives(m, value):
+    assert m.number("ObjVal") == pytest.approx(value, rel=1e-7, abs=1e-7)
+    assert m.number("DualObjVal") == pytest.approx(value, rel=1e-7, abs=1e-7)
+
+
+def test_bounds_of_graphs(library, run):
+    for m, value in (
+        (max_cut(library, 5, CYCLE), 5 * (1 - np.cos(4 * np.pi / 5)) / 2),
+        (theta(library, 5, CYCLE), np.sqrt(5)),
+        (theta(library, 10, PETERSEN), 4.0),
+    ):
+        assert run(m) == (0, OPTIMAL)
+        check_equal_objectives(m, value)
+        (x,) = m.matrices("PsdX", [0])
+        (cost,) = m.matrices("PsdObj", [0])
+        assert np.linalg.eigvalsh(x)[0] > -1e-9
+        assert (cost * x).sum() == pytest.approx(m.number("ObjVal"), rel=1e-12)
+        # Dual values: the sum of prices times rows, less the objective, is semi-definite too.
+        assert duals(m) @ m.get("RHS", length=m.count("NumConstrs")) == pytest.approx(value, rel=1e-7)
+        assert m.count("IPM/NumIters") > 3
+        assert m.count("SPX/NumIters") == 0
+
+
+def test_prices_prove_the_optimum_of_random_problems(library, run, rng):
+    """Matrices of several sizes beside bounded, free and fixed columns, rows of every sense, in both directions."""
+    for trial in range(10):
+        sizes, n, k = [1, 3, 6], 6, 8
+        sign = 1 - 2 * (trial % 2)
+        m = library.model()
+        if sign < 0:
+            answers.maximize(m)
+        lb, ub = np.array([0, FREE, FREE, -1, 2, 0.5]), np.array([INF, INF, 3, 1, 2, INF])
+        x0 = np.clip(rng.normal(size=n), np.maximum(lb, -9) + 0.1, np.minimum(ub, 9) - 0.1)
+        x0[4] = 2
+        interior = [f @ f.T + np.eye(s) for s in sizes for f in [rng.normal(size=(s, s))]]
+        rows = rng.normal(size=(k, n))
+        matrices = [[(f + f.T) / 2 for f in rng.normal(size=(k, s, s))] for s in sizes]
+        value = rows @ x0 + sum((a * x).sum(axis=(1, 2)) for a, x in zip(matrices, interior))
+        low, high = value.copy(), value.copy()
+        high[[1, 4]], low[[2, 4]], low[5] = INF, FREE, value[5] - 1
+        low[1] -= 0.5
+        # Costs that prices of the right signs and a definite rest make: so there is an optimum.
+        price = rng.normal(size=k)
+        price[1], price[2], price[4] = abs(price[1]), -abs(price[2]), 0
+        high[2] += 0.5
+        rest = np.array([0.7, 0, -0.3, 0.4, 1, 0.2])
+        cost = sign * (rows.T @ price + rest)
+        m.addvars(n, obj=cost, lb=lb, ub=ub)
+        for b, s in enumerate(sizes):
+            f = rng.normal(size=(s, s))
+            c = sign * (np.tensordot(price, np.array(matrices[b]), 1) + f @ f.T + 0.1 * np.eye(s))
+            m.addpsdvar(s, [(i, j, c[i, j]) for i in range(s) for j in range(i + 1)])
+        for i in range(k):
+            terms = [
+                (b, r, c, matrices[b][i][c, r]) for b, s in enumerate(sizes) for c in range(s) for r in range(c, s)
+            ]
+            m.addpsdrow(terms, low[i], high[i], list(enumerate(rows[i])))
+        m.call("TSOsetdblattr", capi.text("ObjConst"), 3.0)
+        assert run(m) == (0, OPTIMAL)
+        x, pi, d = primal(m), duals(m), reduced(m)
+        found, costs = m.matrices("PsdX", [0, 1, 2]), m.matrices("PsdObj", [0, 1, 2])
+        gap = abs(m.number("ObjVal") - m.number("DualObjVal")) / (1 + abs(m.number("ObjVal")))
+        assert gap < 1e-7
+        assert m.number("ObjVal") == pytest.approx(
+            3 + cost @ x + sum((c * y).sum() for c, y in zip(costs, found)), rel=1e-12
+        )
+        activity = rows @ x + sum((np.array(a) * y).sum(axis=(1, 2)) for a, y in zip(matrices, found))
+        assert np.array(m.get("Activity", length=k)) == pytest.approx(activity, abs=1e-9)
+        assert (activity >= low - 1e-6).all() and (activity <= high + 1e-6).all()
+        assert (x >= lb - 1e-7).all() and (x <= ub + 1e-7).all()
+        assert d == pytest.approx(cost - rows.T @ pi, abs=1e-6)
+        assert abs(d[1]) < 1e-6
+        for b in range(3):
+            slack = sign * (costs[b] - np.tensordot(pi, np.array(matrices[b]), 1))
+            assert np.linalg.eigvalsh(slack)[0] > -1e-6
+            assert np.linalg.eigvalsh(found[b])[0] > -1e-9
+            assert abs((slack * found[b]).sum()) < 1e-5
+        # The price of a row is what a change of its active side changes.
+        i = 0
+        m.set("LHS", [i], [low[i] + 1e-3])
+        m.set("RHS", [i], [high[i] + 1e-3])
+        before = m.number("ObjVal")
+        assert run(m) == (0, OPTIMAL)
+        assert (m.number("ObjVal") - before) / 1e-3 == pytest.approx(pi[i], rel=0.05, abs=1e-3)
+
+
+def test_control_problem(library, run):
+    """The H-infinity norm of 1 / (s^2 + 0.4 s + 1) by the bounded real lemma: 1 / (2 z sqrt(1 - z^2)) with z = 0.2."""
+    a, b, c = np.array([[0, 1], [-1, -0.4]]), np.array([[0.0], [1]]), np.array([[1.0, 0]])
+    m = library.model()
+    m.addvars(4, obj=[1, 0, 0, 0], lb=[0, FREE, FREE, FREE])  # the square of the norm, and the matrix P
+    m.addpsdvar(3)
+    parts = []
+    for p in ([[1, 0], [0, 0]], [[0, 1], [1, 0]], [[0, 0], [0, 1]]):
+        p = np.array(p, float)
+        parts.append(np.block([[a.T @ p + p @ a, p @ b], [b.T @ p, np.zeros((1, 1))]]))
+    parts.insert(0, np.diag([0, 0, -1.0]))
+    constant = np.block([[c.T @ c, np.zeros((2, 1))], [np.zeros((1, 3))]])
+    for i in range(3):
+        for j in range(i + 1):  # S = -(sum of parts + constant)
+            linear = [(k, part[i, j]) for k, part in enumerate(parts) if part[i, j]]
+            m.addpsdrow([(0, i, j, 1.0 if i == j else 0.5)], -constant[i, j], -constant[i, j], linear)
+    assert run(m) == (0, OPTIMAL)
+    assert np.sqrt(m.number("ObjVal")) == pytest.approx(1 / (0.4 * np.sqrt(1 - 0.04)), rel=1e-6)
+
+
+def test_a_quadratic_row_and_objective_beside_a_matrix(library, run):
+    # min X11 + x^2, X12 = 1, X22 + y <= 2, x + y = 1, x^2 <= 4: X11 = 1 / X22, X22 = 1 + x.
+    m = library.model()
+    m.addvars(2, lb=[FREE, FREE])
+    m.addpsdvar(2, [(0, 0, 1.0)])
+    m.addpsdrow([(0, 1, 0, 0.5)], 1, 1)
+    m.addpsdrow([(0, 1, 1, 1.0)], FREE, 2, [(1, 1.0)])
+    m.addrow([0, 1], [1.0, 1.0], 1, 1)
+    answers.add_quadratic(m, [0], [0], [1.0])
+    m.addqconstr([], [(0, 0, 1.0)], "<", 4.0)
+    assert run(m) == (0, OPTIMAL)
+    x = np.roots([2, 4, 2, -1])  # of -1 / (1 + x)^2 + 2 x
+    x = x[abs(x.imag) < 1e-9].real[0]
+    check_equal_objectives(m, 1 / (1 + x) + x * x)
+    assert primal(m) == pytest.approx([x, 1 - x], abs=1e-3)
+    m.set("LB", [0], [1.5])
+    assert run(m) == (0, OPTIMAL)
+    check_equal_objectives(m, 1 / 2.5 + 2.25)
+    assert reduced(m)[0] == pytest.approx(3 - 1 / 2.5**2, abs=1e-4)
+
+
+def test_infeasible_unbounded_and_degenerate(library, run):
+    def model(dim=2, cost=(), rows=(), cols=()):
+        m = library.model()
+        for args in cols:
+            m.addvar(*args)
+        m.addpsdvar(dim, cost)
+        for row in rows:
+            m.addpsdrow(*row)
+        return m
+
+    trace, corner = [(0, 0, 0, 1.0), (0, 1, 1, 1.0)], [(0, 0, 0, 1.0)]
+    both = [(0, 0, 1.0), (1, 1, 1.0)]
+    m = model(rows=[(trace, -1, -1)])
+    assert (run(m), m.count("HasDualRay"), duals(m)) == ((0, INFEASIBLE), 1, [-1])
+    for rows, ray in (([(corner, 1, 1), (corner, 2, 2)], [-1, 1]), ([([], 1, 2)], [1])):
+        m = model(rows=rows)
+        assert run(m) == (0, INFEASIBLE)
+        assert duals(m) == pytest.approx(ray)
+    assert run(model(rows=[(corner, 2, 1)])) == (0, INFEASIBLE)
+    assert run(model(cols=[(1.0, 2.0, 1.0)])) == (0, INFEASIBLE)
+    m = model(cost=[(1, 0, -1.0)], rows=[(corner, 1, 1)])
+    assert (run(m), m.count("HasSolution")) == ((0, UNBOUNDED), 0)
+    with pytest.raises(capi.Failed) as error:
+        m.matrices("PsdX", [0])
+    assert error.value.code == capi.DATA_NOT_AVAILABLE
+    assert run(model(cost=[(0, 0, -1.0)])) == (0, UNBOUNDED)
+    assert run(model(cols=[(1.0, FREE)])) == (0, UNBOUNDED)
+    assert run(model(cost=[(1, 0, -1.0)], rows=[(corner, 1, 1), (trace, -3, -2)]))[1] == INFEASIBLE
+    for value, m in (
+        (0, model(cost=both)),
+        (0, model()),
+        (3, model(1, [(0, 0, 1.0)], [(corner, 3, 5)])),
+        (2, model(cost=both, rows=[(corner, 1, 1), (trace, 2, 2), ([(0, 1, 1, 3.0)], 3, 3)])),  # one row too many
+        (1, model(cost=[(1, 1, 1.0)], rows=[(corner, 0, 0), (trace, 1, 1)])),  # without an interior
+        (0, model(cost=[(0, 0, 1.0)], rows=[([(0, 1, 0, 0.5)], 1, 1)])),  # not attained
+        (0, model(rows=[([], -1, 1), ([], 0, 0), ([], FREE, INF)])),
+    ):
+        assert run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(value, abs=1e-6)
+        assert m.matrices("PsdX", [0])[0].shape[0] >= 1
+    m = model(cost=[(1, 1, 1.0)], rows=[(corner, 0, 0), ([(0, 1, 0, 0.5)], 1, 1)])  # infeasible, and nothing proves it
+    assert run(m)[1] not in (OPTIMAL, SUB_OPTIMAL, UNBOUNDED)
+
+
+def test_second_order_cones(library, run):
+    def model(cost, lb, quadratic, side=0.0, ub=None, sense="<", rows=()):
+        m = library.model()
+        m.addvars(len(cost), obj=cost, lb=lb, ub=ub)
+        m.addqconstr([], quadratic, sense, side)
+        for cols, values, low, high in rows:
+            m.addrow(cols, values, low, high)
+        return m
+
+    upright = [(1, 1, 1.0), (2, 2, 1.0), (0, 0, -1.0)]
+    root = np.sqrt(2)
+    for m, value, x, prices in (
+        (model([1, 1], [FREE] * 2, [(0, 0, 1.0), (1, 1, 1.0)], 1.0), -root, [-1 / root] * 2, [-1 / root]),
+        (model([1, 0, 0], [0, 3, 4], upright, ub=[INF, 3, 4]), 5, [5, 3, 4], [-0.1]),
+        (model([1, 0, 0], [0, FREE, FREE], upright, rows=[([1], [1], 3, 3), ([2], [1], 4, INF)]),
+         5, [5, 3, 4], [-0.1, 0.6, 0.8]),
+        (model([1, 0, 0], [0, FREE, FREE], upright), 0, [0] * 3, None),
+        (model([0, 1, 1], [1, 0, 0], [(0, 0, 1.0), (2, 1, -2.0)], ub=[1, INF, INF]),
+         root, [1, 1 / root, 1 / root], [-1 / root]),
+        (model([1, 1], [0, 0], [(0, 1, 1.0)], 1.0, sense=">"), 2, [1, 1], [1]),
+    ):  # fmt: skip
+        assert run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(value, abs=1e-6)
+        assert primal(m) == pytest.approx(x, abs=1e-4)
+        if prices:
+            assert duals(m) == pytest.approx(prices, abs=1e-4)
+    assert run(model([1, 1], [2, FREE], [(0, 0, 1.0), (1, 1, 1.0)], 1.0)) == (0, INFEASIBLE)
