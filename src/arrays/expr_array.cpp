@@ -6,6 +6,7 @@
 #include "expr/quadexpr.h"
 #include "module/readonly.h"
 
+#include <algorithm>
 #include <new>
 
 namespace tsp {
@@ -16,14 +17,25 @@ struct ExprRow {
     PyTypeObject* State::*type;
     PyTypeObject* State::*element;
     const char* more_than_one;
+    Words words; // of the examples: class, its cells, one of size 1, an array
     const char* doc;
 };
 constexpr ExprRow kRows[] = {
-    {"MLinExpr", "tessolvpy.MLinExpr", &State::mlinexpr, &State::linexpr, "MLinExpr contains more than 1 LinExpr",
+    {"MLinExpr",
+     "tessolvpy.MLinExpr",
+     &State::mlinexpr,
+     &State::linexpr,
+     "MLinExpr contains more than 1 LinExpr",
+     {{{"@C", "MLinExpr"}, {"@cells", "2 * a, b + 1"}, {"@one", "(w @ x)"}, {"@e", "(2 * x)"}}},
      "MLinExpr()\n--\n\n"
      "An array of linear expressions: what arithmetic of MVar with numbers and arrays gives.\n\n"
      "Example: e = A @ x + b"},
-    {"MQuadExpr", "tessolvpy.MQuadExpr", &State::mquadexpr, &State::quadexpr, "MQuadExpr contains more than 1 QuadExpr",
+    {"MQuadExpr",
+     "tessolvpy.MQuadExpr",
+     &State::mquadexpr,
+     &State::quadexpr,
+     "MQuadExpr contains more than 1 QuadExpr",
+     {{{"@C", "MQuadExpr"}, {"@cells", "a * b, a * a"}, {"@one", "(x @ Q @ x)"}, {"@e", "(x * x)"}}},
      "MQuadExpr()\n--\n\n"
      "An array of quadratic expressions: what products of arrays with variables give.\n\n"
      "Example: risk = x @ Q @ x"},
@@ -149,27 +161,28 @@ template <int Row> void make_row() {
                                                    "new(arr, /)\n--\n\n"
                                                    "Wraps an array of expressions, which is shared; anything else "
                                                    "is copied.\n\n"
-                                                   "Example: MLinExpr.new([[2 * a, b + 1]])")),
+                                                   "Example: e = @C.new([[@cells]])")),
         as_static_method(one_arg<expr_zeros<Row>>("zeros", "zeros(shape, /)\n--\n\n"
                                                            "An array whose cells are all one and the same empty "
                                                            "expression.\n\n"
                                                            "shape: int or tuple of int.\n\n"
-                                                           "Example: e = MLinExpr.zeros((2, 3)); e += x")),
+                                                           "Example: e = @C.zeros(3)")),
         no_args<expr_copy<Row>>("copy", "copy($self, /)\n--\n\nA new array of the same expressions.\n\n"
-                                        "Example: f = e.copy()"),
+                                        "Example: f = @e.copy()"),
         no_args<expr_clear<Row>>("clear", "clear($self, /)\n--\n\n"
                                           "Empties every cell: linear ones in place, quadratic ones become new.\n\n"
-                                          "Example: e.clear()"),
+                                          "Example: e = @e; e.clear()"),
         no_args<expr_getValue>("getValue", "getValue($self, /)\n--\n\n"
                                            "The values of the expressions in the solution, an array of float.\n\n"
-                                           "Raises TessolvError if there is no solution.\n\nExample: e.getValue()"),
+                                           "Raises TessolvError if there is no solution.\n\nExample: @e.getValue()"),
         no_args<expr_item<Row>>("item", "item($self, /)\n--\n\nThe expression in an array of size 1.\n\n"
-                                        "Raises ValueError for any other size.\n\nExample: (c @ x).item()"),
+                                        "Raises ValueError for any other size.\n\nExample: @one.item()"),
         keywords<expr_sum<Row>>("sum", "sum($self, /, axis=None)\n--\n\nThe sum over one axis, or of all cells.\n\n"
-                                       "axis: int, tuple or None.\n\nExample: e.sum(axis=0)"),
+                                       "axis: int, tuple or None.\n\nExample: @e.sum(axis=0)"),
         {},
     };
     const ExprRow& row = kRows[Row];
+    fill_in(methods, row.words);
     PyType_Slot slots[] = {
         {Py_tp_doc, const_cast<char*>(row.doc)},
         {Py_tp_new, reinterpret_cast<void*>(&expr_array_new)},
@@ -199,15 +212,18 @@ void make_expr_array_types() {
 
 void install_expr_array_members() {
     static PyMethodDef readonly[] = {
-        no_args<expr_shape>("shape",
-                            "The shape, a tuple of int.\n\nExample: rows, columns = (2 * m.addMVar((2, 3))).shape"),
-        no_args<expr_ndim>("ndim", "The number of dimensions.\n\nExample: (2 * m.addMVar((2, 3))).ndim  # 2"),
-        no_args<expr_size>("size", "The number of cells.\n\nExample: (2 * m.addMVar((2, 3))).size  # 6"),
+        no_args<expr_shape>("shape", "The shape, a tuple of int.\n\nExample: @e.shape  # (3,)"),
+        no_args<expr_ndim>("ndim", "The number of dimensions.\n\nExample: @e.ndim  # 1"),
+        no_args<expr_size>("size", "The number of cells.\n\nExample: @e.size  # 3"),
         no_args<expr_priority>("__array_priority__", "Tells NumPy to leave operators to this class."),
         {},
     };
+    static PyMethodDef quadratic[std::size(readonly)];
+    std::ranges::copy(readonly, quadratic);
+    fill_in(readonly, kRows[0].words);
+    fill_in(quadratic, kRows[1].words);
     add_readonly(state().mlinexpr, readonly);
-    add_readonly(state().mquadexpr, readonly);
+    add_readonly(state().mquadexpr, quadratic);
 }
 
 Ref new_expr_array(PyTypeObject* type, Borrowed array) {

@@ -15,22 +15,39 @@ struct ArrayRow {
     PyTypeObject* State::*element;
     Kind kind;
     const char* more_than_one;
+    Words words; // of the examples: class, an array, an attribute that is read, one that is written
     const char* doc;
 };
 constexpr ArrayRow kArrays[] = {
-    {"MVar", "tessolvpy.MVar", &State::mvar, &State::var, Kind::Var, "MVar contains more than 1 variable",
+    {"MVar",
+     "tessolvpy.MVar",
+     &State::mvar,
+     &State::var,
+     Kind::Var,
+     "MVar contains more than 1 variable",
+     {{{"@C", "MVar"}, {"@x", "x"}, {"@A", "X"}, {"@W", "UB"}}},
      "MVar()\n--\n\n"
      "An array of variables, as Model.addMVar makes it, that takes part in NumPy's kind of arithmetic.\n\n"
      "Every attribute of a variable can be read and set for the whole array: x.X, x.lb = 0.\n\n"
-     "Example: x = m.addMVar((2, 3)); m.addConstr(A @ x <= b)"},
-    {"MConstr", "tessolvpy.MConstr", &State::mconstr, &State::constr, Kind::Constr,
+     "Example: x = m.addMVar(3); m.addConstr(A @ x <= b)"},
+    {"MConstr",
+     "tessolvpy.MConstr",
+     &State::mconstr,
+     &State::constr,
+     Kind::Constr,
      "MConstr contains more than 1 constraint",
+     {{{"@C", "MConstr"}, {"@x", "c"}, {"@A", "Activity"}, {"@W", "RHS"}}},
      "MConstr()\n--\n\n"
      "An array of linear constraints, as Model.addConstr makes it of a comparison of arrays.\n\n"
      "Every attribute of a constraint can be read and set for the whole array.\n\n"
-     "Example: c = m.addConstr(A @ x <= b); print(c.Dual)"},
-    {"MQConstr", "tessolvpy.MQConstr", &State::mqconstr, &State::qconstr, Kind::QConstr,
+     "Example: c = m.addConstr(A @ x <= b); m.optimize(); print(c.DualSoln)"},
+    {"MQConstr",
+     "tessolvpy.MQConstr",
+     &State::mqconstr,
+     &State::qconstr,
+     Kind::QConstr,
      "MQConstr contains more than 1 constraint",
+     {{{"@C", "MQConstr"}, {"@x", "qc"}, {"@A", "QCRHS"}, {"@W", "QCRHS"}}},
      "MQConstr()\n--\n\n"
      "An array of quadratic constraints.\n\n"
      "Every attribute of a quadratic constraint can be read and set for the whole array.\n\n"
@@ -190,45 +207,46 @@ template <int Row> Ref array_str(HandleArray& self) { return array_text(kArrays[
 template <int Row> void make_row() {
     static PyMethodDef methods[] = {
         no_args<array_copy<Row>>("copy",
-                                 "copy($self, /)\n--\n\nA new array of the same handles.\n\nExample: y = x.copy()"),
+                                 "copy($self, /)\n--\n\nA new array of the same handles.\n\nExample: y = @x.copy()"),
         no_args<array_diagonal<Row>>("diagonal", "diagonal($self, /)\n--\n\nThe diagonal of a matrix.\n\n"
-                                                 "Example: d = x.diagonal()"),
+                                                 "Example: d = @x.diagonal()"),
         no_args<array_transpose<Row>>("transpose",
                                       "transpose($self, /)\n--\n\nThe array with its axes reversed; a view.\n\n"
-                                      "Example: xt = x.transpose()"),
+                                      "Example: turned = @x.transpose()"),
         keywords<array_reshape<Row>>("reshape", "reshape($self, /, *shape, order='C')\n--\n\n"
                                                 "The same handles in another shape.\n\n"
                                                 "shape: integers or a tuple; -1 for what follows from the size.\n"
                                                 "order: 'C' by rows, 'F' by columns.\n"
                                                 "Raises ValueError for a shape of another size.\n\n"
-                                                "Example: y = x.reshape(2, -1)"),
+                                                "Example: y = @x.reshape(2, -1)"),
         as_static_method(one_arg<array_new_of<Row>>(
             "new", "new(array, /)\n--\n\nWraps an array of handles, which is shared; anything else is copied.\n\n"
-                   "Example: y = MVar.new(numpy.array([a, b]))")),
+                   "Example: y = @C.new(numpy.array([a, b]))")),
         as_static_method(one_arg<array_fromlist<Row>>("fromlist", "fromlist(li, /)\n--\n\n"
                                                                   "An array of the handles in a (nested) list.\n\n"
-                                                                  "Example: x = MVar.fromlist([[a, b], [c, d]])")),
+                                                                  "Example: y = @C.fromlist([[a, b], [c, d]])")),
         as_static_method(one_arg<array_fromvar<Row>>(
             Row == kMVar ? "fromvar" : "fromconstr",
             Row == kMVar ? "fromvar(var, /)\n--\n\nAn array of shape (1,) with one handle.\n\n"
-                           "var: Var.\n\nExample: x = MVar.fromvar(a)"
+                           "var: Var.\n\nExample: y = @C.fromvar(a)"
                          : "fromconstr(constr, /)\n--\n\nAn array of shape (1,) with one handle.\n\n"
-                           "constr: a constraint.\n\nExample: c = MConstr.fromconstr(m.getConstrs()[0])")),
-        no_args<array_tolist>("tolist", "tolist($self, /)\n--\n\nThe handles as nested lists.\n\nExample: x.tolist()"),
+                           "constr: a Constr or QConstr.\n\nExample: y = @C.fromconstr(a)")),
+        no_args<array_tolist>("tolist", "tolist($self, /)\n--\n\nThe handles as nested lists.\n\nExample: @x.tolist()"),
         no_args<array_item<Row>>("item", "item($self, /)\n--\n\nThe handle in an array of size 1.\n\n"
-                                         "Raises ValueError for any other size.\n\nExample: v = x[0, 1].item()"),
+                                         "Raises ValueError for any other size.\n\nExample: first = @x[0, 1].item()"),
         keywords<array_getAttr<Row>>("getAttr", "getAttr($self, /, attrname)\n--\n\n"
                                                 "An attribute of all elements, as an array of the same shape.\n\n"
-                                                "attrname: str; x.X is the same as x.getAttr('X').\n"
+                                                "attrname: str; @x.@A is the same as @x.getAttr('@A').\n"
                                                 "Raises AttributeError for an unknown name, TessolvError if the solver "
-                                                "has no value.\n\nExample: values = x.getAttr('X')"),
+                                                "has no value.\n\nExample: values = @x.getAttr('@A')"),
         keywords<array_setAttr<Row>>("setAttr",
                                      "setAttr($self, /, attrname, attrvalues)\n--\n\n"
                                      "Sets an attribute of all elements.\n\n"
+                                     "attrname: str, as for getAttr.\n"
                                      "attrvalues: one value for all, or as many as there are elements, row by "
                                      "row.\n"
                                      "Raises ValueError for another number of values.\n\n"
-                                     "Example: x.setAttr('UB', 10.0)"),
+                                     "Example: @x.setAttr('@W', 10.0)"),
         Row == kMVar ? keywords<mvar_sum>("sum", "sum($self, /, axis=None)\n--\n\n"
                                                  "The sum over one axis, or of all variables.\n\n"
                                                  "axis: int, tuple or None.\n\nReturns an MLinExpr.\n\n"
@@ -237,6 +255,7 @@ template <int Row> void make_row() {
         {},
     };
     const ArrayRow& row = kArrays[Row];
+    fill_in(methods, row.words);
     PyType_Slot slots[] = {
         {Py_tp_doc, const_cast<char*>(row.doc)},
         {Py_tp_new, reinterpret_cast<void*>(&array_new)},
@@ -257,13 +276,14 @@ template <int Row> void make_row() {
 
 template <int Row> void install_row() {
     static PyMethodDef readonly[] = {
-        no_args<array_shape>("shape", "The shape, a tuple of int.\n\nExample: rows, columns = m.addMVar((2, 3)).shape"),
-        no_args<array_ndim>("ndim", "The number of dimensions.\n\nExample: m.addMVar((2, 3)).ndim  # 2"),
-        no_args<array_size>("size", "The number of elements.\n\nExample: m.addMVar((2, 3)).size  # 6"),
-        no_args<array_transpose<Row>>("T", "The transpose, a view.\n\nExample: m.addMVar((2, 3)).T.shape  # (3, 2)"),
+        no_args<array_shape>("shape", "The shape, a tuple of int.\n\nExample: rows, columns = @x.shape"),
+        no_args<array_ndim>("ndim", "The number of dimensions.\n\nExample: @x.ndim  # 2"),
+        no_args<array_size>("size", "The number of elements.\n\nExample: @x.size  # 4"),
+        no_args<array_transpose<Row>>("T", "The transpose, a view.\n\nExample: @x.T.shape  # (2, 2)"),
         no_args<array_priority>("__array_priority__", "Tells NumPy to leave operators to this class."),
         {},
     };
+    fill_in(readonly, kArrays[Row].words);
     add_readonly(state().*kArrays[Row].type, readonly);
 }
 

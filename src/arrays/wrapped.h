@@ -7,6 +7,10 @@
 #include "py/numpy.h"
 #include "py/type.h"
 
+#include <array>
+#include <string_view>
+#include <utility>
+
 namespace tsp {
 
 // A method of an array, called by name.
@@ -69,6 +73,10 @@ inline Ref iterate(Borrowed self, Py_ssize_t length) {
     }
     return Ref::steal(PyObject_GetIter(items.get()));
 }
+
+// What stands in the texts of a table that several classes share, beginning with "@", and what one class says there.
+using Words = std::array<std::pair<std::string_view, std::string_view>, 4>;
+void fill_in(PyMethodDef* rows, const Words& words);
 
 constexpr PyMethodDef as_static_method(PyMethodDef method) {
     method.ml_flags |= METH_STATIC;

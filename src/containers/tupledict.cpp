@@ -245,6 +245,7 @@ PyMethodDef tupledict_methods[] = {
     no_args<tupledict_clear>("clear", "clear($self)\n--\n\nRemoves all items.\n\nExample: flow.clear()"),
     keywords<tupledict_pop>("pop", "pop($self, key)\n--\n\n"
                                    "Removes a key and returns its value. There is no default.\n\n"
+                                   "key: the key.\n"
                                    "Raises KeyError if the key is missing.\n\n"
                                    "Example: x = flow.pop(('Oslo', 'Bergen'))"),
     no_args<tupledict_popitem>("popitem", "popitem($self)\n--\n\n"
@@ -259,6 +260,7 @@ PyMethodDef tupledict_methods[] = {
     keywords<tupledict_setdefault>("setdefault",
                                    "setdefault($self, key, default=None)\n--\n\n"
                                    "Stores a value for a key that is missing. Returns None either way.\n\n"
+                                   "key: the key.  default: the value to store.\n\n"
                                    "Example: cost.setdefault(('Oslo', 'Bergen'), 1.0)"),
     {},
 };

@@ -291,6 +291,7 @@ PyMethodDef tuplelist_methods[] = {
                                          "Example: routes.insert(0, ('Oslo', 'Bergen'))"),
     keywords<tuplelist_pop>("pop", "pop($self, index=-1)\n--\n\n"
                                    "Removes the row at a position and returns it.\n\n"
+                                   "index: int, from the end if negative; the last row without it.\n"
                                    "Raises IndexError if there is none.\n\n"
                                    "Example: last = routes.pop()"),
     keywords<tuplelist_remove>("remove", "remove($self, value)\n--\n\n"

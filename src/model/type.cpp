@@ -113,7 +113,7 @@ PyMethodDef model_methods[] = {
         "addLConstr($self, lhs, sense=None, rhs=None, name='')\n--\n\n"
         "Adds a linear constraint.\n\n"
         "lhs, rhs: numbers, Var or LinExpr; lhs may also be a comparison, then sense and rhs must be None.\n"
-        "sense: \"<\", \">\" or \"=\".\n"
+        "sense: \"<\", \">\" or \"=\".  name: str, at most 255 bytes.\n"
         "Returns the Constr. Raises TypeError and ValueError for arguments that do not fit, TessolvError for\n"
         "another sense or if the solver refuses.\n\n"
         "Example: m.addLConstr(x + y, TSO.LESS_EQUAL, 4)"),
@@ -159,6 +159,7 @@ PyMethodDef model_methods[] = {
         "addRange($self, expr, lower, upper, name='')\n--\n\n"
         "Adds the constraint lower <= expr <= upper.\n\n"
         "expr: number, Var or LinExpr.  lower, upper: numbers, or None for none (not both).\n"
+        "name: str, at most 255 bytes.\n"
         "Returns the Constr. Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
         "Example: m.addRange(x + y, 1, 3)"),
     keywords<model_addConstrs>(

@@ -185,12 +185,16 @@ PyMethodDef function_defs[] = {
                                         "Sets all parameters of the default environment, and of the models that the\n"
                                         "calling module has under global names, to their defaults.\n\n"
                                         "Example: resetParams()"),
-    keywords<setParam>("setParam",
-                       "setParam($module, paramname, paramvalue)\n--\n\n"
-                       "Sets a parameter of the default environment and of the models that the calling module\n"
-                       "has under global names.\n\n"
-                       "Arguments and errors as for Model.setParam.\n\n"
-                       "Example: setParam(\"OutputFlag\", 0)"),
+    keywords<setParam>(
+        "setParam",
+        "setParam($module, paramname, paramvalue)\n--\n\n"
+        "Sets a parameter of the default environment and of the models that the calling module\n"
+        "has under global names.\n\n"
+        "paramname: str, in any case, \"_\" as good as \"/\", \"*\" and \"?\" as wildcards that must match\n"
+        "one name.  paramvalue: int, float or str by the parameter, or \"default\".\n"
+        "Prints what was set, or that nothing matches. Raises TypeError for a value of a wrong type,\n"
+        "TessolvError for one out of range.\n\n"
+        "Example: setParam(\"OutputFlag\", 0)"),
     {"system", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&detail::Entry<&system>::call)),
      METH_VARARGS | METH_KEYWORDS,
      "system($module, command)\n--\n\n"

@@ -172,12 +172,9 @@ void set_quadexpr(Borrowed self, Borrowed fields) {
     assign(e.linexpr, std::move(fresh));
 }
 
-// The array of cells, None in an object without contents.
+// The array of cells. An object without contents has none, and cannot be pickled either.
 Ref expr_array_fields(Borrowed self) {
-    ExprArray& e = as_expr_array(self);
-    if (!e.block && !e.array)
-        return Ref::steal(PyTuple_Pack(1, Py_None));
-    Ref array = Ref::borrow(array_of(e));
+    Ref array = Ref::borrow(array_of(as_expr_array(self)));
     Ref cells = Ref::steal(PyArray_IterNew(array.get()));
     while (PyObject* next = PyIter_Next(cells.get()))
         refuse_handles(Ref::steal(next).get());
@@ -187,8 +184,8 @@ Ref expr_array_fields(Borrowed self) {
 }
 void set_expr_array(Borrowed self, Borrowed fields) {
     Borrowed array = PyTuple_GET_ITEM(fields, 0);
-    require(array == Py_None || (PyArray_Check(array) && PyArray_TYPE(as_array(array)) == NPY_OBJECT));
-    Ref own = array == Py_None ? Ref() : Ref::steal(PyArray_NewCopy(as_array(array), NPY_CORDER));
+    require(PyArray_Check(array) && PyArray_TYPE(as_array(array)) == NPY_OBJECT);
+    Ref own = Ref::steal(PyArray_NewCopy(as_array(array), NPY_CORDER)); // a copy has cells of its own
     as_expr_array(self).block.reset();
     assign(as_expr_array(self).array, std::move(own));
 }
