@@ -3,6 +3,7 @@
 #include "engine/convex.h"
 #include "engine/csdp/csdp.h"
 #include "engine/highs/highs.h"
+#include "engine/scip/scip.h"
 
 namespace tso::engine {
 namespace {
@@ -11,7 +12,7 @@ namespace {
 using Maker = std::unique_ptr<Engine> (*)();
 constexpr Maker kMakers[] = {
     make_highs,
-    nullptr, // SCIP
+    make_scip,
     nullptr, // Ipopt
     make_csdp,
 };

@@ -127,16 +127,16 @@ void ProgressLog::tell(const News& news) {
         return;
     if (news.nodes < 0 && news.iterations < 0 && std::isnan(news.incumbent))
         return;
-    const bool tree = model_.is_mip();
     if (!titled_) {
         titled_ = true;
+        tree_ = model_.is_mip() || news.nodes >= 0;
         log.line("");
-        if (tree)
+        if (tree_)
             log.line("     Nodes  Iterations         Incumbent             Bound      Gap     Time");
         else
             log.line("Iterations         Objective     Time");
     }
-    if (tree)
+    if (tree_)
         log.printf("%10s  %10s  %16s  %16s  %7s  %6.1fs", count(news.nodes).c_str(), count(news.iterations).c_str(),
                    number(news.incumbent).c_str(), number(news.bound).c_str(),
                    percent(news.incumbent, news.bound).c_str(), now);

@@ -32,7 +32,7 @@ private:
     Model& model_;
     const Run& run_;
     double next_ = 0.5, last_ = -1, last_incumbent_ = kNoValue;
-    bool titled_ = false;
+    bool titled_ = false, tree_ = false;
 };
 
 std::string_view status_text(int status);

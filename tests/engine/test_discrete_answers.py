@@ -120,12 +120,10 @@ def test_unbounded_and_infeasible_are_told_apart(build, run):
 
 def test_what_no_engine_can_do_is_refused(build, run, library, tmp_path):
     refused = capi.ABORT_SOLVER_NOT_AVAILABLE
-    with_sos = build([1, 1])
-    with_sos.addsos([1], [0], [0, 1])
-    open_semi = build([1.0], lb=[2], types="S")
-    rows = build([1, 1])
-    rows.addqconstr([], [(0, 0, 1.0)], "<", 1.0)
-    for m, words in ((with_sos, "special ordered sets"), (open_semi, "infinite"), (rows, "quadratic constraints")):
+    not_binary = build([1, 1], types="BC")
+    not_binary.addindicator(0, 1, [1], [1.0], "<", 1.0)
+    not_binary.set("VType", [0], "C")
+    for m, words in ((not_binary, "not binary any more"),):
         log = tmp_path / "log"
         log.unlink(missing_ok=True)
         env = m.dll.TSOgetenv(m.handle)

@@ -8,7 +8,7 @@ from pathlib import Path
 import capi
 import pytest
 
-KINDS = ["mip", "lp", "barrier", "qp", "first_order", "presolving", "semidefinite"]
+KINDS = ["mip", "lp", "barrier", "qp", "first_order", "presolving", "semidefinite", "sets", "nonconvex"]
 HERE = Path(__file__).resolve().parent
 HEAD = f"""
 import functools, os, signal, sys, threading, time
@@ -20,6 +20,18 @@ library = capi.Library(dll)
 build = functools.partial(answers.build, library)
 
 def mip(): return answers.market_split(build, 5, 50)
+def sets():
+    m = mip()
+    m.addsos([1], [0], [50, 51])
+    return m
+def nonconvex():
+    m = library.model()
+    rng = np.random.default_rng(2)
+    m.addvars(60, ub=np.ones(60))
+    m.addrow(np.arange(60), np.ones(60), 5, 20)
+    i, j = np.tril_indices(60)
+    answers.add_quadratic(m, i, j, rng.normal(size=len(i)))
+    return m
 def qp(): return answers.large_qp(library, 2000)
 def lp(rows=1500, columns=2500):
     rng = np.random.default_rng(3)
