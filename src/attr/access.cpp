@@ -1,5 +1,6 @@
 #include "attr/access.h"
 
+#include "attr/matrix.h"
 #include "attr/values.h"
 #include "module/state.h"
 #include "module/text.h"
@@ -122,6 +123,8 @@ Ref read_attribute(const Attribute& a, int index) {
         check(TSOgetstrattrlist(a.model, a.name, 1, &index, &v));
         return text_value(v);
     }
+    case TSO_ATTR_MATRIX:
+        return read_matrix_attribute(a, index);
     default:
         raise_no_attribute(a.asked);
     }
@@ -151,6 +154,8 @@ Ref read_attribute_list(const Attribute& a, const std::vector<int>& indices) {
         check(TSOgetstrattrlist(a.model, a.name, count, indices.data(), v.data()));
         return make_list(v.size(), [&](std::size_t i) { return text_value(v[i]); });
     }
+    case TSO_ATTR_MATRIX:
+        return read_matrix_attribute_list(a, indices);
     default:
         raise_no_attribute(a.asked);
     }
@@ -199,6 +204,8 @@ void write_attribute(const Attribute& a, int index, Borrowed value) {
         check(TSOsetdblattrlist(a.model, a.name, 1, &index, &v));
         return;
     }
+    if (a.type == TSO_ATTR_MATRIX)
+        return write_matrix_attribute(a, index, value);
     Ref values = Ref::steal(PyList_New(1));
     Py_INCREF(value);
     PyList_SET_ITEM(values.get(), 0, value);
@@ -206,6 +213,8 @@ void write_attribute(const Attribute& a, int index, Borrowed value) {
 }
 
 void write_attribute_list(const Attribute& a, const std::vector<int>& indices, Borrowed values) {
+    if (a.type == TSO_ATTR_MATRIX)
+        return write_matrix_attribute_list(a, indices, values);
     int count = count_of(indices);
     if (a.type == TSO_ATTR_DOUBLE && PyArray_CheckExact(values) && PyArray_ISNUMBER(as_array(values)) &&
         !PyArray_ISCOMPLEX(as_array(values)) && PyArray_SIZE(as_array(values)) == count) {

@@ -40,7 +40,8 @@ struct Attribute {
 };
 Attribute resolve_attribute(TSOmodel model, Borrowed name, Kind kind);
 
-// Reading. Values are what indexing an array of the attribute's type gives: numpy.int32, numpy.float64, bytes, str.
+// Reading. Values are what indexing an array of the attribute's type gives: numpy.int32, numpy.float64, bytes, str; of
+// a matrix an array or a sparse matrix (see matrix.h).
 Ref read_model_attribute(const Attribute& a);
 Ref read_attribute(const Attribute& a, int index);
 // A list of plain values, one for each index.

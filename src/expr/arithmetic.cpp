@@ -153,6 +153,9 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
 
 bool is_operand(Operands k) { return k >= Operands::Var; }
 
+// What has operators of its own, which get their turn when those of Operand are not implemented.
+bool is_semidefinite(Borrowed x) { return is_psdexpr(x) || is_psdvar(x); }
+
 // Scalars among themselves; where an array comes in, arrays have operators of their own.
 Ref forward_add(Borrowed a, Borrowed b) {
     Operands ka = kind_of(a), kb = kind_of(b);
@@ -199,6 +202,8 @@ Ref add(Borrowed a, Borrowed b) {
     Operands ka = exact_kind(a), kb = exact_kind(b);
     if (ka != Operands::Other && kb != Operands::Other)
         return sum(ka, a, kb, b, 1.0);
+    if (is_semidefinite(b))
+        return Ref::borrow(Py_NotImplemented);
     if (is_instance(a, state().operand))
         return forward_add(a, b);
     if (!is_instance(b, state().operand))
@@ -224,6 +229,8 @@ Ref negative(Borrowed a) {
 
 Ref subtract(Borrowed a, Borrowed b) {
     Operands ka = exact_kind(a), kb = exact_kind(b);
+    if (kb == Operands::Other && is_semidefinite(b))
+        return Ref::borrow(Py_NotImplemented);
     if (is_operand(ka) || is_instance(a, state().operand)) {
         Ref result;
         bool worked = succeeds([&] {
@@ -251,6 +258,8 @@ Ref multiply(Borrowed a, Borrowed b) {
         return v_mul_n(a, to_double(b));
     if (ka == Operands::Number && kb == Operands::Var)
         return v_mul_n(b, to_double(a));
+    if (kb == Operands::Other && is_semidefinite(b))
+        return Ref::borrow(Py_NotImplemented);
     if (is_instance(a, state().operand))
         return forward_multiply(a, b);
     if (!is_instance(b, state().operand))

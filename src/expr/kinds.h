@@ -19,6 +19,8 @@ bool is_arraylike(Borrowed x, bool sparse = false);
 bool is_var(Borrowed x);
 bool is_linexpr(Borrowed x);
 bool is_quadexpr(Borrowed x);
+inline bool is_psdvar(Borrowed x) { return is_instance(x, state().psdvar); }
+inline bool is_psdexpr(Borrowed x) { return is_instance(x, state().psdexpr); }
 
 // The kind by exact type, where that tells: Other otherwise.
 inline Operands exact_kind(Borrowed x) {

@@ -22,8 +22,8 @@ std::string utf8(Borrowed text) {
     return {p, static_cast<std::size_t>(size)};
 }
 
-std::string name_of(Borrowed var) {
-    Ref name = Ref::steal(PyObject_GetAttrString(var, "VarName"));
+std::string name_of(Borrowed var, const char* attribute = "VarName") {
+    Ref name = Ref::steal(PyObject_GetAttrString(var, attribute));
     return utf8(name.get());
 }
 
@@ -96,6 +96,21 @@ Ref linexpr_text(LinExpr& e) {
     return s.empty() ? chars2str("<LinExpr: >") : framed("LinExpr", without_first_sign(s));
 }
 
+namespace {
+
+// The linear part of another expression, behind its own terms.
+std::string linear_part(Borrowed linexpr) {
+    Ref linear = Ref::steal(PyObject_Str(linexpr));
+    std::string t = utf8(linear.get());
+    constexpr std::size_t kFrame = 10; // "<LinExpr: "
+    t = t.size() > kFrame ? t.substr(kFrame, t.size() - kFrame - 1) : "";
+    // Kept: the text has lost the blank before its sign, so a linear part that begins with a negative term reads
+    // "+ - x" (test_expr_methods.py: test_text).
+    return t.empty() ? t : (t.starts_with(" - ") ? " - " : " + ") + t;
+}
+
+} // namespace
+
 Ref quadexpr_text(QuadExpr& e) {
     std::string s;
     for (int i = 0; i < e.coeffs.size(); ++i) {
@@ -107,15 +122,20 @@ Ref quadexpr_text(QuadExpr& e) {
         s += coeff.is_number() ? term_text(coeff.number(), first, second, square)
                                : term_text(coeff.object().get(), first, second, square);
     }
-    Ref linear = Ref::steal(PyObject_Str(e.linexpr));
-    std::string t = utf8(linear.get());
-    constexpr std::size_t kFrame = 10; // "<LinExpr: "
-    t = t.size() > kFrame ? t.substr(kFrame, t.size() - kFrame - 1) : "";
-    // Kept: the text has lost the blank before its sign, so a linear part that begins with a negative term reads
-    // "+ - x" (test_expr_methods.py: test_text).
-    if (!t.empty())
-        s += (t.starts_with(" - ") ? " - " : " + ") + t;
+    s += linear_part(e.linexpr);
     return s.empty() ? chars2str("<QuadExpr: >") : framed("QuadExpr", without_first_sign(s));
+}
+
+Ref psdexpr_text(PsdExpr& e) {
+    std::string s;
+    for (int i = 0; i < e.size(); ++i) { // a matrix is told by its shape
+        const PsdTerm& term = e.terms.data()[i];
+        Ref var = Ref::borrow(term.var);
+        std::string dim = std::to_string(term.matrix->dim());
+        s += " + (" + dim + ", " + dim + ") * " + name_of(var.get(), "PsdVarName");
+    }
+    s += linear_part(e.linexpr);
+    return s.empty() ? chars2str("<PsdExpr: >") : framed("PsdExpr", without_first_sign(s));
 }
 
 } // namespace tsp

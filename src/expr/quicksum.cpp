@@ -1,6 +1,8 @@
 #include "expr/quicksum.h"
 
+#include "expr/arithmetic.h"
 #include "expr/kinds.h"
+#include "expr/psdexpr.h"
 #include "py/args.h"
 
 namespace tsp {
@@ -20,7 +22,9 @@ void SumBuilder::add(Borrowed item) {
         add_quadexpr(as_quadexpr(item));
         break;
     default:
-        raise(PyExc_TypeError, "bad type for quicksum: %s", type_name(item));
+        if (!is_psdexpr(item))
+            raise(PyExc_TypeError, "bad type for quicksum: %s", type_name(item));
+        add_psdexpr(as_psdexpr(item));
     }
 }
 
@@ -54,7 +58,20 @@ void SumBuilder::add_quadexpr(const QuadExpr& expr) {
     add_linexpr(expr.linear());
 }
 
+void SumBuilder::add_psdexpr(const PsdExpr& expr) {
+    if (!psd_)
+        psd_ = owned(new_psdexpr());
+    append_terms(as_psdexpr(psd_.get()).terms, expr.terms, 1.0);
+    add_linexpr(expr.linear());
+}
+
 Ref SumBuilder::finish() {
+    if (psd_) {
+        if (quad_)
+            unsupported("+", quad_.get(), psd_.get());
+        assign(as_psdexpr(psd_.get()).linexpr, std::move(result_));
+        return std::move(psd_);
+    }
     if (!quad_)
         return std::move(result_);
     assign(as_quadexpr(quad_.get()).linexpr, std::move(result_));

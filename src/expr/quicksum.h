@@ -5,12 +5,14 @@
 
 namespace tsp {
 
+struct PsdExpr;
+
 // A sum under construction. Its result shares nothing that could be seen with what went in.
 class SumBuilder {
 public:
     SumBuilder() : linear_(new_linexpr()), result_(owned(linear_)) {}
 
-    // A QuadExpr, LinExpr, Var or number; TypeError "bad type for quicksum: {}" for anything else.
+    // A PsdExpr, QuadExpr, LinExpr, Var or number; TypeError "bad type for quicksum: {}" for anything else.
     void add(Borrowed item);
     // The exact Vars with which an array of items begins, at once; how many these are.
     Py_ssize_t add_leading_vars(PyObject* const* items, Py_ssize_t size);
@@ -32,15 +34,18 @@ public:
         }
     }
     void add_quadexpr(const QuadExpr& expr);
+    void add_psdexpr(const PsdExpr& expr);
     void add_number(double value) { linear_->constant += value; }
 
-    // A QuadExpr if there are quadratic terms, otherwise a LinExpr.
+    // A QuadExpr if there are quadratic terms, a PsdExpr if there was one, otherwise a LinExpr; TypeError where both
+    // are wanted.
     Ref finish();
 
 private:
     LinExpr* linear_;
     Ref result_; // owns linear_
     Ref quad_;   // a QuadExpr without its linear part, once there are quadratic terms
+    Ref psd_;    // a PsdExpr without its linear part, once there was one
 };
 
 // quicksum(data).

@@ -159,6 +159,8 @@ Ref make_tempconstr(Borrowed lhs, Borrowed lb, Borrowed rhs) {
 }
 
 Ref compare(Borrowed a, Borrowed b, int op) {
+    if (is_psdexpr(b)) // compares itself the other way round
+        return Ref::borrow(Py_NotImplemented);
     switch (op) {
     case Py_LE:
         return tempconstr_of(subtract(a, b), false, true);

@@ -36,12 +36,15 @@ const KindRow kKinds[] = {
      "Example: m.getQConstrs()[0].QCName"},
     {Kind::PsdVar, "PsdVar", "tessolvpy.PsdVar", &State::psdvar, "var", "PsdVarName",
      "PsdVar()\n--\n\n"
-     "A symmetric positive semi-definite matrix variable of a model: v.Dim, v.PsdVarName.\n\n"
-     "Example: [v.Dim for v in m.getPsdVars()]"},
+     "A symmetric positive semi-definite matrix variable of a model, made by Model.addPsdVar: X.Dim, X.PsdVarName,\n"
+     "X.PsdObj, X.PsdX after a run. A * X and X * A, A being a NumPy array, a SciPy sparse matrix or a list of lists,\n"
+     "are the PsdExpr of their inner product, the sum of A[i, j] * X[i, j] over all cells.\n\n"
+     "Example: X = m.addPsdVar(2); m.addConstr([[1, 0], [0, 1]] * X == 1)"},
     {Kind::PsdConstr, "PsdConstr", "tessolvpy.PsdConstr", &State::psdconstr, "constr", "PsdCName",
      "PsdConstr()\n--\n\n"
-     "A row of a model, seen as a semi-definite constraint: c.PsdCLHS, c.PsdCRHS, c.PsdCName.\n\n"
-     "Example: m.getPsdConstrs()[0].PsdCName"},
+     "A row of a model, seen as a semi-definite constraint: c.PsdCLHS, c.PsdCRHS, c.PsdCName. Activity and dual value\n"
+     "are attributes of the same row seen as a linear one, m.getConstrs()[c.index].\n\n"
+     "Example: c = m.addConstr([[1, 0], [0, 1]] * X == 1); c.PsdCRHS"},
     {Kind::GenConstr, "GenConstr", "tessolvpy.GenConstr", &State::genconstr, "genconstr", "GenConstrName",
      "GenConstr()\n--\n\n"
      "A general constraint of a model: g.GenConstrType, g.GenConstrName.\n\n"
@@ -52,7 +55,7 @@ const KindRow kKinds[] = {
      "zero.\n\n"
      "Example: [s.index for s in m.getSOSs()]"},
 };
-constexpr int kVarRow = 0;
+constexpr int kVarRow = 0, kPsdVarRow = 3;
 
 Handle& handle(Borrowed o) { return *reinterpret_cast<Handle*>(o); }
 
@@ -166,6 +169,14 @@ PyMethodDef handle_methods[] = {
     {},
 };
 
+Ref handle_priority(Handle&) { return Ref::steal(PyFloat_FromDouble(1000.0)); }
+
+PyMethodDef psdvar_readonly[] = {
+    no_args<handle_priority>("__array_priority__", "Tells NumPy to leave operators to this class.\n\n"
+                                                   "Example: X.__array_priority__  # 1000.0"),
+    {},
+};
+
 PyMethodDef handle_readonly[] = {
     no_args<handle_index>("index", "Position of the element in its model, from 0; negative once it was removed.\n\n"
                                    "Example: m.getVars()[1].index  # 1"),
@@ -183,11 +194,14 @@ template <int Row> void make_kind() {
         slot<handle_str<Row>>(Py_tp_str),
         slot<handle_repr>(Py_tp_repr),
         {Py_tp_methods, handle_methods},
-        slot<handle_hash>(Py_tp_hash), // last: Var takes it from Operand
+        slot<handle_hash>(Py_tp_hash),
+        {},
         {},
     };
-    if (Row == kVarRow)
-        slots[std::size(slots) - 2] = {};
+    if (Row == kVarRow) // takes its hash from Operand
+        slots[std::size(slots) - 3] = {};
+    if (Row == kPsdVarRow)
+        slots[std::size(slots) - 2] = slot<multiply_psdvar>(Py_nb_multiply);
     PyType_Spec spec = {row.type_name, sizeof(Handle), 0, Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE, slots};
     s.*row.type = make_type(spec, Row == kVarRow ? s.operand : nullptr);
 }
@@ -201,6 +215,7 @@ void make_handle_types() { make_kinds(std::make_integer_sequence<int, static_cas
 void install_handle_members() {
     for (const KindRow& row : kKinds)
         add_readonly(state().*row.type, handle_readonly);
+    add_readonly(state().psdvar, psdvar_readonly);
 }
 
 Ref new_handle(PyTypeObject* type, TSOmodel model, int index) {

@@ -29,6 +29,9 @@ Kind kind_of_handle(Borrowed object);
 // The kind of a handle, or TypeError "type {} temporary not support".
 Kind require_kind(Borrowed object);
 
+// The operator * of PsdVar: one of the two is a PsdVar. Defined in expr/psdexpr.cpp, which lies above the handles.
+Ref multiply_psdvar(Borrowed a, Borrowed b);
+
 // The `index` of every member of an iterable with a length, as the attribute functions want them.
 std::vector<int> handle_indices(Borrowed objects);
 

@@ -63,6 +63,11 @@ void model_set_attribute(Model& self, Borrowed name, Borrowed objects, Borrowed 
     if (objects == Py_None)
         raise(PyExc_ValueError, "objs is None");
     bool single = is_single(objects);
+    if (kind_of_handle(objects) == Kind::PsdVar && !is_scalar(values)) { // a matrix is one value
+        Attribute attribute = resolve_attribute(self.mdl_, name, Kind::PsdVar);
+        if (attribute.type == TSO_ATTR_MATRIX)
+            return write_attribute(attribute, reinterpret_cast<Handle*>(objects)->index_, values);
+    }
     if (single != is_scalar(values))
         raise(PyExc_ValueError, "invalid newvalues");
     if (single) {

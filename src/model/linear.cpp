@@ -5,6 +5,7 @@
 #include "expr/kinds.h"
 #include "expr/tempconstr.h"
 #include "model/model.h"
+#include "model/psd.h"
 #include "model/rows.h"
 #include "py/args.h"
 #include "solver/check.h"
@@ -110,6 +111,8 @@ Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
         return add_rows(self, t.expr, t.lb, t.ub, name);
     if (is_quadexpr(t.expr))
         return add_quadratic_row(self, t.expr, t.lb, t.ub, name);
+    if (is_psdexpr(t.expr))
+        return add_psd_row(self, t.expr, t.lb, t.ub, name);
     if (is_tempconstr(t.lb) || is_tempconstr(t.ub))
         return add_indicator_pair(self, t, name);
     return add_row(self, t.expr, t.lb, t.ub, name);
@@ -160,6 +163,8 @@ Ref model_addRange(Model& self, const Call& call) {
     auto [expr, lower, upper, name] = parse(signature, call);
     Chars holder;
     const char* text = !name || name == Py_None ? "" : name_or_empty(name, holder);
+    if (is_psdexpr(expr))
+        return add_psd_row(self, expr, lower, upper, text);
     if (!is_linear(expr))
         raise(PyExc_TypeError, "expr should be one of [Var, LinExpr, PsdExpr] type");
     return add_row(self, expr, lower, upper, text);

@@ -87,7 +87,9 @@ Ref model_addConstrs(Model& self, const Call& call);
 Ref model_addQConstr(Model& self, const Call& call);            // quadratic.cpp
 Ref model_addSOS(Model& self, const Call& call);                // sos.cpp
 Ref model_addGenConstrIndicator(Model& self, const Call& call); // indicator.cpp
-Ref model_setObjective(Model& self, const Call& call);          // objective.cpp
+Ref model_addPsdVar(Model& self, const Call& call);             // psd.cpp
+Ref model_addPsdConstr(Model& self, const Call& call);
+Ref model_setObjective(Model& self, const Call& call); // objective.cpp
 Ref model_getObjective(Model& self);
 Ref model_getRow(Model& self, const Call& call); // query.cpp
 Ref model_getCol(Model& self, const Call& call);

@@ -2,6 +2,7 @@
 #include "expr/kinds.h"
 #include "expr/quadexpr.h"
 #include "model/model.h"
+#include "model/psd.h"
 #include "model/rows.h"
 #include "module/text.h"
 #include "py/args.h"
@@ -69,10 +70,13 @@ Ref model_setObjective(Model& self, const Call& call) {
     static const Signature<2> signature{"setObjective", {"expr", "sense"}, 1};
     auto [expr, sense] = parse(signature, call);
     int32_t direction = sense ? to_int32(sense) : TSO_MAXINT;
-    bool quadratic = is_quadexpr(expr);
-    if (!quadratic && !is_linexpr(expr))
+    bool quadratic = is_quadexpr(expr), semidefinite = is_psdexpr(expr);
+    if (!quadratic && !semidefinite && !is_linexpr(expr))
         raise(PyExc_TypeError, "expr should be one of [LinExpr, QuadExpr, PsdExpr] type");
     Ref hold = Ref::borrow(expr);
+    PsdCosts costs;
+    if (semidefinite)
+        costs = psd_costs(self, as_psdexpr(expr));
     if (direction != TSO_MAXINT) {
         Ref value = Ref::steal(PyLong_FromLong(direction));
         model_set_attribute(self, name("ModelSense").get(), value.get(), Py_None);
@@ -86,13 +90,15 @@ Ref model_setObjective(Model& self, const Call& call) {
         if (is_var(var))
             write_cost(self.mdl_, index_in(self, var), 0.0);
     }
+    clear_psd_costs(self);
     check(delq);
     model_get_attribute(self, name("NumVars").get(), Py_None);
-    Ref linear = Ref::borrow(quadratic ? as_quadexpr(expr).linexpr : expr);
+    Ref linear = Ref::borrow(quadratic ? as_quadexpr(expr).linexpr : semidefinite ? as_psdexpr(expr).linexpr : expr);
     Ref constant = Ref::steal(PyFloat_FromDouble(as_linexpr(linear.get()).constant));
     model_set_attribute(self, name("ObjCon").get(), constant.get(), Py_None);
     if (as_linexpr(linear.get()).size() > 0)
         write_linear(self, as_linexpr(linear.get()));
+    write_psd_costs(self, costs);
     if (quadratic && as_quadexpr(expr).size() > 0)
         write_quadratic(self, as_quadexpr(expr));
     return Ref::none();
@@ -113,6 +119,13 @@ Ref model_getObjective(Model& self) {
     }
     int count = 0;
     check(TSOgetq(self.mdl_, &count, nullptr, nullptr, nullptr));
+    PsdExpr* psd = new_psdexpr();
+    Ref semidefinite = owned(psd);
+    read_psd_costs(self, *psd);
+    if (psd->size() > 0) { // Kept: in which quadratic terms have no place (test_psd.py)
+        assign(psd->linexpr, std::move(linear));
+        return semidefinite;
+    }
     if (count <= 0)
         return linear;
     auto n = static_cast<std::size_t>(count);

@@ -97,16 +97,26 @@ PyMethodDef model_methods[] = {
         "Returns an MVar. Raises ValueError for an empty shape or another number of values, TypeError for wrong\n"
         "types, TessolvError if the solver refuses.\n\n"
         "Example: x = m.addMVar((2, 3), ub=[[1, 2, 3], [4, 5, 6]], name=\"x\")"),
+    keywords<model_addPsdVar>(
+        "addPsdVar",
+        "addPsdVar($self, dim, obj=None, name='')\n--\n\n"
+        "Adds a symmetric matrix variable that is positive semi-definite.\n\n"
+        "dim: int, the number n of its rows and columns, at least 1.\n"
+        "obj: its coefficient in the objective, a matrix of shape (n, n) as for PsdExpr.addTerm, or None.\n"
+        "name: str, at most 255 bytes.\n"
+        "Returns the PsdVar. Raises TypeError for arguments of wrong types, ValueError for a dimension or a matrix\n"
+        "that does not fit, TessolvError if the solver refuses. A semi-definite variable cannot be removed.\n\n"
+        "Example: X = m.addPsdVar(3, name=\"X\")"),
     keywords<model_addConstr>(
         "addConstr",
         "addConstr($self, tconstr, name='')\n--\n\n"
         "Adds a constraint, or the constraints of a comparison of arrays.\n\n"
-        "tconstr: what a comparison gives, as in x + y <= 1, x >= y, x == [0, 5] (a range), x * y <= 2 or A @ x <= b;\n"
-        "or (b == 1) >> (x + y <= 1), which holds if the binary variable b has that value. True or False add a row\n"
-        "that always or never holds.\n"
+        "tconstr: what a comparison gives, as in x + y <= 1, x >= y, x == [0, 5] (a range), x * y <= 2, A @ x <= b\n"
+        "or, with a semi-definite X, A * X <= 1; or (b == 1) >> (x + y <= 1), which holds if the binary variable b\n"
+        "has that value. True or False add a row that always or never holds.\n"
         "name: str, at most 255 bytes; rows of an array have their place added, as in c[0,1].\n"
-        "Returns the Constr, QConstr or GenConstr, for arrays an MConstr or MQConstr. Raises TypeError and ValueError\n"
-        "for arguments that do not fit, TessolvError if the solver refuses; then nothing was added.\n\n"
+        "Returns the Constr, QConstr, PsdConstr or GenConstr, for arrays an MConstr or MQConstr. Raises TypeError and\n"
+        "ValueError for arguments that do not fit, TessolvError if the solver refuses; then nothing was added.\n\n"
         "Example: c = m.addConstr(x + 2 * y <= 4, name=\"c\")"),
     keywords<model_addLConstr>(
         "addLConstr",
@@ -154,13 +164,25 @@ PyMethodDef model_methods[] = {
         "for a range and for arguments that do not fit, TessolvError for another sense or if the solver refuses, as\n"
         "it does for a variable that is not binary.\n\n"
         "Example: m.addGenConstrIndicator(b, 1, x + y, TSO.EQUAL, 3)"),
+    keywords<model_addPsdConstr>(
+        "addPsdConstr",
+        "addPsdConstr($self, lhs, sense=None, rhs=None, name='')\n--\n\n"
+        "Adds a constraint on inner products with semi-definite variables.\n\n"
+        "lhs, rhs: numbers, Var, LinExpr or PsdExpr; lhs may also be a comparison, a range too, then sense and rhs\n"
+        "must be None.\n"
+        "sense: \"<\", \">\" or \"=\".\n"
+        "name: str, at most 255 bytes.\n"
+        "Returns the PsdConstr. Raises TypeError and ValueError for arguments that do not fit, TessolvError for\n"
+        "another sense or if the solver refuses. The row is removed by its twin, m.getConstrs()[c.index].\n\n"
+        "Example: c = m.addPsdConstr(A * X, TSO.LESS_EQUAL, 4)"),
     keywords<model_addRange>(
         "addRange",
         "addRange($self, expr, lower, upper, name='')\n--\n\n"
         "Adds the constraint lower <= expr <= upper.\n\n"
-        "expr: number, Var or LinExpr.  lower, upper: numbers, or None for none (not both).\n"
+        "expr: number, Var, LinExpr or PsdExpr.  lower, upper: numbers, or None for none (not both).\n"
         "name: str, at most 255 bytes.\n"
-        "Returns the Constr. Raises TypeError for arguments of wrong types, TessolvError if the solver refuses.\n\n"
+        "Returns the Constr, for a PsdExpr the PsdConstr. Raises TypeError for arguments of wrong types, TessolvError\n"
+        "if the solver refuses.\n\n"
         "Example: m.addRange(x + y, 1, 3)"),
     keywords<model_addConstrs>(
         "addConstrs",
@@ -174,14 +196,16 @@ PyMethodDef model_methods[] = {
     keywords<model_setObjective>("setObjective",
                                  "setObjective($self, expr, sense=2000000000)\n--\n\n"
                                  "Replaces the objective.\n\n"
-                                 "expr: LinExpr or QuadExpr (write 1 * x for a single variable).\n"
+                                 "expr: LinExpr, QuadExpr or PsdExpr (write 1 * x for a single variable).\n"
                                  "sense: TSO.MINIMIZE (1) or TSO.MAXIMIZE (-1); without it the sense stays as it is.\n"
                                  "Raises TypeError for another expr, TessolvError if the solver refuses.\n\n"
                                  "Example: m.setObjective(3 * x + y, TSO.MAXIMIZE)"),
-    no_args<model_getObjective>("getObjective",
-                                "getObjective($self)\n--\n\n"
-                                "The objective: a QuadExpr if it has quadratic terms, otherwise a LinExpr.\n\n"
-                                "Example: m.getObjective().size()"),
+    no_args<model_getObjective>(
+        "getObjective", "getObjective($self)\n--\n\n"
+                        "The objective: a PsdExpr if it has semi-definite terms, a QuadExpr if it has quadratic\n"
+                        "ones, otherwise a LinExpr. A PsdExpr has no quadratic terms: where there are both, it\n"
+                        "leaves these out.\n\n"
+                        "Example: m.getObjective().size()"),
     keywords<model_getRow>("getRow",
                            "getRow($self, constr)\n--\n\n"
                            "The expression of a linear row, variables in the order of their indices.\n\n"

@@ -11,6 +11,7 @@
 #include "expr/linexpr.h"
 #include "expr/list.h"
 #include "expr/operand.h"
+#include "expr/psdexpr.h"
 #include "expr/quadexpr.h"
 #include "expr/tempconstr.h"
 #include "handles/handle.h"
@@ -29,18 +30,18 @@ namespace {
 
 // What "from tessolvpy import *" gives.
 constexpr const char* kPublicNames[] = {
-    "TSO",        "models",       "disposeDefaultEnv",
-    "multidict",  "paramHelp",    "quicksum",
-    "read",       "readParams",   "resetParams",
-    "setParam",   "system",       "writeParams",
-    "version",    "TessolvError", "tuplelist",
-    "tupledict",  "Var",          "MVar",
-    "Constr",     "QConstr",      "SOS",
-    "GenConstr",  "MConstr",      "MQConstr",
-    "PsdVar",     "PsdConstr",    "LinExpr",
-    "QuadExpr",   "MLinExpr",     "MQuadExpr",
-    "TempConstr", "Column",       "Env",
-    "Model",
+    "TSO",       "models",       "disposeDefaultEnv",
+    "multidict", "paramHelp",    "quicksum",
+    "read",      "readParams",   "resetParams",
+    "setParam",  "system",       "writeParams",
+    "version",   "TessolvError", "tuplelist",
+    "tupledict", "Var",          "MVar",
+    "Constr",    "QConstr",      "SOS",
+    "GenConstr", "MConstr",      "MQConstr",
+    "PsdVar",    "PsdConstr",    "LinExpr",
+    "QuadExpr",  "MLinExpr",     "MQuadExpr",
+    "PsdExpr",   "TempConstr",   "Column",
+    "Env",       "Model",
 };
 
 struct TypeRow {
@@ -70,6 +71,7 @@ constexpr TypeRow kTypes[] = {
     {"List", &State::list},
     {"LinExpr", &State::linexpr},
     {"QuadExpr", &State::quadexpr},
+    {"PsdExpr", &State::psdexpr},
     {"TempConstr", &State::tempconstr},
     {"Column", &State::column},
 };
@@ -88,6 +90,7 @@ void make_types(Borrowed module) {
     s.list = make_list_type();
     s.linexpr = make_linexpr_type();
     s.quadexpr = make_quadexpr_type();
+    s.psdexpr = make_psdexpr_type();
     make_handle_array_types();
     make_expr_array_types();
     install_array_operators();
@@ -179,7 +182,8 @@ void run_import(Borrowed module) {
     s.callback_lock = Ref::steal(PyObject_CallMethod(threading.get(), "Lock", nullptr)).release();
     install_tessolv_error_members();
     bind_functions(module);
-    add(as_object(s.operand), "__array_priority__", Ref::steal(PyLong_FromLong(1000)).get());
+    for (PyTypeObject* type : {s.operand, s.psdexpr})
+        add(as_object(type), "__array_priority__", Ref::steal(PyLong_FromLong(1000)).get());
     build_constants(module);
     install_handle_members();
     install_handle_array_members();

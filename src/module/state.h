@@ -12,7 +12,7 @@ struct State {
     // Types
     PyTypeObject *tessolv_error, *env, *param_class, *model;
     PyTypeObject *tuplelist, *tupledict;
-    PyTypeObject *list, *linexpr, *quadexpr, *tempconstr, *column;
+    PyTypeObject *list, *linexpr, *quadexpr, *psdexpr, *tempconstr, *column;
     PyTypeObject *mvar, *mlinexpr, *mquadexpr, *mconstr, *mqconstr;
     PyTypeObject *operand, *var, *constr, *qconstr, *sos, *genconstr, *psdvar, *psdconstr;
 

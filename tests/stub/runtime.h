@@ -247,9 +247,14 @@ inline int answer_TSOgetstrattr(TSOmodel, const char* name, const char** value) 
     *value = text_of(name, "text");
     return 0;
 }
-inline int answer_TSOgetintattrlist(TSOmodel, const char*, int len, const int* ind, int* values) {
+// The dimension of a semi-definite variable is that of its matrices below, others are told by `ints`.
+inline int answer_TSOgetintattrlist(TSOmodel, const char* name, int len, const int* ind, int* values) {
+    auto dim = state().ints.find(name);
     for (int i = 0; i < len; ++i)
-        values[i] = 10 * (ind ? ind[i] : i);
+        if (std::strcmp(name, "Dim") == 0)
+            values[i] = dim == state().ints.end() ? 2 : dim->second;
+        else
+            values[i] = 10 * (ind ? ind[i] : i);
     return 0;
 }
 inline int answer_TSOgetdblattrlist(TSOmodel, const char*, int len, const int* ind, double* values) {
