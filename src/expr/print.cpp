@@ -89,15 +89,6 @@ Ref framed(const char* kind, const std::string& terms) {
     return Ref::steal(PyUnicode_FromFormat("<%s: %U>", kind, shorten(std::move(text)).get()));
 }
 
-} // namespace
-
-Ref linexpr_text(LinExpr& e) {
-    std::string s = linear_terms(e);
-    return s.empty() ? chars2str("<LinExpr: >") : framed("LinExpr", without_first_sign(s));
-}
-
-namespace {
-
 // The linear part of another expression, behind its own terms.
 std::string linear_part(Borrowed linexpr) {
     Ref linear = Ref::steal(PyObject_Str(linexpr));
@@ -110,6 +101,11 @@ std::string linear_part(Borrowed linexpr) {
 }
 
 } // namespace
+
+Ref linexpr_text(LinExpr& e) {
+    std::string s = linear_terms(e);
+    return s.empty() ? chars2str("<LinExpr: >") : framed("LinExpr", without_first_sign(s));
+}
 
 Ref quadexpr_text(QuadExpr& e) {
     std::string s;

@@ -314,10 +314,6 @@ def dense(value):
     return value.toarray() if scipy.sparse.issparse(value) else numpy.asarray(value)
 
 
-matrices = pytest.mark.skipif(not hasattr(tso, "PsdExpr"), reason="semi-definite variables cannot be used yet")
-
-
-@matrices
 def test_matrix_reads(stub, model, mdl):
     p, q = model.getPsdVars()
     assert dense(p.PsdObj).tolist() == [[1, 2], [2, 3]]
@@ -328,7 +324,6 @@ def test_matrix_reads(stub, model, mdl):
     assert [dense(m).tolist() for m in model.getAttr("PsdX", [q])] == [[[1, 2], [2, 3]]]
 
 
-@matrices
 @pytest.mark.parametrize("make", [numpy.array, scipy.sparse.csr_matrix], ids=["dense", "sparse"])
 def test_matrix_writes(stub, model, mdl, make):
     q = model.getPsdVars()[1]

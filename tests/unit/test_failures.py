@@ -52,13 +52,13 @@ OPERATIONS = {
     "row": lambda m, e: m.addConstr(m.getVars()[0] <= 1, "n"),
     "range": lambda m, e: m.addRange(m.getVars()[0] + m.getVars()[1], 0, 1),
     "linear row": lambda m, e: m.addLConstr(m.getVars()[0], "<", 1),
+    "matrix": lambda m, e: m.getPsdVars()[0].PsdX,
+    "set matrix": lambda m, e: setattr(m.getPsdVars()[0], "PsdObj", tso._np.eye(2)),
+    "semi-definite variable": lambda m, e: m.addPsdVar(2, [[1, 2], [2, 3]]),
+    "semi-definite row": lambda m, e: m.addConstr([[1, 2], [2, 3]] * m.getPsdVars()[0] + m.getVars()[0] <= 1),
+    "semi-definite value": lambda m, e: ([[1, 2], [2, 3]] * m.getPsdVars()[0] + m.getVars()[0]).getValue(),
     "generated rows": lambda m, e: m.addConstrs((x <= 1 for x in m.getVars()[:1]), "n"),
 }
-
-
-if hasattr(tso, "PsdExpr"):
-    OPERATIONS["matrix"] = lambda m, e: m.getPsdVars()[0].PsdX
-    OPERATIONS["set matrix"] = lambda m, e: setattr(m.getPsdVars()[0], "PsdObj", tso._np.eye(2))
 
 
 def snapshot(stub, model, env):

@@ -31,8 +31,7 @@ def actions(stub):
     yield "write list", lambda m, x: (m.setAttr("UB", m.getVars(), values), m.setAttr("VarName", m.getVars(), texts))
     yield "write array", lambda m, x: m.setAttr("UB", m.getVars(), array)
     yield "text, index, hash", lambda m, x: (str(x), x.index, hash(x), x.sameAs(x), x.sameAs(None))
-    if hasattr(tso, "PsdExpr"):
-        yield "matrix", lambda m, x: (m.getPsdVars()[0].PsdX, setattr(m.getPsdVars()[0], "PsdObj", numpy.eye(2)))
+    yield "matrix", lambda m, x: (m.getPsdVars()[0].PsdX, setattr(m.getPsdVars()[0], "PsdObj", numpy.eye(2)))
     yield "parameters", lambda m, x: (m.Params.MaxTime, m.Params.LogFile, m.getParamInfo("LogFile"))
     yield "run", lambda m, x: (m.optimize(), m.optimize(print), m.computeIIS(), m.reset(), m.cleanupMilp())
     yield "files", lambda m, x: (m.read(NAME), m.write(NAME), m.message(NAME))
