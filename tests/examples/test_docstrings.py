@@ -43,6 +43,8 @@ MORE = {
     "qc = MQConstr.fromlist([[a, b], [c, d]])",
     "M*Expr*": ARRAYS,
     "M*Expr.new": "b = m.addVar()",
+    "*Psd*": "A = B = numpy.eye(2)\nX, Y = m.addPsdVar(2), m.addPsdVar(2)\nm.addConstr(A * X + B * Y <= 1)\n"
+    "m.optimize()\ne = A * X + y",
     "QConstr": "m.addQConstr(x * x <= 1)",
     "Model.addConstrs": "x = [x, y, z]",
     "Model.add*Indicator": "b = m.addVar(vtype=TSO.BINARY)",
