@@ -15,15 +15,14 @@ What is needed: python -m pip install scipy highspy pyoptinterface linopy ortool
 
 import argparse
 import gc
-import importlib.util
 import json
-import os
 import subprocess
 import sys
 import time
 from pathlib import Path
 
 import numpy as np
+import peers
 
 HERE = Path(__file__).resolve().parent
 LIBRARIES = {
@@ -93,18 +92,7 @@ DATA = {
 
 
 def load(library):
-    """The cases of one library. Its file may have the library's own name, so it is loaded by path."""
-    spec = importlib.util.spec_from_file_location(f"cases_of_{library}", HERE / "matrices" / f"{LIBRARIES[library]}.py")
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
-
-
-def forget(built):
-    """Frees a model; it may come with the variables, which its user would still hold."""
-    model = built[0] if isinstance(built, tuple) else built
-    if hasattr(model, "dispose"):
-        model.dispose()
+    return peers.load(HERE / "matrices" / f"{LIBRARIES[library]}.py")
 
 
 def measure(library, case, size):
@@ -115,13 +103,8 @@ def measure(library, case, size):
     data = DATA[case](size)
     least = float("inf")
     for _ in range(REPEATS + 1):  # the first one warms the memory
-        gc.collect()
-        gc.disable()
-        begin = time.process_time()
-        built = function(*data)
-        seconds = time.process_time() - begin
-        gc.enable()
-        forget(built)
+        seconds, built = peers.seconds_of(function, data)
+        peers.forget(built)
         del built
         least = min(least, seconds)
         if seconds > LONG:
@@ -130,14 +113,8 @@ def measure(library, case, size):
 
 
 def run(library, case, size):
-    command = [sys.executable, __file__, "--one", library, case, str(size)]
     # One thread: helpers of a linear algebra library that wait in a loop would count as time spent.
-    done = subprocess.run(command, capture_output=True, text=True, env=os.environ | {"OPENBLAS_NUM_THREADS": "1"})
-    try:
-        return json.loads(done.stdout.splitlines()[-1])
-    except (IndexError, ValueError):
-        print(f"{library} {case}: {done.stderr.strip().splitlines()[-1:]}", file=sys.stderr)
-        return None
+    return peers.run(__file__, library, case, size, environment={"OPENBLAS_NUM_THREADS": "1"})
 
 
 def print_parts(case, size):
@@ -172,7 +149,7 @@ def steps(case, size):
         built = function(*data)
         sys.settrace(None)
         gc.enable()
-        forget(built)
+        peers.forget(built)
         del built
     for number, seconds in sorted(spent.items()):
         print(f"    {seconds:8.4f} s  {lines[number - 1].strip()}")
@@ -180,10 +157,7 @@ def steps(case, size):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--rounds", type=int, default=3)
-    parser.add_argument("--cases", default=",".join(SIZES))
-    parser.add_argument("--peers", default=",".join(list(LIBRARIES)[1:]))
-    parser.add_argument("--scale", type=float, default=1.0, help="of the sizes")
+    peers.add_options(parser, LIBRARIES, SIZES)
     parser.add_argument("--parts", action="store_true", help="print where our own time goes too")
     parser.add_argument("--one", nargs=3, help=argparse.SUPPRESS)
     parser.add_argument("--steps", nargs=2, help=argparse.SUPPRESS)
@@ -195,7 +169,7 @@ def main():
     if options.steps:
         steps(options.steps[0], int(options.steps[1]))
         return
-    wanted = ["tessolvpy"] + [name for name in options.peers.split(",") if name and importlib.util.find_spec(name)]
+    wanted = peers.installed(options)
     for case in options.cases.split(","):
         size = max(20, int(SIZES[case] * options.scale))
         least = {}
@@ -203,15 +177,9 @@ def main():
             for library in wanted:
                 if library in least and (least[library] is None or least[library] > LONG):
                     continue
-                seconds = run(library, case, size)
-                before = least.get(library)
-                least[library] = seconds if before is None or seconds is None else min(before, seconds)
-        ours = least.pop("tessolvpy")
-        if ours is None:
+                peers.keep_least(least, library, run(library, case, size))
+        if not peers.report(case, size, least):
             continue
-        print(f"{case} ({size:,}): {ours:.4f} s")
-        for seconds, name in sorted((seconds, name) for name, seconds in least.items() if seconds is not None):
-            print(f"    {ours / seconds:6.2f} of {name} ({seconds:.4f} s)")
         if options.parts:
             print_parts(case, size)
         sys.stdout.flush()

@@ -10,15 +10,14 @@ cvxpy highsbox
 """
 
 import argparse
-import gc
-import importlib
 import importlib.util
 import json
 import subprocess
 import sys
 import tempfile
-import time
 from pathlib import Path
+
+import peers
 
 HERE = Path(__file__).resolve().parent
 LIBRARIES = {
@@ -49,18 +48,9 @@ PREPARE = {"long_sum": "prepare_sum"}  # by name, where it is not prepare_<case>
 SLOW = {"pyomo", "pulp", "pyscipopt", "ortools"}  # one repeat is enough
 
 
-def load(library):
-    """The cases of one library. Its file may have the library's own name, so it is loaded by path."""
-    path = HERE / "building" / f"{LIBRARIES[library]}.py"
-    spec = importlib.util.spec_from_file_location(f"cases_of_{library}", path)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
-
-
 def measure(library, case, size, repeats):
     """The least CPU seconds of one case, in this process."""
-    cases = load(library)
+    cases = peers.load(HERE / "building" / f"{LIBRARIES[library]}.py")
     function = getattr(cases, case, None)
     if function is None:
         return None
@@ -68,26 +58,15 @@ def measure(library, case, size, repeats):
     least = float("inf")
     for _ in range(repeats + 1):  # the first one warms the memory
         arguments = (size, prepare(size)) if prepare else (size,)
-        gc.collect()
-        gc.disable()
-        begin = time.process_time()
-        built = function(*arguments)
-        least = min(least, time.process_time() - begin)
-        gc.enable()
-        if hasattr(built, "dispose"):
-            built.dispose()
+        seconds, built = peers.seconds_of(function, arguments)
+        least = min(least, seconds)
+        peers.forget(built)
         del built, arguments
     return least
 
 
 def run(library, case, size):
-    command = [sys.executable, __file__, "--one", library, case, str(size), "1" if library in SLOW else "3"]
-    done = subprocess.run(command, capture_output=True, text=True)
-    try:
-        return json.loads(done.stdout.splitlines()[-1])
-    except (IndexError, ValueError):
-        print(f"{library} {case}: {done.stderr.strip().splitlines()[-1:]}", file=sys.stderr)
-        return None
+    return peers.run(__file__, library, case, size, 1 if library in SLOW else 3)
 
 
 def floor(folder):
@@ -107,17 +86,14 @@ def floor(folder):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--rounds", type=int, default=3)
-    parser.add_argument("--cases", default=",".join(SIZES))
-    parser.add_argument("--peers", default=",".join(list(LIBRARIES)[1:]))
-    parser.add_argument("--scale", type=float, default=1.0, help="of the sizes")
+    peers.add_options(parser, LIBRARIES, SIZES)
     parser.add_argument("--one", nargs=4, help=argparse.SUPPRESS)
     options = parser.parse_args()
     if options.one:
         library, case, size, repeats = options.one
         print(json.dumps(measure(library, case, int(size), int(repeats))))
         return
-    wanted = ["tessolvpy"] + [name for name in options.peers.split(",") if importlib.util.find_spec(name)]
+    wanted = peers.installed(options)
     with tempfile.TemporaryDirectory() as folder:
         program = floor(Path(folder))
         for case in options.cases.split(","):
@@ -127,20 +103,12 @@ def main():
                 for library in wanted:
                     if least.get(library, 0) is None:
                         continue
-                    seconds = run(library, case, size)
-                    before = least.get(library)
-                    least[library] = seconds if before is None or seconds is None else min(before, seconds)
+                    peers.keep_least(least, library, run(library, case, size))
                 if program:
                     done = subprocess.run([program, case, str(size)], capture_output=True, text=True)
                     if done.returncode == 0:
-                        least["floor (C)"] = min(float(done.stdout), least.get("floor (C)", float("inf")))
-            ours = least.pop("tessolvpy")
-            if ours is None:
-                continue
-            found = sorted((seconds, name) for name, seconds in least.items() if seconds is not None)
-            print(f"{case} ({size:,}): {ours:.4f} s")
-            for seconds, name in found:
-                print(f"    {ours / seconds:6.2f} of {name} ({seconds:.4f} s)")
+                        peers.keep_least(least, "floor (C)", float(done.stdout))
+            peers.report(case, size, least)
             sys.stdout.flush()
 
 

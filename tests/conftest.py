@@ -1,4 +1,4 @@
-"""What the tests of several folders share: their helper modules, and libtessolv by itself through its C interface."""
+"""What the tests of several folders share: their helper modules, a quiet environment, the library by itself."""
 
 import sys
 from pathlib import Path
@@ -12,7 +12,17 @@ settings.register_profile("fixed", derandomize=True)
 settings.load_profile("fixed")
 
 HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE / folder) for folder in ("library", "engine", "io")]
+sys.path[:0] = [str(HERE / folder) for folder in ("library", "engine", "io", "arrays", "solve", "property")]
+
+
+@pytest.fixture(scope="session")
+def quiet_env():
+    """An environment of the module that logs nothing."""
+    import tessolvpy
+
+    made = tessolvpy.Env(empty=True)
+    made.setParam("OutputFlag", 0)
+    return made
 
 
 @pytest.fixture(scope="session")

@@ -39,16 +39,11 @@ def test_a_block_of_variables(model, x):
     [
         ((), {}, ValueError, "empty shape"),
         (2, {"lb": [1]}, ValueError, "lb doesn't have enough elements"),
-        (2, {"lb": [1, 2, 3]}, ValueError, "lb doesn't have enough elements"),
         ((2, 2), {"ub": np.ones(3)}, ValueError, "ub doesn't have enough elements"),
         (2, {"obj": np.ones((2, 2))}, ValueError, "obj doesn't have enough elements"),
         (2, {"vtype": ["C"]}, ValueError, "vtype doesn't have enough elements"),
         (2, {"name": ["a"]}, ValueError, "names doesn't have enough elements"),
-        (2, {"vtype": 1}, TypeError, "vtype should be str or byte"),
-        (2, {"vtype": [1, 2]}, TypeError, "vtype contains bad type int64 at 0"),
         (-1, {}, ValueError, "negative dimensions are not allowed"),
-        (2, {"lb": "a"}, ValueError, None),
-        (2, {"lb": ["a", "b"]}, ValueError, None),
         ("ab", {}, TypeError, None),
         ((10**9, 10**9, 10**9), {}, ValueError, None),
     ],
@@ -242,8 +237,8 @@ def test_arrays_are_removed_as_a_whole(model):
     assert model.NumConstrs == 2 and (model.NumVars, y.lb.tolist()) == (2, [0, 0])
 
 
-def test_arrays_of_a_model_that_is_gone(env):
-    m, other = tso.Model("gone", env), tso.Model("other", env)
+def test_arrays_of_a_model_that_is_gone(quiet_env):
+    m, other = (tso.Model(name, quiet_env) for name in ("gone", "other"))
     x = m.addMVar(3)
     rows = m.addConstr(x <= 1)
     e, q = x + 1, x * x

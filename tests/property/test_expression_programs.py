@@ -16,10 +16,8 @@ NUMBERS += [numpy.float64(1.5), numpy.int64(-2), numpy.float32(0.5), Fraction(1,
 
 
 @pytest.fixture(scope="module")
-def variables():
-    env = tso.Env(empty=True)
-    env.setParam("OutputFlag", 0)
-    models = [tso.Model("m", env) for _ in range(2)]
+def variables(quiet_env):
+    models = [tso.Model("m", quiet_env) for _ in range(2)]
     return {ref.Var(k, i): m.addVar(name=f"v{k}{i}") for k, m in enumerate(models) for i in range(3)}
 
 

@@ -1,21 +1,6 @@
 """End to end on the real library."""
 
-import sys
-from pathlib import Path
-
 import pytest
-
-HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE)]
-
-
-@pytest.fixture(scope="session")
-def quiet_env():
-    import tessolvpy
-
-    made = tessolvpy.Env(empty=True)
-    made.setParam("OutputFlag", 0)
-    return made
 
 
 @pytest.fixture

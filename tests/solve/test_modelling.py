@@ -4,7 +4,7 @@ import numpy as np
 import pytest
 import tessolvpy as tso
 from problems import INF, random_problem
-from scipy.optimize import Bounds, LinearConstraint, linprog, milp
+from scipy.optimize import Bounds, LinearConstraint, milp
 
 OPTIMAL, INFEASIBLE, UNBOUNDED = tso.TSO.OPTIMAL, tso.TSO.INFEASIBLE, tso.TSO.UNBOUNDED
 
@@ -72,26 +72,6 @@ def test_a_plan_that_changes(model):
     m.addConstr(False)
     m.optimize()
     assert m.Status == INFEASIBLE
-
-
-def test_rows_as_they_are_read_back(model, quiet_env, tmp_path):
-    m = model()
-    x = m.addVars(3, lb=-1, name="x")
-    m.addConstr(x[2] + 2 * x[0] + x[2] + 1 <= 5, "c")
-    m.addRange(x[1] - 2, -5, 5, "r")
-    m.addConstrs((x[i] - x[j] >= i for i in range(3) for j in range(i)), name="d")
-    rows = {c.ConstrName: (c.lhs, c.rhs) for c in m.getConstrs()}
-    assert rows == {
-        "c": (-1e20, 4), "r": (-3, 7), "d[1,0]": (1, 1e20), "d[2,0]": (2, 1e20), "d[2,1]": (2, 1e20),
-    }  # fmt: skip
-    assert m.NumNZs == 2 + 1 + 6
-    path = tmp_path / "m.mps"
-    m.setObjective(x[0] + x[1] + x[2])
-    value = solved(m)
-    m.write(str(path))
-    again = tso.read(str(path), quiet_env)
-    assert solved(again) == pytest.approx(value)
-    again.dispose()
 
 
 @pytest.mark.parametrize("integers", [False, True], ids=["lp", "mip"])
@@ -172,65 +152,3 @@ def test_quadratic_objectives(model):
     assert solved(m) == pytest.approx(14)
     m.setObjective(tso.LinExpr(2.5))
     assert (m.getObjective().size(), m.getObjective().getConstant(), solved(m)) == (0, 2.5, 2.5)
-
-
-def test_column_generation(model):
-    """Cutting stock: patterns of a roll of 100, priced by a knapsack, until none pays."""
-    width, sizes, demand = 100, [45, 36, 31, 14], [97, 610, 395, 211]
-    master = model("master")
-    rows = [master.addConstr(tso.LinExpr() >= d, f"size{s}") for s, d in zip(sizes, demand)]
-    for i, s in enumerate(sizes):
-        master.addVar(obj=1, column=tso.Column(width // s, rows[i]))
-    knapsack = model("knapsack")
-    cuts = knapsack.addVars(len(sizes), vtype="I", name="cut")
-    knapsack.addConstr(tso.quicksum(s * cuts[i] for i, s in enumerate(sizes)) <= width)
-    for _ in range(30):
-        value = solved(master)
-        duals = [c.DualSoln for c in rows]
-        knapsack.setObjective(tso.quicksum(d * cuts[i] for i, d in enumerate(duals)), tso.TSO.MAXIMIZE)
-        if solved(knapsack) < 1 + 1e-7:
-            break
-        pattern = [round(v.X) for v in cuts.values()]
-        master.addVar(obj=1, column=tso.Column(pattern, rows))
-    assert value == pytest.approx(452.25)
-    for v in master.getVars():
-        v.VType = "I"
-    assert solved(master) == pytest.approx(453)
-    patterns = []
-    for a in np.ndindex(3, 3, 4, 8):
-        if np.dot(a, sizes) <= width:
-            patterns.append(a)
-    second = linprog(np.ones(len(patterns)), A_ub=-np.array(patterns).T, b_ub=-np.array(demand))
-    assert value == pytest.approx(second.fun)
-
-
-def test_handles_of_elsewhere(model):
-    """Of another model, of one that is gone, of none, removed: an error of the library, and all is as it was."""
-    m, other, gone = model(), model(), model()
-    x, stranger, ghost = m.addVar(name="x"), other.addVar(), gone.addVar()
-    row = gone.addConstr(ghost <= 1)
-    removed = m.addVar()
-    m.remove(removed)
-    gone.dispose()
-    for v in (stranger, ghost, removed, tso.Var()):
-        for act in (
-            lambda v=v: m.addConstr(x + 2 * v <= 1),
-            lambda v=v: m.addConstrs((v <= i for i in range(2)), "c"),
-            lambda v=v: m.addRange(v, 0, 1),
-            lambda v=v: m.setObjective(x + v),
-            lambda v=v: m.setObjective(x * v),
-            lambda v=v: m.addVar(column=tso.Column(1, row)),
-        ):
-            with pytest.raises(tso.TessolvError):
-                act()
-        assert (m.NumVars, m.NumConstrs, len(m.getVars()), len(m.getConstrs())) == (1, 0, 1, 0)
-        if v is not stranger:
-            for act in (lambda v=v: str(x + v), lambda v=v: (x + v).getValue(), lambda v=v: (x * v).getValue()):
-                with pytest.raises(tso.TessolvError):
-                    act()
-    for act in (
-        lambda: gone.addVar(), lambda: gone.addVars(3), lambda: gone.addConstr(ghost <= 1), lambda: gone.remove(ghost),
-        lambda: gone.setObjective(1 * ghost), lambda: gone.getObjective(),
-    ):  # fmt: skip
-        with pytest.raises(tso.TessolvError):
-            act()

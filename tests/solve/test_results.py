@@ -36,16 +36,3 @@ def test_names_and_types(state):
         assert caught.value.errno == TSO.INVALID_ARGUMENT
     x.VarName = ""
     assert x.VarName not in ("", y.VarName)
-
-
-def test_copies_are_apart(state):
-    m = state(MAX)
-    m.optimize()
-    twin = m.copy()
-    twin.getVars()[0].UB = 0
-    assert m.getVars()[0].UB == 3
-    assert twin.ObjVal == 21  # the last solution came with it
-    twin.optimize()
-    assert (m.ObjVal, twin.ObjVal) == pytest.approx((21, 10 + 14 / 3))
-    twin.ctypes().reload()  # so that it frees what it stands for
-    twin.dispose()

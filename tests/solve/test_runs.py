@@ -59,40 +59,6 @@ def test_python_runs_while_the_library_solves(hard, capsys):
     assert hard.HasSolution == 1
 
 
-# ---- Ctrl-C ----
-
-
-def test_interrupt_keeps_what_was_found(script):
-    code = """
-m = tso.read(hard, env)
-old = signal.getsignal(signal.SIGINT)
-threading.Timer(1.5, os.kill, (os.getpid(), signal.SIGINT)).start()
-sent = time.monotonic() + 1.5
-try:
-    m.optimize()
-except tso.TessolvError as error:
-    say(error.errno, time.monotonic() - sent < 1)
-say(m.Status, m.HasSolution, m.SolCount > 0, len(m.getAttr("X", m.getVars())))
-say(signal.getsignal(signal.SIGINT) is old)
-try:                                          # the handler is Python's own again
-    os.kill(os.getpid(), signal.SIGINT)
-    time.sleep(5)
-except KeyboardInterrupt:
-    say("interrupted")
-m.Params.MaxTime = 1
-try:
-    m.optimize()                              # and the next run is not ended by the last one's interrupt
-except tso.TessolvError as error:
-    say(error.errno)
-"""
-    lines = script(code)
-    assert lines[0] == f"{TSO.ABORT_INTERRUPTED} True"
-    assert lines[1] == f"{TSO.SUB_OPTIMAL} 1 True 72"
-    assert lines[2] == "True"
-    assert lines[3] == "interrupted"
-    assert lines[-1] == str(TSO.ABORT_TIME_LIMIT)
-
-
 # ---- Models that are gone, models in use ----
 
 

@@ -67,33 +67,44 @@ def test_an_attribute_of_another_kind_does_not_exist(stub, model, mdl):
         model.uB = 3
 
 
-# ---- Of the model ----
+# ---- Of the model and of one element ----
 
 
-def test_model_attributes_are_read_one_by_one(stub, model, mdl):
+def test_reads(stub, model, mdl):
+    x, c = model.getVars()[2], model.getConstrs()[1]
     stub.set(NumVars=3, ObjVal=2.5, ModelName="Diät")
-    assert model.getAttr("numvars") == 3
-    assert model.ObjVal == 2.5
-    assert model.ModelName == "Diät"
-    assert isinstance(model.ModelName, str)
-    assert not isinstance(model.getAttr("NumVars"), (list, numpy.ndarray))
-    assert stub.calls()[:6] == [
-        ("TSOgetattrinfo", mdl, "NumVars", *INFO),
-        ("TSOgetintattr", mdl, "NumVars", "out"),
-        ("TSOgetattrinfo", mdl, "ObjVal", *INFO),
-        ("TSOgetdblattr", mdl, "ObjVal", "out"),
-        ("TSOgetattrinfo", mdl, "ModelName", *INFO),
-        ("TSOgetstrattr", mdl, "ModelName", "out"),
-    ]
+    for read, value, function, *arguments in [
+        (lambda: model.getAttr("numvars"), 3, "TSOgetintattr", "NumVars"),
+        (lambda: model.ObjVal, 2.5, "TSOgetdblattr", "ObjVal"),
+        (lambda: model.ModelName, "Diät", "TSOgetstrattr", "ModelName"),
+        (lambda: x.X, 2.5, "TSOgetdblattrlist", "X", 1, [2]),
+        (lambda: x.getAttr("lb"), 2.5, "TSOgetdblattrlist", "LB", 1, [2]),
+        (lambda: x.getAttr(attrname="X"), 2.5, "TSOgetdblattrlist", "X", 1, [2]),
+        (lambda: x.ColBasis, 20, "TSOgetintattrlist", "ColBasis", 1, [2]),
+        (lambda: x.VarName, "n2", "TSOgetstrattrlist", "VarName", 1, [2]),
+        (lambda: c.RHS, 1.5, "TSOgetdblattrlist", "RHS", 1, [1]),
+        (lambda: x.VType in ("I", b"I"), True, "TSOgetcharattrlist", "VType", 1, [2]),
+    ]:
+        found = read()
+        assert (found, type(found)) == (value, type(value))
+        asked = ("TSOgetattrinfo", mdl, arguments[0], *INFO)
+        assert stub.calls() == [asked, (function, mdl, *arguments, "out")]
 
 
-def test_model_attributes_are_written_one_by_one(stub, model, mdl):
+def test_writes(stub, model, mdl):
+    x = model.getVars()[1]
     model.setAttr("ModelName", "Diät")
     model.ModelSense = -1
     model.objconst = 2
     model.setAttr("ObjConst", numpy.float32(0.5))
     model.setAttr(attrname="ObjConst", objs=1.5)
     model.NumVars = 5  # the library says no, not the module
+    x.UB = 4
+    x.setAttr("lb", -1e30)
+    x.setAttr(attrname="Obj", attrvalue=numpy.float64(3))
+    x.ColBasis = 2
+    x.VType = "I"
+    x.VarName = "é"
     assert [call for call in stub.calls() if call[0] != "TSOgetattrinfo"] == [
         ("TSOsetstrattr", mdl, "ModelName", "Diät"),
         ("TSOsetintattr", mdl, "ModelSense", -1),
@@ -101,6 +112,12 @@ def test_model_attributes_are_written_one_by_one(stub, model, mdl):
         ("TSOsetdblattr", mdl, "ObjConst", 0.5),
         ("TSOsetdblattr", mdl, "ObjConst", 1.5),
         ("TSOsetintattr", mdl, "NumVars", 5),
+        ("TSOsetdblattrlist", mdl, "UB", 1, [1], [4.0]),
+        ("TSOsetdblattrlist", mdl, "LB", 1, [1], [-1e30]),
+        ("TSOsetdblattrlist", mdl, "Obj", 1, [1], [3.0]),
+        ("TSOsetintattrlist", mdl, "ColBasis", 1, [1], [2]),
+        ("TSOsetcharattrlist", mdl, "VType", 1, [1], "I"),
+        ("TSOsetstrattrlist", mdl, "VarName", 1, [1], ["é"]),
     ]
 
 
@@ -114,44 +131,6 @@ def test_values_that_do_not_convert(stub, model, name, value):
     with pytest.raises((TypeError, ValueError, OverflowError)):
         (model if name[:3] in ("Mod", "Obj") else model.getVars()[0]).setAttr(name, value)
     assert [name for name in stub.names() if name.startswith("TSOset")] == []
-
-
-# ---- Of one element ----
-
-
-def test_element_reads(stub, model, mdl):
-    x, c = model.getVars()[2], model.getConstrs()[1]
-    assert (x.X, x.getAttr("lb"), x.ColBasis, x.VarName) == (2.5, 2.5, 20, "n2")
-    assert (c.RHS, c.RowBasis, c.ConstrName) == (1.5, 10, "n1")
-    assert x.getAttr(attrname="X") == 2.5
-    assert x.VType in ("I", b"I")
-    calls = stub.calls()
-    assert calls[0] == ("TSOgetattrinfo", mdl, "X", *INFO)
-    assert calls[1::2] == [
-        (f"TSOget{kind}attrlist", mdl, name, 1, [index], "out")
-        for kind, name, index in [
-            ("dbl", "X", 2), ("dbl", "LB", 2), ("int", "ColBasis", 2), ("str", "VarName", 2), ("dbl", "RHS", 1),
-            ("int", "RowBasis", 1), ("str", "ConstrName", 1), ("dbl", "X", 2), ("char", "VType", 2),
-        ]
-    ]  # fmt: skip
-
-
-def test_element_writes(stub, model, mdl):
-    x = model.getVars()[1]
-    x.UB = 4
-    x.setAttr("lb", -1e30)
-    x.setAttr(attrname="Obj", attrvalue=numpy.float64(3))
-    x.ColBasis = 2
-    x.VType = "I"
-    x.VarName = "é"
-    assert [call for call in stub.calls() if call[0] != "TSOgetattrinfo"] == [
-        ("TSOsetdblattrlist", mdl, "UB", 1, [1], [4.0]),
-        ("TSOsetdblattrlist", mdl, "LB", 1, [1], [-1e30]),
-        ("TSOsetdblattrlist", mdl, "Obj", 1, [1], [3.0]),
-        ("TSOsetintattrlist", mdl, "ColBasis", 1, [1], [2]),
-        ("TSOsetcharattrlist", mdl, "VType", 1, [1], "I"),
-        ("TSOsetstrattrlist", mdl, "VarName", 1, [1], ["é"]),
-    ]
 
 
 # ---- Of many elements ----

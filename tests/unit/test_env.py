@@ -98,12 +98,6 @@ def test_a_failed_construction_leaves_nothing_to_free(stub, function):
     assert "TSOfreeenv" not in names
 
 
-def test_a_failed_environment_is_not_disposed_of_at_exit(run_script):
-    code = "stub.fail('TSOemptyenv', -10)\ntry:\n    tso.Env(empty=True)\nexcept tso.TessolvError:\n    e = tso.Env()"
-    _, _, calls = run_script(code)
-    assert [call for call in calls if call[0] == "TSOfreeenv"] == [("TSOfreeenv", "env1")]
-
-
 def test_start_acts_on_loaded_environments_only(stub):
     loaded, empty = tso.Env(), tso.Env(empty=True)
     stub.clear()

@@ -117,20 +117,6 @@ def test_proxy(stub, model, capsys):
     assert stub.calls() == []
 
 
-def test_model_functions(stub, model, capsys):
-    model.setParam("MaxTime", 2)
-    model.resetParams()
-    calls = stub.calls()
-    handle = next(call[1] for call in calls if call[0] == "TSOsetdblparam")
-    assert handle.startswith("env of model")
-    assert [call for call in calls if call[0] != "TSOgetenv"] == [
-        ("TSOsetdblparam", handle, "MaxTime", 2.0),
-        ("TSOresetparams", handle),
-    ]
-    stub.fail("TSOresetparams", -1)
-    assert model.resetParams() is None
-
-
 def test_param_info(stub, model):
     for name, function, numbers in [
         ("method", "TSOgetintparaminfo", [11, 12, 13, 14]),

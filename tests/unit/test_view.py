@@ -32,12 +32,6 @@ def test_view(stub, env):
     assert stub.calls() == [("TSOreset", model_name, 1)]
 
 
-def test_a_view_can_be_made_by_its_class(stub, model):
-    view = model.ctypes()
-    again = type(view)(model, view.mptr_.value)
-    assert again.data.value == view.data.value
-
-
 def test_reload_rebuilds_the_lists(stub, model):
     before, list_before = model.getVars()[0], model.getVars()
     model._x = 1

@@ -92,24 +92,11 @@ def test_patterns():
     assert tuplelist([()]).select(1) == [] and tuplelist([()]).select() == [()]
     for result in (rows().select(1), rows().select(), rows().select("*"), rows().select(9), tuplelist().select(1)):
         assert type(result) is tuplelist and result.tuple_index_ is None and result.wildcard_ == "*"
+    assert rows().select([2, 1], "b") == []  # two fields: the list is compared as it is
+    raises(TypeError, NO_LEN, rows().select, [1, 9])
     for select in (rows().select, tso.tupledict().select, tso.tupledict().sum):
         with pytest.raises(TypeError, match="takes no keyword arguments$"):
             select(x=1)
-
-
-@pytest.mark.parametrize("as_objects", [False, True])
-def test_alternatives(as_objects):
-    made = rows()
-    made.select(1)
-    if as_objects:
-        assert type(made.tuple_index_) is list
-    assert made.select([2, 1], "*") == made.select((1, 2)) == rows()
-    assert made.select([1, True, 1.0]) == made.select([8, 9, 1]) == made.select(1)
-    assert made.select([2, 1], "b") == made.select([1, 2], [2, 3]) == []  # two fields: the list is compared as it is
-    assert made.select("*", "*", ["*"]) == []  # a wildcard is one only as a whole element
-    raises(TypeError, NO_LEN, made.select, [1, 9])
-    raises(TypeError, NO_LEN, made.select, "*", [9, 3, 8])
-    assert made.select(7, [3, 8]) == []  # the first field has answered
 
 
 def test_wildcards():
@@ -198,26 +185,6 @@ def test_failing_changes(name):
     made = built()
     raises(exception, text, act, made)
     assert made == built() and (made.tuple_index_ is None) is drops
-
-
-@pytest.mark.parametrize("as_objects", [False, True])
-def test_extend_and_sort_leave_the_index_as_it_was(as_objects):
-    made = built()
-    if as_objects:
-        assert made.tuple_index_ is not None
-    made.extend([(1, 7), (8, 8)])
-    assert made.select(8) == [] and made.select(1) == [(1, 2), (1, 3)]
-    made.sort(reverse=True)  # (8, 8), (2, 2), (1, 7), (1, 3), (1, 2)
-    assert made.select(1) == [(8, 8), (1, 7)]
-    assert made.select(1, 3) == [] and made.select(1, 2) == []
-    list.__delitem__(made, slice(1, None))
-    raises(IndexError, "list index out of range", made.select, 1)
-    list.clear(made)
-    assert made.select(1) == []
-    list.extend(made, [(1, 2, 3)] * 4)
-    raises(IndexError, "list index out of range", made.select, "*", "*", 3)
-    made.clean()
-    assert made.select("*", "*", 3) == made
 
 
 def test_failed_index_stays():
