@@ -8,6 +8,7 @@ import cutting_stock
 import diet
 import knapsack
 import numpy as np
+import piecewise_sos2
 import pytest
 import regression
 import transport
@@ -89,6 +90,19 @@ def test_regression():
     assert plane == pytest.approx([-39.68986, 0.83188, 0.57391, -0.06087], abs=1e-5)
 
 
+def test_piecewise():
+    suppliers, best = piecewise_sos2.SUPPLIERS, [0.0] + [np.inf] * 900
+    for points in suppliers.values():  # whole units are enough: all orders but one stand at one of the points
+        price = [np.interp(n, *zip(*points)) for n in range(points[-1][0] + 1)]
+        best = [min(best[n - k] + price[k] for k in range(min(n, len(price) - 1) + 1)) for n in range(901)]
+    for wanted in (0, 120, 449, piecewise_sos2.WANTED, 900):
+        total, orders = piecewise_sos2.solve(suppliers, wanted)
+        assert total == near(best[wanted], 1e-6)
+        assert sum(amount for amount, _ in orders.values()) == near(wanted, 1e-6)
+        for supplier, (amount, cost) in orders.items():
+            assert cost == near(np.interp(amount, *zip(*suppliers[supplier])), 1e-5)
+
+
 # The second order, of thirteen widths, is that of the article "Cutting stock problem" in the English Wikipedia.
 ORDERS = [
     (cutting_stock.ROLL, cutting_stock.ORDER, 453),
@@ -122,6 +136,9 @@ def test_cutting_stock(roll, order, published):
         ("production", "carpentry is bought in              760     0        0      0     20"),
         ("portfolio", "  1.22  0.0604251         0   0.697211   0.302789"),
         ("portfolio_arrays", "          100  1.08908  0.0108075         1         0         0"),
+        ("facility_location_indicators", "Open north and south: rent and roads cost 545."),
+        ("piecewise_sos2", "700 units cost 2740."),
+        ("portfolio_risk_row", "    0.05  1.20502  0.107035  0.668797   0.224168"),
         ("regression", "The sum of the absolute deviations is 42.0812."),
         ("network_flow", "The plan costs 3195.40."),
         ("cutting_stock", "453 rolls; no way of cutting needs less than 452.25."),

@@ -1,0 +1,230 @@
+"""Quadratic rows, special ordered sets and indicators, stated by every route, solved, edited, written and read again;
+the optima are known by hand or published."""
+
+import numpy as np
+import pytest
+import tessolvpy as tso
+from tessolvpy import TSO
+
+
+@pytest.fixture
+def new(quiet_env):
+    made = []
+
+    def model():
+        made.append(tso.Model("special", quiet_env))
+        made[-1].setParam("MIP/GapRel", 0)
+        return made[-1]
+
+    yield model
+    for one in made:
+        one.dispose()
+
+
+def near(value):
+    return pytest.approx(value, rel=1e-5, abs=1e-5)
+
+
+def best(m):
+    m.optimize()
+    assert m.Status == TSO.Status.OPTIMAL
+    return m.ObjVal
+
+
+def best_of_files(m, read, tmp_path):
+    """The optimum of what the model becomes in each format."""
+    found = []
+    for suffix in ("lp", "mps"):
+        path = tmp_path / f"again.{suffix}"
+        m.write(str(path))
+        found.append(best(read(path)))
+    return found
+
+
+DISC = {
+    "a comparison": lambda m, x, y: m.addConstr(x * x + y**2 <= 2),
+    "turned round": lambda m, x, y: m.addConstr(2 >= x * x + y * y),
+    "linear terms and constants on both sides": lambda m, x, y: m.addConstr((x - 1) * (x + 1) + y * y + x + 1 <= x + 2),
+    "squares stated twice": lambda m, x, y: m.addConstr(0.5 * x * x + y * y + 0.5 * x * x + x * y - y * x <= 2),
+    "a range": lambda m, x, y: m.addConstr(x * x + y * y == [0, 2]),
+    "as data": lambda m, x, y: m.addQConstr(x * x, TSO.LESS_EQUAL, 2 - y * y),
+    "the other sense": lambda m, x, y: m.addQConstr(2, ">", x * x + y * y),
+    "a comparison to addQConstr": lambda m, x, y: m.addQConstr(x * x + y * y <= 2),
+    "arrays": lambda m, x, y: m.addConstr(
+        tso.MVar.fromlist([x, y]) @ np.eye(2) @ tso.MVar.fromlist([x, y]) <= 2
+    ).item(),
+    "from a generator": lambda m, x, y: m.addConstrs(x * x + y * y <= k for k in (2, 3))[2],
+}
+
+
+@pytest.mark.parametrize("route", DISC)
+def test_a_disc(new, read, tmp_path, route):
+    m = new()
+    x, y = m.addVar(name="x"), m.addVar(lb=-TSO.INFINITY, name="y")
+    row = DISC[route](m, x, y)
+    m.setObjective(x + y, TSO.MAXIMIZE)
+    assert type(row) is tso.QConstr
+    assert best(m) == near(2) == near(x.X + y.X) and x.X == near(1)
+    assert best_of_files(m, read, tmp_path) == near([2, 2])
+    if row.QCRHS < TSO.INFINITY:
+        row.QCRHS = 8
+    else:
+        row.QCLHS = -8
+    assert best(m) == near(4 if len(m.getQConstrs()) == 1 else np.sqrt(6))
+    m.remove([row, *m.getConstrs()])
+    x.UB = y.UB = 9
+    assert best(m) == near(18)
+
+
+def test_rows_that_are_not_convex(new, read, tmp_path):
+    m = new()
+    x, y = m.addVar(ub=10, name="x"), m.addVar(ub=10, name="y")
+    product = m.addConstr(x * y >= 4, name="product")
+    m.setObjective(x + y)
+    assert best(m) == near(4)
+    product.QCLHS = 9
+    assert best(m) == near(6)
+    m.remove(product)
+    ring = m.addConstr(x * x + y * y == [9, 25])
+    assert best(m) == near(3)
+    m.setObjective(x + 0 * y, TSO.MAXIMIZE)
+    assert best(m) == near(5)
+    assert best_of_files(m, read, tmp_path) == near([5, 5])
+    ring.QCLHS, ring.QCRHS = 26, 30
+    y.UB = 1
+    assert best(m) == near(np.sqrt(30))
+    m.setObjective(1 * x, TSO.MINIMIZE)
+    assert best(m) == near(5)
+    whole = new()
+    p, q = (whole.addVar(vtype=TSO.INTEGER, lb=1, ub=100) for _ in range(2))
+    whole.addConstr(p * q == 91)
+    whole.setObjective(p + q)
+    assert best(whole) == near(20)
+    whole.addConstr(p * p + q * q <= -1)
+    whole.optimize()
+    assert whole.Status == TSO.Status.INFEASIBLE
+
+
+def test_haverlys_pool(new, read, tmp_path):
+    """Two sources share a pool of quality p, a third one goes round it; the best profit is 400 (Haverly 1978)."""
+    m = new()
+    a, b, to_x, to_y, c_x, c_y = (m.addVar(ub=300, name=n) for n in ("a", "b", "px", "py", "cx", "cy"))
+    x, y, p = m.addVar(ub=100, name="x"), m.addVar(ub=200, name="y"), m.addVar(lb=1, ub=3, name="p")
+    for flow in (to_x + to_y - a - b, x - to_x - c_x, y - to_y - c_y):
+        m.addConstr(flow == 0)
+    m.addConstr(p * (to_x + to_y) == 3 * a + b)
+    m.addConstr(p * to_x + 2 * c_x <= 2.5 * x)
+    m.addConstr(p * to_y + 2 * c_y <= 1.5 * y)
+    m.setObjective(9 * x + 15 * y - 6 * a - 16 * b - 10 * (c_x + c_y), TSO.MAXIMIZE)
+    assert best(m) == near(400)
+    assert best_of_files(m, read, tmp_path) == near([400, 400])
+
+
+def test_rows_of_arrays(new):
+    m = new()
+    x = m.addMVar(3, ub=10)
+    rows = m.addConstr(x * x <= np.array([1, 4, 9]), name="square")
+    m.setObjective(x.sum().item(), TSO.MAXIMIZE)
+    assert best(m) == near(6) and x.X == near([1, 2, 3])
+    assert rows.QCName.tolist() == ["square[0]", "square[1]", "square[2]"]
+    rows.QCRHS = 4
+    assert best(m) == near(6)
+    m.remove(rows[1:])
+    assert best(m) == near(22)
+
+
+@pytest.mark.parametrize("weights", [None, [1, 2, 5], np.array([-1.5, 0, 1e6])], ids=["none", "ints", "floats"])
+def test_sets(new, read, tmp_path, weights):
+    m = new()
+    x = m.addVars("abc", ub=1, name="x")
+    a, b, c = x.values()
+    m.setObjective(3 * a + 2 * b + 4 * c, TSO.MAXIMIZE)
+    for kind, order, value in [
+        (TSO.SOS_TYPE1, x, 4), (TSO.SOS_TYPE1, iter([c, a, b]), 4), (TSO.SOS_TYPE2, x.values(), 6),
+        (TSO.SOS_TYPE2, [a, c, b], 7), (TSO.SOS_TYPE2, tso.MVar.fromlist([b, a, c]), 7),
+        (TSO.SOS_TYPE2, tso.tuplelist([b, a, c]), 7),
+    ]:  # fmt: skip
+        one = m.addSOS(kind, order, weights)
+        assert best(m) == near(value)
+        assert best_of_files(m, read, tmp_path) == near([value, value])
+        m.remove(one)
+        assert (one.index, m.getSOSs(), best(m)) == (-1, [], near(9))
+    m.addSOS(1, [a, b])
+    other = m.addSOS(1, [a, c])
+    assert best(m) == near(6)
+    m.remove(c)
+    assert (other.index, best(m)) == (1, near(3))
+
+
+INDICATORS = {
+    "pairs": lambda m, b, x, y: [
+        m.addConstr((b == 1) >> (x + y + 1 <= 4)), m.addConstr((b == 0) >> (-2 * x >= 2 * y - 12))
+    ],
+    "calls": lambda m, b, x, y: [
+        m.addGenConstrIndicator(b, 1, x + y, "<", 3), m.addGenConstrIndicator(b, False, 6, ">", x + y)
+    ],
+    "calls of comparisons": lambda m, b, x, y: [
+        m.addGenConstrIndicator(b, True, x + y == 3, name="one"), m.addGenConstrIndicator(b, 0, x <= 6 - y)
+    ],
+    "arrays": lambda m, b, x, y: [
+        m.addConstr((tso.MVar.fromvar(b)[0] == k) >> (tso.MVar.fromlist([x, y]).sum() <= 6 - 3 * k)) for k in (1, 0)
+    ],
+    "a generator": lambda m, b, x, y: list(
+        m.addConstrs(((b == k) >> (x + y <= 6 - 3 * k) for k in (1, 0)), name="g").values()
+    ),
+}  # fmt: skip
+
+
+@pytest.mark.parametrize("route", INDICATORS)
+def test_indicators(new, read, tmp_path, route):
+    m = new()
+    b = m.addVar(vtype=TSO.BINARY, name="b")
+    x, y = m.addVar(ub=10, name="x"), m.addVar(ub=10, name="y")
+    one, zero = INDICATORS[route](m, b, x, y)
+    assert type(one) is tso.GenConstr and one.GenConstrType == TSO.GENCONSTR_INDICATOR
+    for worth, value in (4, 7), (2, 6), (0, 6):
+        m.setObjective(x + y + worth * b, TSO.MAXIMIZE)
+        assert best(m) == near(value) and b.X == near(float(value == 7))
+        assert best_of_files(m, read, tmp_path) == near([value, value])
+    b.LB = 1
+    assert best(m) == near(3)
+    m.remove(one)
+    assert (zero.index, best(m)) == (0, near(20))
+    # An indicator goes with the variable that triggers it.
+    other = m.addVar(vtype=TSO.BINARY)
+    last = m.addConstr((other == 0) >> (x <= 1))
+    other.UB = 0
+    assert best(m) == near(11)
+    m.remove([b, zero])
+    assert ([g.index for g in m.getGenConstrs()], zero.index, last.index, m.NumGenConstrs) == ([0], -1, 0, 1)
+    assert best(m) == near(11)
+
+
+def test_what_the_library_refuses(new):
+    m = new()
+    x, b, whole = m.addVar(ub=2), m.addVar(vtype=TSO.BINARY), m.addVar(vtype=TSO.INTEGER, ub=1)
+    gone, other = m.addVar(vtype=TSO.BINARY), new().addVar(vtype=TSO.BINARY)
+    m.remove(gone)
+    nan = float("nan")
+    for act, code in [
+        *[(lambda v=v, act=act: act(v), TSO.Error.MODEL_INVALID_COL_IDX) for v in (gone, other) for act in (
+            lambda v: m.addConstr(x * v <= 1), lambda v: m.addConstr(x * x + v <= 1), lambda v: m.addSOS(1, [v, x]),
+            lambda v: m.addConstr((b == 1) >> (x + v <= 1)), lambda v: m.addGenConstrIndicator(v, 1, x <= 1))],
+        (lambda: m.addGenConstrIndicator(x, 1, x <= 1), TSO.Error.MODEL_INVALID_INDICATOR_COL_IDX),
+        (lambda: m.addGenConstrIndicator(b, 1, x, "<", nan), TSO.Error.INVALID_ARGUMENT),
+        (lambda: m.addGenConstrIndicator(b, 1, nan * x <= 1), TSO.Error.INVALID_ARGUMENT),
+        (lambda: m.addSOS(3, [x, b]), TSO.Error.MODEL_INVALID_SOS_TYPE),
+        *[(lambda sides=sides: m.addConstr(x * x == sides), TSO.Error.INVALID_ARGUMENT)
+          for sides in ([nan, 1], [1, nan], [nan, nan], [nan, 1e30], [1e30, 1e30], [-1e30, -1e30])],
+        (lambda: m.addConstr(nan * x * x <= 1), TSO.Error.INVALID_ARGUMENT),
+        (lambda: m.addConstr(x * x <= 1, "n" * 256), TSO.Error.INVALID_ARGUMENT),
+        (lambda: m.addConstr(tso.MVar.fromlist([b, x]) * x <= [1, nan] * np.ones(2)), TSO.Error.INVALID_ARGUMENT),
+    ]:  # fmt: skip
+        with pytest.raises(tso.TessolvError) as caught:
+            act()
+        assert caught.value.errno == code
+        assert (m.NumConstrs, m.NumQConstrs, m.NumSOS, m.NumGenConstrs) == (0, 0, 0, 0)
+        assert (m.getConstrs(), m.getQConstrs(), m.getSOSs(), m.getGenConstrs()) == ([], [], [], [])
+    m.addGenConstrIndicator(whole, 1, x <= 1)  # between 0 and 1, so as good as binary
+    m.setObjective(x + 3 * whole, TSO.MAXIMIZE)
+    assert best(m) == near(4)
