@@ -36,7 +36,8 @@ def main():
     returns = np.array([[year[stock] for year in years] for stock in STOCKS])
     accepted = [0.012, 0.015, 0.02, 0.03, 0.05]
     results = solve(returns.mean(axis=1), np.cov(returns), accepted)
-    print_table(["variance", "return", *STOCKS], [[v, best, *shares] for v, (best, shares) in zip(accepted, results)])
+    rows = [[v, round(best, 4), *shares.round(3)] for v, (best, shares) in zip(accepted, results)]
+    print_table(["variance", "return", *STOCKS], rows)
 
 
 if __name__ == "__main__":

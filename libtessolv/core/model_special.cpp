@@ -62,8 +62,8 @@ void Model::add_special_row(RowKind kind, const Entries& linear, std::vector<Qua
     try {
         rows_.quadratic.resize(rows_.lower.size());
         rows_.psd.resize(rows_.lower.size());
-        rows_.kind.reserve(rows_.lower.size() + 1);
         rows_.kind.resize(rows_.lower.size(), RowKind::Linear);
+        reserve_more(rows_.kind, 1);
         append_row(lower, upper, name);
         if (static_cast<int>(rows_.kind.size()) == i) { // it was the first row of all, which append_row can't see
             rows_.kind.push_back(kind);

@@ -49,9 +49,9 @@ constexpr ArrayRow kArrays[] = {
      "MQConstr contains more than 1 constraint",
      {{{"@C", "MQConstr"}, {"@x", "qc"}, {"@A", "QCRHS"}, {"@W", "QCRHS"}}},
      "MQConstr()\n--\n\n"
-     "An array of quadratic constraints.\n\n"
+     "An array of quadratic constraints, as Model.addConstr makes it of a comparison of arrays.\n\n"
      "Every attribute of a quadratic constraint can be read and set for the whole array.\n\n"
-     "Example: MQConstr.fromlist(m.getQConstrs())"},
+     "Example: x = m.addMVar(2); c = m.addConstr(x * x <= 4); c.QCRHS = 9"},
 };
 constexpr int kMVar = 0;
 

@@ -190,7 +190,7 @@ PyMethodDef model_methods[] = {
         "Adds the constraints that a generator expression yields.\n\n"
         "generator: yields comparisons; its loop variables become the keys.\n"
         "name: str, to which the key is added as in c[1,2].\n"
-        "Returns a tupledict of Constr by key. Rows that were added before a failure stay in the model.\n"
+        "Returns a tupledict by key of what addConstr returns. What was added before a failure stays in the model.\n"
         "Raises TypeError for what is no generator of comparisons, TessolvError if the solver refuses.\n\n"
         "Example: m.addConstrs((x[i] <= 1 for i in range(3)), name=\"c\")"),
     keywords<model_setObjective>("setObjective",
