@@ -102,13 +102,6 @@ def test_statuses_of_odd_models(build, library, run):
     assert (fixed.number("ObjVal"), primal(fixed).tolist()) == (2.0, [3.0, -4.0])
 
 
-def test_infeasible_beats_unbounded(build, run):
-    # Unbounded but for the rows that contradict one another; presolve alone can't tell.
-    for types in ("CC", "II"):
-        m = build([-1.0, -1.0], [[1, -1], [1, -1]], [3, -INF], [INF, 2], types=types)
-        assert run(m) == (0, INFEASIBLE)
-
-
 def test_a_basis_that_was_set_is_started_from(build, run, rng):
     n, k = 60, 40
     matrix = rng.uniform(0, 5, (k, n))

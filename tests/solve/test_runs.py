@@ -107,7 +107,7 @@ x = models[0].getVars()[0]
 say(time.time())
 """
     lines = script(code)
-    assert time.time() - float(lines[-1]) < 1
+    assert time.time() - float(lines[-1]) < 5
 
 
 def test_exit_while_a_thread_solves(script):

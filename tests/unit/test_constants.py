@@ -82,6 +82,13 @@ def test_declared_types_are_those_of_the_library(stub):
             assert (code, kinds[kind.value]) == (0, declared), name
 
 
+def test_descriptions_by_sample():
+    attr, param = type(TSO.Attr), type(TSO.Param)
+    assert attr.VarName.__doc__ == "Type: string\nDesc: Alias for ColName, The variable name"
+    assert attr.PsdCLHS.__doc__ == "Type: double\nDesc: psd contraint left-hand-side value"
+    assert param.MaxTime.__doc__ == "Type: <class 'float'>\nDesc: Set the maximum solve time"
+
+
 def test_ways_to_the_singletons():
     assert TSO.attr is TSO.Attr
     assert TSO.param is TSO.Param
