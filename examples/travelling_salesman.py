@@ -2,9 +2,9 @@
 
     python examples/travelling_salesman.py [file]
 
-Two roads are used at each city, and no set of cities may be a tour of its own (Dantzig, Fulkerson and Johnson, Operations
-Research 2 (1954), pp. 393-410). There are too many sets to state them all. A callback adds those that a new solution
-violates, as lazy constraints, and those that the relaxation of a node violates, as cuts.
+Two roads are used at each city, and no set of cities may be a tour of its own (Dantzig, Fulkerson and Johnson,
+Operations Research 2 (1954), pp. 393-410). There are too many sets to state them all. A callback adds those that a new
+solution violates, as lazy constraints, and those that the relaxation of a node violates, as cuts.
 
 The cities are from Reinelt's TSPLIB: burma14 has a shortest tour of 3323, eil51 of 426, berlin52 of 7542.
 """
