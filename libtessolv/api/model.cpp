@@ -1,5 +1,6 @@
 // Models: their life, files, solving.
 #include "api/guard.h"
+#include "core/callback.h"
 #include "engine/engine.h"
 #include "io/files.h"
 
@@ -23,11 +24,52 @@ int started_copy(TSOenv env, std::unique_ptr<Env>& copy) noexcept {
     });
 }
 
+// What a callback holds a handle of: the engine's context, which outlives no call.
+class Relay final : public CallbackContext {
+public:
+    explicit Relay(CallbackContext& context) : context_(context) {}
+    int get(int where, int what, void* result) override { return context_.get(where, what, result); }
+    int offer_solution(const double* solution, double* objective, bool presolved) override {
+        return context_.offer_solution(solution, objective, presolved);
+    }
+    int add_cut(int count, const int* ind, const double* val, char sense, double rhs, bool presolved) override {
+        return context_.add_cut(count, ind, val, sense, rhs, presolved);
+    }
+    int branch(int var, double value, int way, bool presolved) override {
+        return context_.branch(var, value, way, presolved);
+    }
+
+private:
+    CallbackContext& context_;
+};
+
+class UserCallback final : public Callback {
+public:
+    UserCallback(TSOmodel model, const ModelObject& object)
+        : model_(model), function_(object.callback), data_(object.callback_data) {}
+    bool call(CallbackContext& context, int where) override {
+        auto relay = std::make_unique<Relay>(context);
+        const Handle h = open(Kind::Callback, relay.get());
+        relay.release();
+        const int answer = function_(model_, opaque<TSOcbdata>(h), where, data_);
+        close(h, Kind::Callback);
+        return answer == 0;
+    }
+
+private:
+    TSOmodel model_;
+    CallbackFunction function_;
+    void* data_;
+};
+
 using EngineCall = int (*)(Model&, Run&, bool has_callback);
 
 int run_engine(TSOmodel model, EngineCall call) noexcept {
     return on_model(model, Mode::Edit, [&](ModelObject& object, Slot& slot) {
         Run run;
+        UserCallback callback(model, object);
+        if (object.callback)
+            run.callback = &callback;
         const RunScope scope(slot, run);
         return call(*object.model, run, object.callback != nullptr);
     });

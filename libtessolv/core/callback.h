@@ -1,4 +1,5 @@
-// CallbackContext: what an engine offers to a callback while the callback runs. The TSOcb... functions end here.
+// Callback: the user's function, as an engine calls it. CallbackContext: what the engine offers to it while it runs,
+// where the TSOcb... functions end.
 #pragma once
 
 namespace tso {
@@ -11,6 +12,13 @@ public:
     virtual int offer_solution(const double* solution, double* objective, bool presolved) = 0;
     virtual int add_cut(int count, const int* ind, const double* val, char sense, double rhs, bool presolved) = 0;
     virtual int branch(int var, double value, int way, bool presolved) = 0;
+};
+
+class Callback {
+public:
+    virtual ~Callback() = default;
+    // `where` as TSOsetcallbackfunc tells. Only on the thread that runs the engine's caller. False: the run is to end.
+    virtual bool call(CallbackContext& context, int where) = 0;
 };
 
 } // namespace tso

@@ -40,8 +40,11 @@ void on_sigint(int signal, void* info, void* context) {
         pass_on(signal, static_cast<siginfo_t*>(info), context);
         return;
     }
+    const bool in_callback = guard->run_.in_callback.load(); // its own language may have an answer to the signal
     for (; guard; guard = guard->outer_)
         guard->run_.interrupt.store(true);
+    if (in_callback)
+        pass_on(signal, static_cast<siginfo_t*>(info), context);
 }
 
 namespace {
