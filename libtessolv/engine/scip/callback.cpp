@@ -107,12 +107,23 @@ void ScipCallback::call(Where where, SCIP_SOL* sol) {
     doubles_.clear();
     ints_.clear();
     presolved_.reset();
-    where_ = where;
-    sol_ = sol;
-    run_.in_callback = true;
-    const bool go_on = run_.callback->call(*this, where);
-    run_.in_callback = false;
-    where_ = kNowhere;
+    struct Inside {
+        ScipCallback& self;
+        Inside(ScipCallback& s, Where where, SCIP_SOL* sol) : self(s) {
+            self.where_ = where;
+            self.sol_ = sol;
+            self.run_.in_callback = true;
+        }
+        ~Inside() {
+            self.run_.in_callback = false;
+            self.where_ = kNowhere;
+        }
+    };
+    bool go_on;
+    {
+        const Inside inside(*this, where, sol);
+        go_on = run_.callback->call(*this, where);
+    }
     if (!go_on) {
         ended_ = true;
         SCIPinterruptSolve(scip());
@@ -129,7 +140,6 @@ void ScipCallback::start() {
 
 void ScipCallback::ask(SCIP_SOL* sol, std::vector<double> x) {
     start();
-    doubles_.clear();
     call(kSolution, sol);
     if (!violated(pending_, sol))
         accepted_ = std::move(x);

@@ -1,0 +1,371 @@
+"""Callbacks in real runs: what they are asked about, what their cuts, solutions and branchings do to the answer."""
+
+import gc
+import itertools
+import math
+import os
+import random
+import signal
+import sys
+import threading
+import time
+from pathlib import Path
+
+import numpy as np
+import pytest
+import tessolvpy as tso
+from tessolvpy import TSO, quicksum
+
+sys.path[:0] = [str(Path(__file__).resolve().parents[2] / "examples")]
+from tableio import read_table  # noqa: E402
+from travelling_salesman import distances, solve, tour_of  # noqa: E402
+
+START, SOLUTION, NODE = TSO.Callback.MIPSTART, TSO.Callback.MIPSOL, TSO.Callback.MIPNODE
+
+
+def quiet(**parameters):
+    m = tso.Model()
+    m.setParam("OutputFlag", 0)
+    m.setParam("MIP/GapRel", 0)
+    for name, value in parameters.items():
+        m.setParam(name, value)
+    return m
+
+
+def knapsacks(n=30, rows=5, seed=7):
+    """A problem that needs some hundred nodes, and its variables."""
+    rng = random.Random(seed)
+    m = quiet()
+    x = m.addVars(n, vtype=TSO.BINARY, obj=[rng.randint(10, 60) for _ in range(n)])
+    for _ in range(rows):
+        weight = [rng.randint(5, 60) for _ in range(n)]
+        m.addConstr(quicksum(w * x[j] for j, w in enumerate(weight)) <= sum(weight) // 3)
+    m.ModelSense = TSO.MAXIMIZE
+    return m, [x[j] for j in range(n)]
+
+
+@pytest.mark.parametrize("node_cuts", [True, False])
+@pytest.mark.parametrize(("name", "shortest"), [("burma14", 3323), ("eil51", 426), ("berlin52", 7542)])
+def test_shortest_tours(name, shortest, node_cuts):
+    length = distances(read_table(f"{name}.csv"))
+    value, tour, added = solve(length, node_cuts)
+    assert value == pytest.approx(shortest) and added > 0
+    steps = zip(tour, [*tour[1:], tour[0]])
+    assert sum(length[min(step), max(step)] for step in steps) == shortest
+    assert sorted(tour) == list(range(len(tour)))
+    assert tour_of(len(tour), [(min(s), max(s)) for s in zip(tour, [*tour[1:], tour[0]])])[1] in (tour[1], tour[-1])
+
+
+@pytest.mark.parametrize("seed", range(40))
+def test_rows_that_come_late_give_the_answer_of_rows_that_were_there(seed):
+    rng = random.Random(seed)
+    n = rng.randint(5, 12)
+    rows = [(tuple((j, rng.randint(-3, 7)) for j in rng.sample(range(n), 4)), rng.randint(0, 9)) for _ in range(n)]
+    cost = [rng.choice([0, 0, 1, -1, rng.randint(-12, 8)]) for _ in range(n)]
+    bounds = [rng.randint(1, 4) for _ in range(n)]
+
+    def state(model):
+        return [model.addVar(vtype=rng.choice("IB"), ub=bounds[j], obj=cost[j]) for j in range(n)]
+
+    kinds = rng.getstate()
+    whole = quiet()
+    x = state(whole)
+    whole.addConstrs(quicksum(a * x[j] for j, a in row) <= rhs for row, rhs in rows)
+    whole.optimize()
+
+    rng.setstate(kinds)
+    late = quiet(MIP_EnableLazyConstr=1)
+    y = state(late)
+    late.addConstrs(quicksum(a * y[j] for j, a in row) <= rhs for row, rhs in rows[: n // 2])
+
+    def rest(model, where):
+        if where == SOLUTION:
+            value = model.cbGetSolution(y)
+            for row, rhs in rows[n // 2 :]:
+                if sum(a * value[j] for j, a in row) > rhs + 1e-6:
+                    model.cbCut(quicksum(a * y[j] for j, a in row), "<", rhs)
+
+    late.optimize(rest)
+    assert late.Status == whole.Status
+    if whole.Status == TSO.OPTIMAL:
+        assert late.ObjVal == pytest.approx(whole.ObjVal)
+
+
+def test_a_cut_closes_the_gap_at_the_root():
+    """An odd cycle: the relaxation sets all to a half, one cut makes it whole."""
+    n = 21
+    m = quiet()
+    x = m.addMVar(n, vtype=TSO.BINARY, obj=-1)
+    m.addConstrs(x[i] + x[(i + 1) % n] <= 1 for i in range(n))
+    bounds = []
+
+    def cut(model, where):
+        if where == NODE:
+            bounds.append((model.cbGet(TSO.Callback.MIP_RELVAL), model.cbGetNodeRel(x).sum()))
+            if bounds[-1][1] > n // 2 + 1e-6:
+                model.cbCut(x.sum() <= n // 2)
+
+    m.optimize(cut)
+    assert m.ObjVal == -(n // 2)
+    for relaxation, total in bounds:
+        assert relaxation == pytest.approx(-total)
+
+
+def test_solutions_of_the_user():
+    m, x = knapsacks()
+    m.optimize()
+    best, values = m.ObjVal, m.getAttr("X", x)
+    m.reset(1)
+    answers = []
+
+    def offer(model, where):
+        if where == START:
+            model.cbSetSolution(x, [1] * len(x))
+            answers.append(model.cbUseSolution()[0])  # too heavy
+            model.cbSetSolution([x[0]], [round(values[0])])
+            status, objective = model.cbUseSolution()  # the rest is found
+            answers.append(status)
+            assert objective <= best + 1e-6
+            model.cbSetSolution(x, values)
+        elif where == NODE and len(answers) == 2:
+            model.cbSetSolution(x, [0] * len(x))
+            answers.append(model.cbUseSolution()[0])  # nothing is worth less
+            assert model.cbGet(TSO.Callback.MIP_OBJBST) == pytest.approx(best)
+
+    m.optimize(offer)
+    assert answers == [1, 0, 2] and m.ObjVal == pytest.approx(best)
+
+
+def test_branching_steers_the_tree():
+    counts = set()
+    for choose in (None, min, max):
+        m, x = knapsacks(24)
+        branched = 0
+
+        def branch(model, where, choose=choose, x=x):
+            nonlocal branched
+            if where == NODE and choose:
+                split = [
+                    (abs(v - round(v)), i, v) for i, v in enumerate(model.cbGetNodeRel(x)) if abs(v - round(v)) > 1e-4
+                ]
+                if split:
+                    _, i, value = choose(split)
+                    model.cbBranch(x[i], value, 1)
+                    branched += 1
+
+        m.optimize(branch)
+        counts.add((round(m.ObjVal, 6), int(m.NodeCount), branched > 0))
+    assert len({value for value, _, _ in counts}) == 1
+    assert len({nodes for _, nodes, _ in counts}) > 1
+
+
+EVERYWHERE = [
+    200,
+    201,
+    202,
+    203,
+    204,
+    205,
+    206,
+    207,
+    208,
+    209,
+    210,
+    211,
+    212,
+    300,
+    301,
+    303,
+    306,
+    307,
+    308,
+    309,
+    312,
+    316,
+]
+AT_NODES = [302, 304, 305, 310, 311, 313, 314, 317]
+
+
+def test_values_of_the_run_at_every_place():
+    m, x = knapsacks(20)
+    seen = {}
+
+    def look(model, where):
+        seen[where] = seen.get(where, 0) + 1
+        for code in (*EVERYWHERE, *AT_NODES, 199, 215, 315, 999):
+            if code in EVERYWHERE or (code in AT_NODES and where == NODE):
+                model.cbGet(code)
+                continue
+            with pytest.raises(tso.TessolvError) as refused:
+                model.cbGet(code)
+            assert refused.value.errno == (TSO.CB_INVALID_WHERE if code in AT_NODES else TSO.CB_INVALID_WHAT)
+        columns, rows = model.cbGet(200), model.cbGet(201)
+        starts, indices = model.cbGet(211), model.cbGet(210)
+        assert len(starts) == columns + 1 and starts[-1] == model.cbGet(202) == len(indices)
+        assert (np.diff(starts) >= 0).all() and (not len(indices) or 0 <= indices.min() <= indices.max() < rows)
+        assert (model.cbGet(203) <= model.cbGet(204)).all() and (model.cbGet(205) <= model.cbGet(206)).all()
+        if where == NODE:
+            relaxation = model.cbGet(304)
+            assert model.cbGet(207) @ relaxation + model.cbGet(212) == pytest.approx(model.cbGet(302))
+            weights = np.zeros(rows)
+            np.add.at(weights, indices, model.cbGet(209) * np.repeat(relaxation, np.diff(starts)))
+            assert (weights <= model.cbGet(206) + 1e-6).all() and (weights >= model.cbGet(205) - 1e-6).all()
+            assert (model.cbGet(313) <= np.array(model.cbGetNodeRel(x)) + 1e-6).all()
+            assert model.cbGet(301) >= model.cbGet(302) - 1e-6  # of a maximization, all nodes beside one of them
+            assert model.cbGet(310) >= 1 and model.cbGet(311) >= 0
+        if where == SOLUTION:
+            values = model.cbGetSolution(x)
+            assert all(abs(v - round(v)) < 1e-6 for v in values)
+
+    m.optimize(look)
+    assert seen[START] == 1 and seen[SOLUTION] > 0 and seen[NODE] > 0
+    assert m.Status == TSO.OPTIMAL
+
+
+def test_what_does_not_go_where():
+    m, x = knapsacks(20)
+    refused = {}
+
+    def attempt(model, where):
+        for name, act in {
+            "cut": lambda: model.cbCut(x[0] + x[1] <= 2),
+            "branch": lambda: model.cbBranch(x[0], 0.5),
+            "branch at a bound": lambda: model.cbBranch(x[0], 1.5),
+            "relaxation": lambda: model.cbGetNodeRel(x),
+            "edit": lambda: model.addVar(),
+            "row": lambda: model.addConstr(x[0] <= 0),
+            "bound": lambda: setattr(x[0], "UB", 0),
+            "itself": model.optimize,
+            "read": lambda: model.NumVars,
+        }.items():
+            try:
+                act()
+            except tso.TessolvError as error:
+                refused.setdefault((name, where), error.errno)
+
+    m.optimize(attempt)
+    assert refused["cut", START] == TSO.CB_INVALID_WHERE
+    assert refused["cut", SOLUTION] == TSO.CB_INVALID_SUBMISSION  # lazy constraints were not announced
+    assert (
+        refused["branch", START]
+        == refused["branch", SOLUTION]
+        == refused["relaxation", SOLUTION]
+        == TSO.CB_INVALID_WHERE
+    )
+    assert refused["branch at a bound", NODE] == TSO.CB_INVALID_SUBMISSION
+    for name, where in itertools.product(("edit", "row", "bound", "itself"), (START, SOLUTION, NODE)):
+        assert (name, where) in refused
+    assert not [name for name, _ in refused if name == "read"]
+    assert m.NumVars == len(m.getVars()) == 20 and m.Status == TSO.OPTIMAL
+
+
+@pytest.mark.parametrize("how", ["terminate", "interrupt", "exit", "raise", "dispose", "signal"])
+def test_ends(how, capfd):
+    m, x = knapsacks()
+    calls = 0
+
+    def callback(model, where):
+        nonlocal calls
+        calls += 1
+        if where != NODE or model.cbGet(TSO.Callback.MIP_SOLCNT) == 0:
+            return
+        if how == "terminate":
+            model.terminate()
+        elif how == "interrupt":
+            raise KeyboardInterrupt
+        elif how == "exit":
+            raise SystemExit(3)
+        elif how == "raise":
+            raise ValueError("seen")
+        elif how == "dispose":
+            model.dispose()
+            with pytest.raises(tso.TessolvError):
+                model.cbGet(300)
+        elif calls < 1000:
+            calls = 1000
+            os.kill(os.getpid(), signal.SIGINT)
+            time.sleep(0.01)
+
+    if how == "raise":
+        m.optimize(callback)
+        assert m.Status == TSO.OPTIMAL and "ValueError: seen" in capfd.readouterr().err
+        return
+    begin = time.perf_counter()
+    with pytest.raises(tso.TessolvError) as ended:
+        m.optimize(callback)
+    assert time.perf_counter() - begin < 20
+    assert ended.value.errno == TSO.ABORT_INTERRUPTED
+    context = {
+        "terminate": AttributeError,
+        "interrupt": KeyboardInterrupt,
+        "exit": SystemExit,
+        "signal": KeyboardInterrupt,
+    }
+    if how in context:
+        assert type(ended.value.__context__) is context[how]
+        assert m.HasSolution == 1 and len(m.getAttr("X", x)) == 30
+    last = calls
+    assert sys.exc_info() == (None, None, None) and calls == last
+
+
+def test_kept_models_and_threads():
+    """Two models at once, a model kept by its callback, and calls from outside of it."""
+    results = {}
+    kept = []
+
+    def work(seed):
+        m, x = knapsacks(22, seed=seed)
+        plain, _ = knapsacks(22, seed=seed)
+        plain.optimize()
+
+        def watch(model, where):
+            kept.append(model)
+            assert model is m
+            model.cbGetSolution(x)
+
+        m.optimize(watch)
+        results[seed] = (m.ObjVal, plain.ObjVal)
+
+    threads = [threading.Thread(target=work, args=(seed,)) for seed in (1, 2)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert len(results) == 2 and all(a == pytest.approx(b) for a, b in results.values())
+    with pytest.raises(RuntimeError, match="can only be called in callback"):
+        kept[0].cbGet(300)
+
+
+def test_many_callbacks_keep_no_memory():
+    def resident():
+        with open("/proc/self/statm") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+    m, x = knapsacks(34, seed=3)
+    calls, sizes = 0, []
+
+    def callback(model, where):
+        nonlocal calls
+        for _ in range(20):
+            calls += 1
+            model.cbGetSolution(x)
+            model.cbGet(TSO.Callback.MIP_OBJBND)
+            if where == NODE:
+                model.cbGet(304)
+        if calls % 1000 == 0:
+            gc.collect()
+            sizes.append(resident())
+
+    before = gc.get_count()
+    m.optimize(callback)
+    assert calls > 2000 and before
+    if "asan" not in os.environ.get("LD_PRELOAD", ""):
+        assert sizes[-1] - sizes[len(sizes) // 2] < 8 << 20
+
+
+def test_no_callback_without_anything_discrete():
+    m = quiet()
+    x = m.addVar(ub=3, obj=-1)
+    called = []
+    m.optimize(lambda model, where: called.append(where))
+    assert x.X == 3 and not called and math.isclose(m.ObjVal, -3)
