@@ -19,22 +19,6 @@ ScipCallback& of(SCIP_CONSHDLR* h) { return *reinterpret_cast<ScipCallback*>(SCI
 ScipCallback& of(SCIP_HEUR* h) { return *reinterpret_cast<ScipCallback*>(SCIPheurGetData(h)); }
 ScipCallback& of(SCIP_BRANCHRULE* b) { return *reinterpret_cast<ScipCallback*>(SCIPbranchruleGetData(b)); }
 
-} // namespace
-
-template <class F> SCIP_RETCODE ScipCallback::guarded(F&& work) noexcept {
-    try {
-        if (!error_ && !muted_)
-            work();
-    } catch (...) {
-        error_ = std::current_exception();
-        exchange_.stop = true;
-        SCIPinterruptSolve(scip());
-    }
-    return SCIP_OKAY;
-}
-
-namespace {
-
 SCIP_RETCODE on_enforce_lp(SCIP*, SCIP_CONSHDLR* h, SCIP_CONS**, int, int, SCIP_Bool, SCIP_RESULT* result) {
     *result = SCIP_FEASIBLE;
     return of(h).guarded([&] { of(h).enforce(*result); });

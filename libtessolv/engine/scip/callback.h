@@ -98,4 +98,16 @@ private:
     std::vector<double> accepted_; // the solution that was let through last
 };
 
+template <class F> SCIP_RETCODE ScipCallback::guarded(F&& work) noexcept {
+    try {
+        if (!error_ && !muted_)
+            work();
+    } catch (...) {
+        error_ = std::current_exception();
+        exchange_.stop = true;
+        SCIPinterruptSolve(scip());
+    }
+    return SCIP_OKAY;
+}
+
 } // namespace tso::engine

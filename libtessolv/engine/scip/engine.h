@@ -98,6 +98,9 @@ inline bool is_semi_type(char type) { return type == TSO_SEMICONT || type == TSO
 // Zero lies outside of the bounds, so that the variable is zero or between them.
 bool is_split(const Model& model, int j);
 
+// start.cpp: gives a solution the values of the model's columns, and our own variables what follows from them.
+void scip_fill(const Model& model, ScipProblem& problem, SCIP_SOL* sol, const std::vector<double>& value);
+
 // special.cpp: what is not rows
 void scip_add_sets(const Model& model, ScipProblem& problem);
 void scip_add_indicators(const Model& model, ScipProblem& problem);

@@ -105,7 +105,7 @@ int ScipEngine::solve(Model& model, Run& run, Solution& result) {
         auto exchange = std::make_shared<ScipExchange>();
         exchange->pool_size = p.get_int(Param::MIP_SolutionPoolSize);
         exchange->stalling_nodes = p.get_int(Param::MIP_MaxStallingNodes);
-        exchange->ask_endless = ask_endless && problem->nonlinear;
+        exchange->ask_endless = ask_endless && problem->nonlinear && !run.callback; // asked once
         ScipOutcome outcome = run_scip(model, run, problem, exchange);
         problem.reset();
         if (outcome.ended && exchange->looks_endless && !outcome.solutions.empty()) {

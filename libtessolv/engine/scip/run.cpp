@@ -1,10 +1,14 @@
 // One run of SCIP on a worker: what it is told to look at, and what is asked again where its answer is open.
+#include "engine/scip/callback.h"
 #include "engine/scip/engine.h"
 
 #include <algorithm>
 #include <cmath>
+#include <condition_variable>
+#include <functional>
 #include <limits>
 #include <new>
+#include <thread>
 
 namespace tso::engine {
 namespace {
@@ -20,6 +24,8 @@ double finite_or_none(double v) { return v > -TSO_INFINITY && v < TSO_INFINITY ?
 struct Watch {
     std::shared_ptr<ScipProblem> problem;
     std::shared_ptr<ScipExchange> exchange;
+    ScipCallback* callback = nullptr; // the user's; SCIP then runs on the caller's thread,
+    std::function<void()> tick;       // where nobody else tells the log how it goes
 };
 
 std::vector<double> values_of(ScipProblem& problem, SCIP_SOL* sol) {
@@ -65,6 +71,8 @@ SCIP_RETCODE on_event(SCIP* s, SCIP_EVENTHDLR* handler, SCIP_EVENT* event, SCIP_
             SCIPinterruptSolve(s);
     } catch (const std::bad_alloc&) { // a solution less in the pool
     }
+    if (w.tick)
+        w.callback->guarded([&] { w.tick(); });
     return SCIP_OKAY;
 }
 
@@ -190,7 +198,11 @@ void Job::operator()() {
          "an event handler");
     must(SCIPsetEventhdlrInit(scip(), handler, begin_events), "an event handler");
     must(SCIPsetEventhdlrExit(scip(), handler, end_events), "an event handler");
+    if (watch.callback)
+        watch.callback->include();
     SCIP_STATUS status = run();
+    if (watch.callback)
+        watch.callback->mute();
     outcome->bound = finite_or_none(SCIPgetDualbound(scip()));
     for (int k = 0; k < SCIPgetNSols(scip()); ++k)
         outcome->solutions.push_back(values_of(*watch.problem, SCIPgetSols(scip())[k]));
@@ -208,16 +220,45 @@ void Job::operator()() {
     SCIPfreeTransform(scip()); // the events end with this thread's data
 }
 
+// Ends a run on this thread from another one, when it is interrupted or out of time: SCIP looks at no flag of ours.
+class Watcher {
+public:
+    Watcher(Run& run, ScipExchange& exchange, ScipObject& object)
+        : thread_([this, &run, &exchange, &object] {
+              std::unique_lock lock(mutex_);
+              while (!done_) {
+                  wake_.wait_for(lock, std::chrono::milliseconds(20));
+                  if (!done_ && (run.interrupt.load() || run.remaining() <= 0)) {
+                      exchange.stop = true;
+                      object.interrupt();
+                  }
+              }
+          }) {}
+    ~Watcher() {
+        {
+            const std::lock_guard lock(mutex_);
+            done_ = true;
+        }
+        wake_.notify_one();
+        thread_.join();
+    }
+    Watcher(const Watcher&) = delete;
+    Watcher& operator=(const Watcher&) = delete;
+
+private:
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool done_ = false;
+    std::thread thread_; // last: it uses the others
+};
+
 } // namespace
 
 ScipOutcome ScipEngine::run_scip(Model& model, Run& run, const std::shared_ptr<ScipProblem>& problem,
                                  const std::shared_ptr<ScipExchange>& exchange) {
     auto outcome = std::make_shared<ScipOutcome>();
     ProgressLog progress(model, run);
-    Job job{{problem, exchange}, outcome, run.begin, run.max_seconds};
-    const bool ended = run_on_worker(run, exchange, std::move(job), [&] {
-        if (exchange->stop.load())
-            problem->object.interrupt();
+    const auto tick = [&] {
         News news;
         {
             std::lock_guard lock(exchange->mutex);
@@ -226,6 +267,26 @@ ScipOutcome ScipEngine::run_scip(Model& model, Run& run, const std::shared_ptr<S
                 return;
         }
         progress.tell(news);
+    };
+    if (run.callback) {
+        ScipCallback callback(model, run, *problem, *exchange);
+        Job job{{problem, exchange, &callback, tick}, outcome, run.begin, run.max_seconds};
+        {
+            const Watcher watcher(run, *exchange, problem->object);
+            job();
+        }
+        callback.rethrow();
+        if (callback.ended()) {
+            outcome->status = SCIP_STATUS_USERINTERRUPT;
+            run.interrupt = true;
+        }
+        return std::move(*outcome);
+    }
+    Job job{{problem, exchange, nullptr, {}}, outcome, run.begin, run.max_seconds};
+    const bool ended = run_on_worker(run, exchange, std::move(job), [&] {
+        if (exchange->stop.load())
+            problem->object.interrupt();
+        tick();
     });
     if (!ended) {
         ScipOutcome lost;

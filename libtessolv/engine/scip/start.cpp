@@ -23,6 +23,27 @@ void ScipEngine::add_starts(const Model& model, ScipProblem& problem) {
     }
 }
 
+void scip_fill(const Model& model, ScipProblem& problem, SCIP_SOL* sol, const std::vector<double>& value) {
+    SCIP* s = problem.object.get();
+    for (size_t j = 0; j < problem.columns; ++j)
+        must(SCIPsetSolVal(s, sol, problem.object.vars[j], value[j]), "a solution");
+    if (problem.objective) {
+        long double quadratic = 0;
+        for (const QuadTerm& t : model.quadratic())
+            quadratic += static_cast<long double>(t.value) * value[t.row] * value[t.col];
+        must(SCIPsetSolVal(s, sol, problem.objective, static_cast<double>(quadratic) * problem.scale), "a solution");
+    }
+    for (const ScipProblem::Slack& slack : problem.slacks) {
+        const Indicator& g = model.indicators()[slack.indicator];
+        long double sum = -g.rhs;
+        for (size_t k = 0; k < g.ind.size(); ++k)
+            sum += static_cast<long double>(g.val[k]) * value[g.ind[k]];
+        const double over = static_cast<double>(slack.sign * sum);
+        if (value[g.binvar] != g.binval && over > 0)
+            must(SCIPsetSolVal(s, sol, slack.var, std::ceil(over)), "a solution");
+    }
+}
+
 // Returns whether the start is complete and feasible as it stands.
 bool ScipEngine::add_start(const Model& model, ScipProblem& problem, const std::vector<double>& x, bool discrete_only) {
     SCIP* s = problem.object.get();
@@ -48,32 +69,19 @@ bool ScipEngine::add_start(const Model& model, ScipProblem& problem, const std::
         return false;
     SCIP_SOL* sol = nullptr;
     must(complete ? SCIPcreateOrigSol(s, &sol, nullptr) : SCIPcreatePartialSol(s, &sol, nullptr), "a start");
-    for (int j = 0; j < cols.size(); ++j)
-        if (value[j] != TSO_UNDEFINED)
-            must(SCIPsetSolVal(s, sol, problem.object.vars[j], value[j]), "a start value");
     SCIP_Bool feasible = 0, stored = 0;
     if (complete) {
-        if (problem.objective) {
-            long double quadratic = 0;
-            for (const QuadTerm& t : model.quadratic())
-                quadratic += static_cast<long double>(t.value) * value[t.row] * value[t.col];
-            must(SCIPsetSolVal(s, sol, problem.objective, static_cast<double>(quadratic) * problem.scale), "a start");
-        }
-        for (const ScipProblem::Slack& slack : problem.slacks) {
-            const Indicator& g = model.indicators()[slack.indicator];
-            long double sum = -g.rhs;
-            for (size_t k = 0; k < g.ind.size(); ++k)
-                sum += static_cast<long double>(g.val[k]) * value[g.ind[k]];
-            const double over = static_cast<double>(slack.sign * sum);
-            if (value[g.binvar] != g.binval && over > 0)
-                must(SCIPsetSolVal(s, sol, slack.var, std::ceil(over)), "a start");
-        }
+        scip_fill(model, problem, sol, value);
         must(SCIPcheckSolOrig(s, sol, &feasible, 0, 0), "a start");
         if (!feasible) {
             must(SCIPfreeSol(s, &sol), "a start");
             return false;
         }
     }
+    if (!complete)
+        for (int j = 0; j < cols.size(); ++j)
+            if (value[j] != TSO_UNDEFINED)
+                must(SCIPsetSolVal(s, sol, problem.object.vars[j], value[j]), "a start value");
     must(SCIPaddSolFree(s, &sol, &stored), "a start");
     return feasible;
 }
