@@ -102,8 +102,8 @@ def solve(length, node_cuts=True, watch=None):
 def main():
     name = sys.argv[1] if len(sys.argv) > 1 else "berlin52.csv"
     value, tour, added = solve(distances(read_table(name)))
-    print(f"\nThe shortest tour has length {value:g}; {added} sets of cities had to be forbidden.")
-    print(" - ".join(map(str, tour)))
+    print("", " - ".join(map(str, tour)), f"{added} sets of cities had to be forbidden.", sep="\n")
+    print(f"The shortest tour has length {value:g}.")
 
 
 if __name__ == "__main__":

@@ -344,7 +344,8 @@ PyMethodDef model_methods[] = {
         "vars: Var, list of Var, dict or tupledict with Var as values, MVar; None for all variables.\n"
         "Returns a float, a list, a dict or tupledict with the same keys, or an array of the shape of the MVar; for\n"
         "None an array in the order of getVars(). Values that are not known read TSO.UNDEFINED.\n"
-        "Raises TessolvError where there is no solution, RuntimeError outside of a callback.\n\n"
+        "Raises TypeError for other objects, TessolvError for variables of another model, RuntimeError outside of a\n"
+        "callback.\n\n"
         "Example: chosen = [k for k, v in model.cbGetSolution(x).items() if v > 0.5]"),
     keywords<model_cbGetNodeRel>("cbGetNodeRel",
                                  "cbGetNodeRel($self, vars=None)\n--\n\n"

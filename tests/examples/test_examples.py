@@ -142,6 +142,8 @@ def test_cutting_stock(roll, order, published):
         ("regression", "The sum of the absolute deviations is 42.0812."),
         ("network_flow", "The plan costs 3195.40."),
         ("cutting_stock", "453 rolls; no way of cutting needs less than 452.25."),
+        ("travelling_salesman", "The shortest tour has length 7542."),
+        ("bounds_picture", "The best choice is worth 796."),
     ],
 )
 def test_scripts_run_from_anywhere(script, last, tmp_path):
