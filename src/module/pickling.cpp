@@ -11,6 +11,7 @@
 #include "expr/column.h"
 #include "expr/kinds.h"
 #include "expr/list.h"
+#include "expr/psdexpr.h"
 #include "expr/quadexpr.h"
 #include "expr/tempconstr.h"
 #include "handles/handle.h"
@@ -55,6 +56,8 @@ bool holds_handle(Borrowed object) {
         return as_linexpr(object).size() > 0;
     if (is_quadexpr(object))
         return holds_handle(as_quadexpr(object));
+    if (is_psdexpr(object))
+        return as_psdexpr(object).size() > 0 || as_psdexpr(object).linear().size() > 0;
     if (is_instance(object, state().column))
         return PyList_GET_SIZE(as_column(object).constrs_) > 0;
     return kind_of_handle(object) != Kind::Model || is_handle_array(object) || is_tempconstr(object);
@@ -151,6 +154,20 @@ void set_linexpr(Borrowed self, Borrowed fields) {
     as_linexpr(self).constant = PyFloat_AS_DOUBLE(constant);
 }
 
+Ref psdexpr_fields(Borrowed self) {
+    if (holds_handle(self))
+        refuse("mdl_");
+    return Ref::steal(Py_BuildValue("(d)", as_psdexpr(self).linear().constant));
+}
+void set_psdexpr(Borrowed self, Borrowed fields) {
+    require(PyFloat_Check(PyTuple_GET_ITEM(fields, 0)));
+    LinExpr* linear = new_linexpr();
+    Ref fresh = owned(linear);
+    linear->constant = PyFloat_AS_DOUBLE(PyTuple_GET_ITEM(fields, 0));
+    as_psdexpr(self).terms.clear_for_good();
+    assign(as_psdexpr(self).linexpr, std::move(fresh));
+}
+
 Ref quadexpr_fields(Borrowed self) {
     QuadExpr& e = as_quadexpr(self);
     if (holds_handle(e))
@@ -208,6 +225,7 @@ constexpr Pickled kPickled[] = {
     {"Column", &State::column, 0, column_fields, set_column, Items::None},
     {"LinExpr", &State::linexpr, 1, linexpr_fields, set_linexpr, Items::None},
     {"QuadExpr", &State::quadexpr, 4, quadexpr_fields, set_quadexpr, Items::None},
+    {"PsdExpr", &State::psdexpr, 1, psdexpr_fields, set_psdexpr, Items::None},
     {"MLinExpr", &State::mlinexpr, 1, expr_array_fields, set_expr_array, Items::None},
     {"MQuadExpr", &State::mquadexpr, 1, expr_array_fields, set_expr_array, Items::None},
 };

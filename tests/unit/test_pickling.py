@@ -9,7 +9,7 @@ import random
 import numpy as np
 import pytest
 import tessolvpy as tso
-from tessolvpy import TSO, Column, LinExpr, MLinExpr, MQuadExpr, QuadExpr, TessolvError, tupledict, tuplelist
+from tessolvpy import TSO, Column, LinExpr, MLinExpr, MQuadExpr, PsdExpr, QuadExpr, TessolvError, tupledict, tuplelist
 
 REFUSAL = "^self.mdl_ cannot be converted to a Python object for pickling$"
 UNPICKLE = {name[len("__pyx_unpickle_") :]: f for name, f in vars(tso).items() if name.startswith("__pyx_unpickle_")}
@@ -48,7 +48,7 @@ def values():
     return [
         error, TessolvError("only text"), failure, tuplelist(), tuplelist([(1, "a"), (2, "b")], None), routes,
         tuplelist([1, 2]), tupledict({(1, 2): 3, (2, 2): LinExpr(1)}), tso.List([1, 2.5, "a", None, 2**70]), Column(),
-        LinExpr(), LinExpr(float("nan")), LinExpr(4.5), QuadExpr(), QuadExpr(-1), odd,
+        LinExpr(), LinExpr(float("nan")), LinExpr(4.5), QuadExpr(), QuadExpr(-1), odd, PsdExpr(1.5),
         MLinExpr.new([[LinExpr(1), LinExpr(2)]]), MLinExpr.zeros((2, 0)), MQuadExpr.zeros(3),
     ]  # fmt: skip
 
@@ -101,7 +101,7 @@ def test_handles_and_what_holds_them_refuse(stub, model):
     holders = [
         x, c, model.getQConstrs()[0], x + 1, QuadExpr(x), x * x, x <= 1, Column([1], [c]), tso.List([x]), array,
         tuplelist([x]), tuplelist([("a", x)]), tupledict({1: x}), tupledict({1: x + 1}), array + 1, array @ array,
-        model.addConstr(array <= 1), model, tso.Var(), tso.SOS(),
+        model.addConstr(array <= 1), model, tso.Var(), tso.SOS(), PsdExpr(x),
     ]  # fmt: skip
     for holder in holders:
         for way in WAYS.values():
