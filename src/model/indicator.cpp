@@ -22,7 +22,7 @@ Ref add_indicator(Model& self, Borrowed binvar, bool binval, const LinExpr& expr
     append_row(row, self, expr);
     check(TSOaddgenconstrIndicator(self.mdl_, name, index_in(self, binvar), binval, static_cast<int>(row.index.size()),
                                    row.index.data(), row.value.data(), sense, rhs));
-    return append_handle(mirror(self.genconstrs_), state().genconstr, self);
+    return append_handle(mirror(self.genconstrs_), state().genconstr, self, &TSOdelgenconstrs);
 }
 
 // A variable or expression in an array without dimensions, as indexing gives it, stands for itself.

@@ -44,8 +44,9 @@ public:
             return;
         SavedError saved;
         for (PyObject* list : {self_.constrs_, self_.qconstrs_, self_.psdconstrs_})
-            if (list && PyList_GET_SIZE(list) > first_ && PyList_SetSlice(list, first_, PY_SSIZE_T_MAX, nullptr) < 0)
-                PyErr_Clear();
+            for (Py_ssize_t n = list ? PyList_GET_SIZE(list) : 0; n > first_; --n) // one by one needs no memory
+                if (PyList_SetSlice(list, n - 1, n, nullptr) < 0)
+                    PyErr_Clear();
         for (; count_ > 0; --count_) {
             int last = first_ + count_ - 1;
             TSOdelconstrs(self_.mdl_, 1, &last);

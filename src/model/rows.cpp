@@ -324,9 +324,19 @@ PyObject* mirror(PyObject* list) {
     return list;
 }
 
-Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self) {
-    Ref handle = new_handle(type, self.mdl_, static_cast<int>(PyList_GET_SIZE(list)));
+Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self, Removal take_back) {
+    struct Undo {
+        TSOmodel model;
+        int index;
+        Removal remove;
+        ~Undo() {
+            if (remove)
+                remove(model, 1, &index);
+        }
+    } undo{self.mdl_, static_cast<int>(PyList_GET_SIZE(list)), take_back};
+    Ref handle = new_handle(type, self.mdl_, undo.index);
     checked(PyList_Append(list, handle.get()));
+    undo.remove = nullptr;
     return handle;
 }
 

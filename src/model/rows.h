@@ -87,8 +87,10 @@ private:
     std::vector<const char*> names_;
 };
 
-// Appends a new handle to the list that mirrors its kind.
-Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self);
+// Appends a new handle to the list that mirrors its kind. Where that fails, `take_back` removes the element, which the
+// solver has already.
+using Removal = int (*)(TSOmodel, int, const int*);
+Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self, Removal take_back = nullptr);
 
 // Enters one new row in the mirror and gives its Constr.
 Ref add_constr_object(Model& self);

@@ -126,7 +126,7 @@ Ref model_addSOS(Model& self, const Call& call) {
     int begin = 0;
     check(TSOaddsos(self.mdl_, 1, static_cast<int>(indices.size()), &kind, &begin, indices.data(),
                     weight.empty() ? nullptr : weight.data()));
-    return append_handle(mirror(self.soss_), state().sos, self);
+    return append_handle(mirror(self.soss_), state().sos, self, &TSOdelsos);
 }
 
 } // namespace tsp
