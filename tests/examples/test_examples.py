@@ -141,6 +141,7 @@ def test_cutting_stock(roll, order, published):
         ("portfolio_risk_row", "    0.05   1.205  0.107  0.669  0.224"),
         ("regression", "The sum of the absolute deviations is 42.0812."),
         ("network_flow", "The plan costs 3195.40."),
+        ("max_cut_bound", "The cut has 12 of 15 edges; none has more than 12.5000."),
         ("cutting_stock", "453 rolls; no way of cutting needs less than 452.25."),
         ("travelling_salesman", "The shortest tour has length 7542."),
         ("bounds_picture", "The best choice is worth 796."),

@@ -1,0 +1,193 @@
+"""Semi-definite problems with optima that are known or computed by other means."""
+
+import numpy as np
+import pytest
+import scipy.sparse as sp
+import tessolvpy as tso
+from scipy.linalg import solve_continuous_are
+from tessolvpy import TSO
+
+CYCLE = [(i, (i + 1) % 5) for i in range(5)]
+PETERSEN = [*CYCLE, *((5 + i, 5 + (i + 2) % 5) for i in range(5)), *((i, i + 5) for i in range(5))]
+
+
+@pytest.fixture
+def m(quiet_env):
+    made = tso.Model("semi-definite", quiet_env)
+    yield made
+    made.dispose()
+
+
+def near(value):
+    return pytest.approx(value, rel=1e-6, abs=1e-6)
+
+
+def cell(i, j, n):
+    """The matrix whose product with X is X[i, j]."""
+    return sp.coo_matrix(([1.0], ([i], [j])), (n, n))
+
+
+def laplacian(edges, n):
+    adjacent = np.zeros((n, n))
+    for i, j in edges:
+        adjacent[i, j] = adjacent[j, i] = 1.0
+    return np.diag(adjacent.sum(axis=0)) - adjacent
+
+
+def solved(m):
+    """The optimum, with what every optimum of a semi-definite problem must show."""
+    m.optimize()
+    assert m.Status == TSO.OPTIMAL
+    assert m.DualObjVal == near(m.ObjVal) == near(m.getObjective().getValue())
+    for X in m.getPsdVars():
+        value = X.PsdX
+        assert type(value) is np.ndarray and value.shape == (X.Dim, X.Dim)
+        assert np.array_equal(value, value.T) and np.linalg.eigvalsh(value)[0] > -1e-7
+    for c in m.getPsdConstrs():
+        assert c.PsdCLHS - 1e-6 <= m.getConstrs()[c.index].Activity <= c.PsdCRHS + 1e-6
+    return m.ObjVal
+
+
+def test_max_cut_bound_through_edits(m):
+    """The bound of the cycle of five by every route, and after changes with optima by hand."""
+    best, L = 5 * (5 + 5**0.5) / 8, laplacian(CYCLE, 5)
+    assert best == pytest.approx(4.52254249, abs=5e-9)
+    X = m.addPsdVar(5, 0.25 * L, "X")
+    m.ModelSense = TSO.MAXIMIZE
+    rows = [
+        m.addConstr(cell(0, 0, 5) * X == 1, "d0"), m.addConstr(cell(1, 1, 5) * X - 1 <= 0),
+        m.addPsdConstr(1, ">", X * cell(2, 2, 5)), m.addRange(X * cell(3, 3, 5).toarray(), 0.5, 1),
+        m.addConstrs((X * cell(i, i, 5) == [1, 1] for i in [4]), "d")[4],
+    ]  # fmt: skip
+    assert solved(m) == near(best) == near((0.25 * L * X).getValue())
+    twins = [m.getConstrs()[c.index] for c in rows]
+    # The dual problem: the least sum(y) with diag(y) - L / 4 semi-definite; the third row has the sign turned.
+    y = np.array([1, 1, -1, 1, 1]) * [t.DualSoln for t in twins]
+    assert y.sum() == near(best) and np.linalg.eigvalsh(np.diag(y) - 0.25 * L)[0] == pytest.approx(0, abs=1e-6)
+    assert [c.index for c in m.getPsdConstrs()] == list(range(5)) and m.NumPsdConstrs == 5
+    assert (str(X), str(rows[0]), str(rows[4])) == ("<PsdVar X>", "<PsdConstr d0>", "<PsdConstr d[4]>")
+    for c in rows:  # all sides doubled
+        c.PsdCLHS, c.PsdCRHS = 2 * c.PsdCLHS, 2 * c.PsdCRHS
+    assert solved(m) == near(2 * best)
+    X.PsdObj = 0.5 * X.PsdObj
+    assert solved(m) == near(best)
+    assert np.allclose(m.getObjective().getCoeff(0).toarray(), L / 8)
+    m.setObjective(m.getObjective() + 1 + L / 8 * X)
+    assert solved(m) == near(2 * best + 1)
+    m.setObjective(tso.PsdExpr(laplacian([(0, 1), (2, 3)], 5), X), TSO.MINIMIZE)
+    assert solved(m) == near(0)
+    x = m.addVar(ub=3)
+    m.setObjective(1 * x, TSO.MAXIMIZE)  # the old objective is gone
+    assert (solved(m), X.PsdObj.nnz, type(m.getObjective())) == (near(3), 0, tso.LinExpr)
+    m.setObjective(laplacian(CYCLE[:2], 5) * X - x)
+    assert solved(m) == near(2 * 2 * 4)  # a path can be cut in all of its edges: (x_i - x_j)^2 is 4 * 2
+    m.remove(twins[4])  # what a row was removed by
+    assert rows[4].index < 0 and m.NumPsdConstrs == 4
+    copied = m.copy()
+    assert solved(copied) == near(solved(m))
+
+
+@pytest.mark.parametrize(("edges", "cut", "theta"), [(CYCLE, 4.52254249, 5**0.5), (PETERSEN, 12.5, 4.0)])
+def test_numbers_of_graphs(m, edges, cut, theta):
+    n = max(map(max, edges)) + 1
+    X = m.addPsdVar(n)
+    whole = m.addConstr(np.eye(n) * X == 1)
+    m.addConstrs(cell(i, j, n) * X == 0 for i, j in edges)
+    m.setObjective(np.ones((n, n)) * X, TSO.MAXIMIZE)
+    assert solved(m) == near(theta)
+    m.remove([m.getConstrs()[c.index] for c in m.getPsdConstrs() if c is not whole])
+    m.setObjective(
+        n / 4 * (laplacian(edges, n) * X)
+    )  # n / 4 of the largest eigenvalue: the bound, as all edges are alike
+    assert solved(m) == near(cut)
+
+
+def test_a_regulator(m):
+    """The cost of an optimal control, the largest P with [[A'P + PA + Q, PB], [B'P, R]] semi-definite: by Riccati."""
+
+    def cost(A, B, Q, R):
+        n, k = B.shape
+        P, M = m.addPsdVar(n), m.addPsdVar(n + k)
+        for i in range(n + k):
+            for j in range(i + 1):
+                C = np.zeros((n, n))
+                if i < n:
+                    C[:, j] += A[:, i]
+                    C[i, :] += A[:, j]
+                elif j < n:
+                    C[:, j] += B[:, i - n]
+                constant = Q[i, j] if i < n else R[i - n, j - n] if j >= n else 0.0
+                m.addConstr(cell(i, j, n + k) * M == C * P + constant)
+        m.setObjective(np.eye(n) * P, TSO.MAXIMIZE)
+        return solved(m), P.PsdX
+
+    A, B = np.array([[0.0, 1.0], [0.0, 0.0]]), np.array([[0.0], [1.0]])  # a mass that is pushed
+    value, P = cost(A, B, np.eye(2), np.eye(1))
+    assert value == near(2 * 3**0.5) and np.allclose(P, [[3**0.5, 1], [1, 3**0.5]], atol=1e-5)
+    rng = np.random.default_rng(4)
+    A, B, Q, R = rng.normal(size=(4, 4)), rng.normal(size=(4, 2)), np.diag([1.0, 2.0, 0.5, 1.0]), np.eye(2)
+    m.reset(1)
+    value, P = cost(A, B, Q, R)
+    assert np.allclose(P, solve_continuous_are(A, B, Q, R), atol=1e-4)
+
+
+def test_beside_linear_variables(m):
+    """The least eigenvalue is the largest t with A - t * I semi-definite, and the least of <A, X> with trace 1."""
+    half = np.random.default_rng(5).normal(size=(6, 6))
+    A = half + half.T
+    least = np.linalg.eigvalsh(A)[0]
+    t, Y = m.addVar(lb=-TSO.INFINITY, name="t"), m.addPsdVar(6)
+    for i in range(6):
+        for j in range(i + 1):
+            m.addConstr(Y * cell(i, j, 6) + (i == j) * t == A[i, j])
+    m.setObjective(1 * t, TSO.MAXIMIZE)
+    assert solved(m) == near(least) == near(t.X)
+    X = m.addPsdVar(6, name="X")
+    m.addConstr(np.eye(6) * X == 1)
+    m.setObjective(t - half * X * 2 + 5)  # half is not symmetric: 2 * half counts as A
+    assert solved(m) == near(5)
+    v = np.linalg.eigh(A)[1][:, 0]
+    assert np.allclose(X.PsdX, np.outer(v, v), atol=1e-4)
+    assert (half * X).getValue() == near(np.sum(half * X.PsdX))
+
+
+def test_no_optimum(m):
+    X, corner = m.addPsdVar(2), [[1, 0], [0, 0]]
+    with pytest.raises(tso.TessolvError):
+        m.getAttr("PsdX", X)
+    with pytest.raises(tso.TessolvError):
+        (corner * X).getValue()
+    row = m.addConstr(corner * X <= -1)
+    m.optimize()
+    assert m.Status == TSO.INFEASIBLE
+    row.PsdCRHS = 1
+    m.setObjective(np.eye(2) * X, TSO.MAXIMIZE)
+    m.optimize()
+    assert m.Status == TSO.UNBOUNDED
+
+
+def test_what_is_refused_leaves_the_model(m, quiet_env):
+    X, other = m.addPsdVar(2, [[2, 1], [1, 0]]), tso.Model("other", quiet_env)
+    Z, z, huge = other.addPsdVar(2), other.addVar(), m.addPsdVar(10**6)
+    row, error = m.addConstr(np.eye(2) * X == 1), tso.TessolvError
+    for act in [
+        lambda: m.addConstr(np.eye(2) * Z <= 1), lambda: m.addConstr(np.eye(2) * X + z <= 1),
+        lambda: m.addRange(np.eye(2) * X, 0, float("nan")), lambda: m.addConstr(1e200 * (1e200 * np.eye(2) * X) <= 1),
+        lambda: m.setObjective(np.eye(2) * Z, -1), lambda: m.setObjective(np.eye(2) * X + z, -1),
+        lambda: m.setObjective(1e25 * np.eye(2) * X, -1), lambda: setattr(X, "PsdObj", 1e25 * np.eye(2)),
+        lambda: setattr(X, "PsdX", np.eye(2)), lambda: setattr(X, "Dim", 3), lambda: np.eye(2) * tso.PsdVar(),
+        lambda: m.addPsdVar(2, name="n" * 600), lambda: m.addConstr(np.eye(2) * X <= 1, "n" * 600),
+    ]:  # fmt: skip
+        with pytest.raises(error):
+            act()
+        assert (m.NumConstrs, m.NumPsdVars, m.NumPsdConstrs, m.ModelSense) == (1, 2, 1, TSO.MINIMIZE)
+        assert m.getPsdConstrs() == [row] and m.getPsdVars() == [X, huge] and len(m.getConstrs()) == 1
+        assert X.PsdObj.toarray().tolist() == [[2, 1], [1, 0]]
+    other.dispose()
+    for act in (lambda: np.eye(2) * Z, lambda: Z.PsdObj):  # of a model that is gone
+        with pytest.raises(error):
+            act()
+    huge.PsdObj = sp.eye(10**6)  # as large as can be stated, but not solved
+    assert huge.PsdObj.nnz == 10**6
+    with pytest.raises(error):
+        m.optimize()
