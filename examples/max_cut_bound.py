@@ -26,7 +26,7 @@ def solve(edges, planes=100):
     """
     n = 1 + max(node for edge in edges for node in edge)
     first, second = np.transpose(edges)
-    adjacent = sp.coo_matrix((np.ones(len(edges)), (first, second)), (n, n))  # counts as half of it, and half its mirror
+    adjacent = sp.coo_matrix((np.ones(len(edges)), (first, second)), (n, n))  # each edge once: its product counts once
 
     m = tso.Model("max-cut")
     m.setParam("OutputFlag", 0)
