@@ -2,10 +2,10 @@
 
     python examples/max_cut_bound.py
 
-The nodes are to be put on two sides so that as many edges as can be lead from one side to the other. With a number of 1 or
--1 for each node, the matrix of their products is semi-definite and has ones on its diagonal. Any such matrix instead gives
-a bound (Delorme and Poljak 1993), and random planes through the vectors of which it holds the products give cuts of 0.878
-times the bound at least, on average (Goemans and Williamson 1995).
+The nodes are to be put on two sides so that as many edges as can be lead from one side to the other. With a number of 1
+or -1 for each node, the matrix of their products is semi-definite and has ones on its diagonal. Any such matrix instead
+gives a bound (Delorme and Poljak 1993), and random planes through the vectors of which it holds the products give cuts
+of 0.878 times the bound at least, on average (Goemans and Williamson 1995).
 """
 
 import numpy as np
