@@ -143,6 +143,8 @@ def test_cutting_stock(roll, order, published):
         ("network_flow", "The plan costs 3195.40."),
         ("max_cut_bound", "The cut has 12 of 15 edges; none has more than 12.5000."),
         ("cutting_stock", "453 rolls; no way of cutting needs less than 452.25."),
+        ("sudoku", "345286179"),
+        ("pooling", "The profit is 400.00."),
         ("travelling_salesman", "The shortest tour has length 7542."),
         ("bounds_picture", "The best choice is worth 796."),
     ],
