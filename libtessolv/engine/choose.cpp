@@ -70,9 +70,8 @@ std::string in_words(const Features& f) {
     return words.empty() ? "linear rows only" : words;
 }
 
-std::unique_ptr<Engine> make_engine(EngineId id) {
-    const Maker make = kMakers[static_cast<size_t>(id)];
-    return make ? make() : nullptr;
-}
+bool is_built_in(EngineId id) { return kMakers[static_cast<size_t>(id)] != nullptr; }
+
+std::unique_ptr<Engine> make_engine(EngineId id) { return kMakers[static_cast<size_t>(id)](); }
 
 } // namespace tso::engine

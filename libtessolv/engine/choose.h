@@ -13,6 +13,7 @@ Features features_of(const Model& model, bool has_callback);
 // In words, for the log: "integer variables, a quadratic objective that is not convex".
 std::string in_words(const Features& f);
 
-std::unique_ptr<Engine> make_engine(EngineId id); // nullptr: not built in
+bool is_built_in(EngineId id);
+std::unique_ptr<Engine> make_engine(EngineId id); // of one that is built in
 
 } // namespace tso::engine

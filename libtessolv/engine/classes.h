@@ -56,7 +56,11 @@ struct ClassRow {
     bool (*test)(const Features&);
     EngineList engines;      // in order of preference: the next one tries where one fails
     std::string_view advice; // where no engine can do it: what to do
+    double patience = 0;     // seconds that each engine but the last one gets; 0: all the time there is
 };
+
+// On small problems HiGHS's method for quadratic objectives ends at once, or gets into a circle.
+inline constexpr double kQuadraticPatience = 10;
 
 // HiGHS's method for quadratic objectives is quick on small problems and slows down by the cube of their size.
 inline constexpr int kFewColumns = 300;
@@ -92,7 +96,7 @@ inline constexpr ClassRow kClasses[] = {
      EngineList(EngineId::Ipopt, EngineId::Csdp, EngineId::Scip), ""},
     {"a convex quadratic objective, up to 300 columns",
      [](const Features& f) { return f.quadratic_objective && f.columns <= kFewColumns; },
-     EngineList(EngineId::Highs, EngineId::Ipopt, EngineId::Scip), ""},
+     EngineList(EngineId::Highs, EngineId::Ipopt, EngineId::Scip), "", kQuadraticPatience},
     {"a convex quadratic objective, more than 300 columns",
      [](const Features& f) { return f.quadratic_objective; },
      EngineList(EngineId::Ipopt, EngineId::Highs, EngineId::Scip), ""},

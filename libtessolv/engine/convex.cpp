@@ -213,6 +213,40 @@ bool is_cone(const Model& model, int i, const std::vector<QuadTerm>& terms, doub
 
 } // namespace
 
+double least_shift(const std::vector<double>& matrix, int dim, double size) {
+    if (!std::all_of(matrix.begin(), matrix.end(), [](double v) { return std::isfinite(v); }))
+        return TSO_INFINITY;
+    const size_t n = static_cast<size_t>(dim);
+    const auto factorises = [&](double shift) { // by Cholesky, columns of the lower triangle
+        std::vector<double> a = matrix;
+        for (size_t k = 0; k < n; ++k) {
+            double* column = &a[k * n];
+            column[k] += shift;
+            if (!(column[k] > 0))
+                return false;
+            const double root = std::sqrt(column[k]);
+            for (size_t i = k; i < n; ++i)
+                column[i] /= root;
+            for (size_t j = k + 1; j < n; ++j) {
+                const double factor = column[j];
+                if (factor == 0)
+                    continue;
+                double* target = &a[j * n];
+                for (size_t i = j; i < n; ++i)
+                    target[i] -= factor * column[i];
+            }
+        }
+        return true;
+    };
+    double shift = 1e-9 * size;
+    if (factorises(shift))
+        return 0;
+    do
+        shift *= 10;
+    while (!factorises(shift) && shift < TSO_INFINITY);
+    return shift;
+}
+
 bool is_convex_row(const Model& model, int i) {
     const Rows& rows = model.rows();
     if (rows.kind_of(i) != RowKind::Quadratic)

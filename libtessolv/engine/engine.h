@@ -19,11 +19,18 @@ public:
     // Solution tells them. Returns TSO_OKAY, or the TSO_ABORT_... code of what ended the run (what was found is then in
     // result), or another code, with result.status TSO_STATUS_UNKNOWN. Must see run.interrupt within a second.
     //
-    // The engine failed, and the next one of the problem's class gets its try, where the code is
-    // TSO_ABORT_SOLVER_NOT_AVAILABLE (it cannot take this model; a line in the log says why) or another one than
-    // TSO_OKAY and those of limits and interrupts, where TSO_OKAY comes with TSO_STATUS_UNKNOWN or
-    // TSO_STATUS_SUB_OPTIMAL, and where an optimum does not stand the check against the model.
+    // x, psd and, where the engine has them, duals, bound and counts are the engine's to fill; activities, objective
+    // and reduced costs that it leaves empty are made of them. The answer is then checked against the model.
+    //
+    // The engine failed, and the next one of the problem's class gets its try, where the code is another one than
+    // TSO_OKAY and those of limits and interrupts (TSO_ABORT_SOLVER_NOT_AVAILABLE: it cannot take this model, and has
+    // said why in the log), where TSO_OKAY comes with TSO_STATUS_UNKNOWN or TSO_STATUS_SUB_OPTIMAL, and where an
+    // optimum does not stand the check.
     virtual int solve(Model& model, Run& run, Solution& result) = 0;
+
+    // After an answer that did not stand: the next solve is to shun what may have brought errors in. False if the
+    // engine has no other ways than those that it went.
+    virtual bool be_careful() { return false; }
 
     // Fills iis_col and iis_row of `result`. TSO_OKAY, TSO_IIS_FEASIBLE, TSO_IIS_NO_SOLN, TSO_ABORT_...
     virtual int iis(Model& model, Run& run, Solution& result) = 0;

@@ -1,4 +1,5 @@
 // What TSOoptimize and TSOcomputeIIS do around an engine.
+#include "engine/attempts.h"
 #include "engine/choose.h"
 #include "engine/progress.h"
 #include "engine/run_control.h"
@@ -11,37 +12,6 @@ namespace {
 void begin(Model& model, Run& run) {
     run.begin = Run::Clock::now();
     run.max_seconds = model.env.params().get_double(Param::MaxTime);
-}
-
-// The engine that the problem needs: the one of the last run if it is that, with what it remembers. Null, and lines in
-// the log, if there is none.
-Engine* engine_for(Model& model, bool has_callback) {
-    const Features features = features_of(model, has_callback);
-    const ClassRow& problem = class_of(features);
-    Log& log = model.env.log();
-    log.line("Class: " + std::string(problem.words));
-    for (EngineId id : problem.engines) {
-        auto* engine = dynamic_cast<Engine*>(model.session.get());
-        if (!engine || !engine->name().starts_with(row(id).name)) {
-            std::unique_ptr<Engine> made = make_engine(id);
-            if (!made)
-                continue;
-            model.session = std::move(made);
-            model.changes.drop();
-            engine = static_cast<Engine*>(model.session.get());
-        }
-        log.line("Engine: " + std::string(engine->name()));
-        return engine;
-    }
-    log.line("No engine can solve this model. It has: " + in_words(features) + ".");
-    std::string wanted;
-    for (EngineId id : problem.engines)
-        wanted += (wanted.empty() ? "" : " or ") + std::string(row(id).name);
-    if (!wanted.empty())
-        log.line("It takes " + wanted + ", which this build does not have.");
-    if (!problem.advice.empty())
-        log.line(std::string(problem.advice) + ".");
-    return nullptr;
 }
 
 // No columns, nothing to choose: the rows hold at zero or they do not.
@@ -83,22 +53,13 @@ int solve(Model& model, Run& run, bool has_callback) {
         log_result(model, TSO_OKAY);
         return TSO_OKAY;
     }
-    Engine* engine = engine_for(model, has_callback);
-    if (!engine)
-        return TSO_ABORT_SOLVER_NOT_AVAILABLE;
     model.solution = Solution();
     int code;
     if (run.remaining() <= 0) {
         code = TSO_ABORT_TIME_LIMIT;
         result.is_mip = model.is_mip();
     } else {
-        try {
-            code = engine->solve(model, run, result);
-        } catch (...) { // what the engine holds now is anybody's guess
-            model.session.reset();
-            model.changes.drop();
-            throw;
-        }
+        code = run_engines(model, run, has_callback, result);
     }
     result.total_seconds = run.elapsed();
     result.solver_seconds = result.total_seconds - result.presolve_seconds;
@@ -143,10 +104,7 @@ int compute_iis(Model& model, Run& run, bool has_callback) {
         for (double v : model.solution.dual_ray)
             found.iis_row.push_back(v != 0);
     } else {
-        Engine* engine = engine_for(model, has_callback);
-        if (!engine)
-            return TSO_ABORT_SOLVER_NOT_AVAILABLE;
-        code = engine->iis(model, run, found);
+        code = make_engine(EngineId::Highs)->iis(model, run, found);
     }
     model.solution.iis_col = std::move(found.iis_col);
     model.solution.iis_row = std::move(found.iis_row);

@@ -74,6 +74,7 @@ class HighsEngine final : public Engine {
 public:
     std::string_view name() const override { return name_; }
     int solve(Model& model, Run& run, Solution& result) override;
+    bool be_careful() override;
     int iis(Model& model, Run& run, Solution& result) override;
 
 private:
@@ -95,16 +96,15 @@ private:
                            bool relaxed = false); // the discrete variables were made continuous
 
     // highs_result.cpp
-    int try_again(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange, int code, Solution& result);
+    void shun_errors();
     int read_result(Model& model, Run& run, HighsExchange& exchange, const HighsOutcome& outcome, Solution& result);
     void read_solution(const Model& model, Solution& result);
     void finish_solution(const Model& model, Solution& result);
     void read_basis(const Model& model, Solution& result);
     void set_gaps(const Model& model, Solution& result) const;
-    bool accept(Model& model, const Solution& s) const;
 
     // highs_ray.cpp
-    void find_quadratic_ray(Model& model, Run& run, Solution& result) const;
+    bool find_quadratic_ray(Model& model, Run& run, Solution& result) const;
 
     // highs_polish.cpp
     void polish(Model& model, Run& run, Solution& result);
@@ -117,6 +117,7 @@ private:
     std::vector<int8_t> col_basis_, row_basis_;         // empty: none
     std::vector<int8_t> set_col_basis_, set_row_basis_; // the user's, as last seen
     std::vector<double> incumbent_, set_start_;         // of a MIP; the user's start values as last seen
+    bool careful_ = false;                              // the next run, or the one under way, is
     bool structure_changed_ = false;                    // since the object last had a basis of its own
 };
 

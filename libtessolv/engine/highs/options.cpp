@@ -110,6 +110,7 @@ void set_options(HighsObject& highs, const Model& model) {
         rules_off |= kProbingRule;
     highs.set("presolve_rule_off", rules_off);
     highs.set("factor_pivot_threshold", kPivotThreshold[p.get_int(Param::NumericFocus)]);
+    highs.set("qp_regularization_value", 1e-7);
     const int presolve = p.get_int(Param::Presolve);
     highs.set("presolve", presolve < 0 ? "choose" : presolve == 0 ? "off" : "on");
     highs.set("threads", std::max(1, p.get_int(Param::NumThreads)));

@@ -25,7 +25,7 @@ void HighsEngine::polish(Model& model, Run& run, Solution& result) {
             std::fabs(x[j] - std::round(x[j])) <= kClean)
             x[j] = std::round(x[j]) + 0.0; // no negative zero
     Violations v = violations_of(model, x, activity_of(model, x));
-    if (v.worst() <= kClean && v.integrality == 0) {
+    if (v.worst() <= kClean && v.integrality.by == 0) {
         take_polished(model, std::move(x), result);
         return;
     }
@@ -62,7 +62,7 @@ void HighsEngine::polish(Model& model, Run& run, Solution& result) {
             x[j] = std::clamp(x[j], lower[j], upper[j]) + 0.0;
         const Violations before = violations_of(model, result.x, result.activity);
         v = violations_of(model, x, activity_of(model, x));
-        if (v.worst() <= std::max(kClean, before.worst()) && v.integrality == 0)
+        if (v.worst() <= std::max(kClean, before.worst()) && v.integrality.by == 0)
             take_polished(model, std::move(x), result);
     }
     Highs_changeColsBoundsByRange(h, 0, n - 1, own_lower.data(), own_upper.data());

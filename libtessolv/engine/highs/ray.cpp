@@ -6,7 +6,7 @@
 
 namespace tso::engine {
 
-void HighsEngine::find_quadratic_ray(Model& model, Run& run, Solution& result) const {
+bool HighsEngine::find_quadratic_ray(Model& model, Run& run, Solution& result) const {
     const Columns& cols = model.cols();
     const Rows& rows = model.rows();
     const int n = cols.size();
@@ -60,9 +60,10 @@ void HighsEngine::find_quadratic_ray(Model& model, Run& run, Solution& result) c
         run, flag, [object] { Highs_run(object->get()); }, [] {});
     if (!ended || Highs_getModelStatus(object->get()) != kHighsModelStatusOptimal ||
         Highs_getObjectiveValue(object->get()) >= -1e-7)
-        return;
+        return false;
     result.primal_ray.resize(n);
     Highs_getSolution(object->get(), result.primal_ray.data(), nullptr, nullptr, nullptr);
+    return true;
 }
 
 } // namespace tso::engine

@@ -10,7 +10,6 @@ namespace {
 
 constexpr double kFeasibilityFactor = 10; // what an answer may violate, in tolerances of the engine: it scales
 constexpr double kLeastFeasibility = 1e-6;
-constexpr double kOptimalityGap = 1e-5; // relative, of what duals prove for a quadratic objective
 
 struct StatusRow {
     int highs;
@@ -117,81 +116,38 @@ int HighsEngine::solve(Model& model, Run& run, Solution& result) {
     exchange->pool_size = result.is_mip ? model.env.params().get_int(Param::MIP_SolutionPoolSize) : 1;
     exchange->stalling_nodes = model.env.params().get_int(Param::MIP_MaxStallingNodes);
     const HighsExtras extras = add_extras(model);
-    if (result.is_mip)
+    if (careful_)
+        shun_errors();
+    else if (result.is_mip)
         start_from_solution(model);
     else if (!has_quadratic_)
         start_from_basis(model);
-    HighsOutcome outcome = run_highs(model, run, exchange);
-    int code = read_result(model, run, *exchange, outcome, result);
-    const bool gave_up = code == TSO_SIMPLEX_NUMERIC || code == TSO_INTERIOR_NUMERIC;
-    if (gave_up || (result.status == TSO_STATUS_OPTIMAL && !accept(model, result)))
-        code = try_again(model, run, exchange, code, result);
+    const HighsOutcome outcome = run_highs(model, run, exchange);
+    const int code = read_result(model, run, *exchange, outcome, result);
     if (object_)
         remove_extras(model, extras);
     if (result.is_mip)
         polish(model, run, result);
-    if (has_quadratic_ && result.status == TSO_STATUS_UNBOUNDED)
-        find_quadratic_ray(model, run, result);
+    // What is convex and has no end has a direction without one: without it, HiGHS went wrong.
+    if (has_quadratic_ && result.status == TSO_STATUS_UNBOUNDED && !find_quadratic_ray(model, run, result) &&
+        !run.interrupt.load() && run.remaining() > 0)
+        result.status = TSO_STATUS_UNKNOWN;
+    careful_ = false;
     return code;
 }
 
-// A second try that shuns what may have brought the errors in.
-int HighsEngine::try_again(Model& model, Run& run, const std::shared_ptr<HighsExchange>& exchange, int code,
-                           Solution& result) {
-    if (!object_)
-        return code;
-    model.env.log().line("Running again without presolve and scaling.");
+// A run from the beginning, without what may have brought the errors in.
+void HighsEngine::shun_errors() {
     Highs_clearSolver(object_->get());
     object_->set("presolve", "off");
     object_->set("simplex_scale_strategy", 0);
     object_->set("qp_regularization_value", 0.0);
-    Solution second;
-    second.is_mip = result.is_mip;
-    const HighsOutcome outcome = run_highs(model, run, exchange);
-    const int second_code = read_result(model, run, *exchange, outcome, second);
-    if (object_)
-        object_->set("qp_regularization_value", 1e-7);
-    const bool first_holds = result.status == TSO_STATUS_OPTIMAL; // but for its violations
-    if (second_code == TSO_OKAY && (second.status != TSO_STATUS_OPTIMAL || accept(model, second))) {
-        second.simplex_iterations += result.simplex_iterations;
-        second.ipm_iterations += result.ipm_iterations;
-        second.nodes += result.nodes;
-        result = std::move(second);
-        return TSO_OKAY;
-    }
-    if (first_holds)
-        result.status = TSO_STATUS_SUB_OPTIMAL;
-    else if (second.has_primal())
-        result = std::move(second);
-    return second_code == TSO_ABORT_INTERRUPTED || second_code == TSO_ABORT_TIME_LIMIT ? second_code : code;
+    object_->set("solver", "choose"); // rather than what the user asked for
+    object_->set("run_crossover", "on");
 }
 
-// Whether an answer that HiGHS calls optimal holds in the user's units; says in the log what does not.
-bool HighsEngine::accept(Model& model, const Solution& s) const {
-    if (s.x.empty())
-        return true;
-    const Params& p = model.env.params();
-    const double tolerance =
-        std::max(kLeastFeasibility, kFeasibilityFactor * p.get_double(s.is_mip ? Param::MIP_IntegerTolerance
-                                                                               : Param::SPX_PrimalTolerance));
-    const Violations v = violations_of(model, s.x, s.activity);
-    Log& log = model.env.log();
-    if (v.worst() > tolerance) {
-        log.printf("The solution violates bounds by %.2g and rows by %.2g (relative).", v.bound, v.row);
-        return false;
-    }
-    if (s.is_mip && v.integrality > kFeasibilityFactor * p.get_double(Param::MIP_IntegerTolerance)) {
-        log.printf("The solution is %.2g away from integers.", v.integrality);
-        return false;
-    }
-    if (has_quadratic_ && !s.dual.empty()) {
-        const double gap = complementarity(model, s.x, s.activity, reduced_costs(model, s.x, s.dual), s.dual) /
-                           std::max(1.0, std::fabs(s.objective));
-        if (!(gap <= kOptimalityGap)) {
-            log.printf("The dual values prove the objective only up to %.2g (relative).", gap);
-            return false;
-        }
-    }
+bool HighsEngine::be_careful() {
+    careful_ = true;
     return true;
 }
 
@@ -311,7 +267,7 @@ void HighsEngine::finish_solution(const Model& model, Solution& result) {
             const Violations v = violations_of(model, e.x, activity_of(model, e.x));
             const bool duplicate = std::any_of(result.pool.begin(), result.pool.end(),
                                                [&](const PoolEntry& o) { return same_solution(o.x, e.x); });
-            if (v.worst() <= tolerance && v.integrality <= tolerance && !duplicate)
+            if (v.worst() <= tolerance && v.integrality.by <= tolerance && !duplicate)
                 result.pool.push_back(std::move(e));
             else if (result.status == TSO_STATUS_OPTIMAL && &e == &found.back() && !duplicate)
                 result.pool.push_back(std::move(e)); // shown with its faults: what is called optimal is checked again
@@ -331,15 +287,6 @@ void HighsEngine::finish_solution(const Model& model, Solution& result) {
     if (!result.x.empty()) {
         result.activity = activity_of(model, result.x);
         result.objective = objective_of(model, result.x);
-        // What a limit has left of an LP is worth telling only if it is feasible.
-        const double tolerance =
-            std::max(kLeastFeasibility, kFeasibilityFactor * p.get_double(Param::SPX_PrimalTolerance));
-        if (!result.is_mip && result.status != TSO_STATUS_OPTIMAL &&
-            violations_of(model, result.x, result.activity).worst() > tolerance) {
-            result.x.clear();
-            result.activity.clear();
-            result.objective = 0;
-        }
     }
     if (!result.is_mip && !result.dual.empty())
         result.bound = result.objective - model.sense() * complementarity(model, result.x, result.activity,

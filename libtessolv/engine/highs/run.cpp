@@ -259,7 +259,7 @@ HighsOutcome HighsEngine::run_highs(Model& model, Run& run, const std::shared_pt
     job.max_seconds = run.max_seconds;
     job.mip = model.is_mip() && !relaxed;
     job.quadratic = has_quadratic_;
-    job.first_order = !model.is_mip() && !job.quadratic && p.get_int(Param::Method) == 4;
+    job.first_order = !model.is_mip() && !job.quadratic && !careful_ && p.get_int(Param::Method) == 4;
     job.threads = std::max(1, p.get_int(Param::NumThreads));
     if (job.mip)
         job.cost = model.cols().cost;
