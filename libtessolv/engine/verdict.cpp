@@ -3,17 +3,22 @@
 #include "engine/check.h"
 #include "engine/convex.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <map>
 
 namespace tso::engine {
 namespace {
 
 constexpr double kFactor = 10; // what an answer may violate, in tolerances of the engine: it scales and presolves
 constexpr double kLeastTolerance = 1e-6;
-constexpr double kGap = 1e-5;           // relative, between primal and dual objective
+constexpr double kGap = 1e-5; // relative, between primal and dual objective
+constexpr double kCurvedGap = 1e-3;
 constexpr double kFirstOrderGap = 1e-3; // of a method of which moderate accuracy is promised
 // A quadratic method's gradients are less exact than a basic solution's reduced costs.
 constexpr double kQuadraticFactor = 100;
+constexpr double kTip = 1e-3;       // relative; a point nearer to a tip than a solution can tell from it
 constexpr double kSlackCone = 1e-6; // relative, for the dual slack of semi-definite variables
 
 std::string formatted(const char* format, const std::string& name, double v) {
@@ -110,6 +115,51 @@ bool take_cones(const Model& model, const Solution& s, Prices& prices, std::stri
     return true;
 }
 
+// Whether some quadratic row is tight where its gradient vanishes, as at the tip of a cone: no dual value of that row
+// proves anything there.
+bool at_a_tip(const Model& model, const Solution& s) {
+    const Rows& rows = model.rows();
+    if (model.num_quadratic_rows() == 0)
+        return false;
+    std::map<int, double> gradient;
+    for (int i = 0; i < rows.size(); ++i) {
+        if (rows.kind_of(i) != RowKind::Quadratic)
+            continue;
+        gradient.clear();
+        double size = 0;
+        const auto add = [&](int j, double v) {
+            gradient[j] += v;
+            size = std::max(size, std::fabs(v));
+        };
+        const auto c = rows.matrix.columns_of(i);
+        const auto a = rows.matrix.values_of(i);
+        for (size_t k = 0; k < c.size(); ++k)
+            add(c[k], a[k]);
+        double coefficient = 0;
+        for (const QuadTerm& t : rows.quadratic[i]) {
+            coefficient = std::max(coefficient, std::fabs(t.value));
+            add(t.row, t.value * s.x[t.col]);
+            add(t.col, t.value * s.x[t.row]);
+        }
+        if (std::all_of(gradient.begin(), gradient.end(),
+                        [&](const auto& g) { return std::fabs(g.second) <= kTip * std::max(size, coefficient); }))
+            return true;
+    }
+    return false;
+}
+
+// `searched`: by branch and bound, which may end at the gap that the user is content with.
+std::string fault_of_gap(const Model& model, const Solution& s, bool searched) {
+    if (std::isnan(s.bound))
+        return "";
+    const Params& p = model.env.params();
+    const double size = std::fabs(s.objective), gap = model.sense() * (s.objective - s.bound);
+    const double wanted = searched ? p.get_double(Param::MIP_GapAbs) + p.get_double(Param::MIP_GapRel) * size : 0;
+    if (gap <= wanted + kGap * std::max(1.0, size))
+        return "";
+    return formatted("%sobjective and bound are %.2g apart", "", gap);
+}
+
 // Of a convex problem.
 std::string fault_of_duals(const Model& model, const Solution& s, double& known_gap) {
     const Params& p = model.env.params();
@@ -120,7 +170,10 @@ std::string fault_of_duals(const Model& model, const Solution& s, double& known_
     const bool first_order = p.get_int(Param::Method) == 4;
     const bool quadratic = !model.quadratic().empty() || model.num_quadratic_rows() > 0 || !s.psd.empty();
     const double tolerance = (quadratic ? kQuadraticFactor : kFactor) * p.get_double(Param::SPX_DualTolerance);
-    Prices prices(first_order ? kFirstOrderGap : std::max(kLeastTolerance, tolerance), quadratic);
+    // An error in the price of a curved row costs its square only, which the engine's own bound shows.
+    const bool curved = model.num_quadratic_rows() > 0 && !std::isnan(s.bound) && fault_of_gap(model, s, false).empty();
+    const double coarse = first_order ? kFirstOrderGap : curved ? kCurvedGap : 0;
+    Prices prices(std::max({kLeastTolerance, tolerance, coarse}), quadratic);
     std::vector<double> size;
     const std::vector<double> d = reduced_costs(model, s.x, s.dual, &size);
     double largest = 1; // cost
@@ -137,19 +190,9 @@ std::string fault_of_duals(const Model& model, const Solution& s, double& known_
         return formatted("%sdual values have the wrong sign, by %.2g (relative)", "", prices.wrong());
     known_gap = prices.gap();
     const double gap = known_gap / std::max(1.0, std::fabs(s.objective));
-    if (!(gap <= (first_order ? kFirstOrderGap : kGap)))
+    if (!(gap <= std::max(kGap, coarse)))
         return formatted("%sthe dual values prove the objective only up to %.2g (relative)", "", gap);
     return "";
-}
-
-std::string fault_of_gap(const Model& model, const Solution& s) {
-    if (std::isnan(s.bound))
-        return "";
-    const Params& p = model.env.params();
-    const double size = std::fabs(s.objective), gap = model.sense() * (s.objective - s.bound);
-    if (gap <= p.get_double(Param::MIP_GapAbs) + p.get_double(Param::MIP_GapRel) * size + kGap * std::max(1.0, size))
-        return "";
-    return formatted("%sobjective and bound are %.2g apart", "", gap);
 }
 
 } // namespace
@@ -194,8 +237,11 @@ Verdict judge(const Model& model, const Features& f, const Solution& s) {
     if (!verdict.feasible)
         return verdict;
     const bool convex = !f.discrete() && !f.logical() && f.convex && f.convex_rows;
-    verdict.fault = convex && (!s.dual.empty() || !s.reduced_cost.empty()) ? fault_of_duals(model, s, verdict.gap)
-                                                                           : fault_of_gap(model, s);
+    const bool duals = convex && (!s.dual.empty() || !s.reduced_cost.empty());
+    if (duals)
+        verdict.fault = fault_of_duals(model, s, verdict.gap);
+    if (!duals || (!verdict.fault.empty() && at_a_tip(model, s)))
+        verdict.fault = fault_of_gap(model, s, !duals);
     verdict.optimal = verdict.fault.empty();
     return verdict;
 }

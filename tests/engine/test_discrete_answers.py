@@ -119,18 +119,19 @@ def test_unbounded_and_infeasible_are_told_apart(build, run):
 
 
 def test_what_no_engine_can_do_is_refused(build, run, library, tmp_path):
-    refused = capi.ABORT_SOLVER_NOT_AVAILABLE
     not_binary = build([1, 1], types="BC")
     not_binary.addindicator(0, 1, [1], [1.0], "<", 1.0)
     not_binary.set("VType", [0], "C")
-    for m, words in ((not_binary, "not binary any more"),):
+    mixed = build([1.0, 1.0], types="IC")
+    mixed.addpsdvar(2, [(0, 0, 1.0)])
+    for m, words in ((not_binary, "not binary any more"), (mixed, "Make the integers continuous")):
         log = tmp_path / "log"
         log.unlink(missing_ok=True)
         env = m.dll.TSOgetenv(m.handle)
         library.call("TSOsetintparam", env, capi.text("OutputFlag"), 1)
         library.call("TSOsetintparam", env, capi.text("LogToConsole"), 0)
         library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(str(log)))
-        assert run(m)[0] == refused
+        assert run(m)[0] == capi.ABORT_SOLVER_NOT_AVAILABLE
         assert words in log.read_text()
 
 
