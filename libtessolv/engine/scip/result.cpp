@@ -57,7 +57,7 @@ void tidy(const Model& model, std::vector<double>& x, double tolerance) {
     }
     const Violations before = violations_of(model, x, activity_of(model, x));
     const Violations after = violations_of(model, y, activity_of(model, y));
-    if (after.worst() <= std::max({kClean, before.worst(), before.integrality}))
+    if (after.worst() <= std::max({kClean, before.worst(), before.integrality.by}))
         x = std::move(y);
 }
 
@@ -189,7 +189,7 @@ void ScipEngine::read_pool(const Model& model, std::vector<std::vector<double>> 
         const Violations v = violations_of(model, x, activity_of(model, x));
         // The one that SCIP calls optimal is shown with its faults: it is checked again.
         const bool shown = &x == &found.front() && result.status == TSO_STATUS_OPTIMAL;
-        if (!shown && (v.worst() > tolerance || v.integrality > tolerance))
+        if (!shown && (v.worst() > tolerance || v.integrality.by > tolerance))
             continue;
         if (std::any_of(result.pool.begin(), result.pool.end(),
                         [&](const PoolEntry& o) { return same_solution(o.x, x); }))
