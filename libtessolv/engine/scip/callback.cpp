@@ -286,7 +286,7 @@ int ScipCallback::offer_solution(const double* solution, double* objective, bool
             x[j] = std::round(x[j]);
     const double value = objective_of(model_, x);
     const Violations v = violations_of(model_, x, activity_of(model_, x));
-    if (std::max(v.worst(), v.integrality) > 1e-6)
+    if (std::max(v.worst(), v.integrality.by) > 1e-6)
         return answer(kWrong, value);
     const double best = SCIPgetPrimalbound(scip());
     if (std::fabs(best) < TSO_INFINITY && model_.sense() * (best - value) <= 1e-9 * std::max(1.0, std::fabs(best)))
