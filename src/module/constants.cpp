@@ -11,10 +11,11 @@ namespace tsp {
 namespace {
 
 // A plain class without bases but object.
-Ref make_class(const char* name) {
+Ref make_class(const char* name, const char* doc) {
     Ref members = Ref::steal(PyDict_New());
     Ref module = Ref::steal(PyUnicode_FromString("tessolvpy"));
     checked(PyDict_SetItemString(members.get(), "__module__", module.get()));
+    checked(PyDict_SetItemString(members.get(), "__doc__", chars2str(doc).get()));
     return Ref::steal(PyObject_CallFunction(as_object(&PyType_Type), "s()O", name, members.get()));
 }
 
@@ -52,7 +53,7 @@ const char* type_text(ParamType type) {
 }
 
 Ref attr_class() {
-    Ref cls = make_class("AttrConstClass");
+    Ref cls = make_class("AttrConstClass", "The names of attributes.\n\nExample: m.getAttr(TSO.Attr.ObjVal)");
     for (const AttrRow& row : kAttrs)
         add_value(cls.get(), row.name, text(row.name),
                   Ref::steal(PyUnicode_FromFormat("Type: %s\nDesc: %s", row.type.data(), row.text.data())));
@@ -60,7 +61,8 @@ Ref attr_class() {
 }
 
 Ref param_class() {
-    Ref cls = make_class("ParamConstClass");
+    Ref cls =
+        make_class("ParamConstClass", "The names of parameters.\n\nExample: m.setParam(TSO.Param.MIP_GapRel, 0.01)");
     for (const ParamRow& row : kParams)
         add_value(cls.get(), row.name, text(row.name),
                   Ref::steal(PyUnicode_FromFormat("Type: %s\nDesc: %s", type_text(row.type), row.text.data())));
@@ -68,7 +70,9 @@ Ref param_class() {
 }
 
 Ref callback_class() {
-    Ref cls = make_class("CallbackClass");
+    Ref cls = make_class(
+        "CallbackClass",
+        "The codes of places that call back, and of what they know.\n\nExample: where == TSO.Callback.MIPSOL");
     for (const WhereRow& row : kWhereCodes)
         add_value(cls.get(), row.name, number(row.code),
                   Ref::steal(PyUnicode_FromFormat("Code = %d\nDesc: %s", row.code, row.text.data())));
@@ -82,7 +86,10 @@ Ref callback_class() {
 } // namespace
 
 void build_constants(Borrowed module) {
-    Ref errors = make_class("ErrorConstClass"), statuses = make_class("StatusConstClass");
+    Ref errors = make_class("ErrorConstClass", "The codes of errors.\n\n"
+                                               "Example: error.errno == TSO.Error.NO_SOLN");
+    Ref statuses = make_class("StatusConstClass", "The values of the attribute Status.\n\n"
+                                                  "Example: m.Status == TSO.Status.OPTIMAL");
     Ref attrs = attr_class();
     Ref attr = call(attrs.get());
     set(module, "attr", Ref::borrow(attr.get()));
@@ -93,7 +100,10 @@ void build_constants(Borrowed module) {
     Ref callback = call(callbacks.get());
     set(module, "callback", Ref::borrow(callback.get()));
 
-    Ref tso = make_class("TSO");
+    Ref tso =
+        make_class("TSO", "All constants: numbers and signs, codes of errors and statuses, and under Attr, Param,\n"
+                          "Callback, Error and Status the names and codes of one kind each.\n\n"
+                          "Example: m.ModelSense = TSO.MAXIMIZE; x.vtype = TSO.INTEGER");
     Ref attr_getter = constant_function(attr.get()), param_getter = constant_function(param.get()),
         callback_getter = constant_function(callback.get());
     set(tso.get(), "Attr", documented_constant(attr_getter.get(), attrs.get()));

@@ -19,8 +19,9 @@ PyObject* return_self(PyObject* self, PyObject*, PyObject*) {
     Py_INCREF(self);
     return self;
 }
-PyMethodDef return_self_def = {"get", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&return_self)),
-                               METH_VARARGS | METH_KEYWORDS, nullptr};
+PyMethodDef return_self_def = {
+    "get", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&return_self)), METH_VARARGS | METH_KEYWORDS,
+    "get($self, /, *args, **kwargs)\n--\n\nThe value that this stands for; arguments are not looked at."};
 
 } // namespace
 

@@ -21,9 +21,6 @@ c2 = m.addConstr(x - y >= -1)
 m.setObjective(x + 2 * y + z, TSO.MAXIMIZE)
 m.optimize()
 e, q, col, env = x + 2 * y + 1, x * y + x, Column([1.0, 2.0], [c1, c2]), Env()
-m.write("diet.lp")
-m.write("trial1.prm")
-m.write("fast.prm")
 """
 ARRAYS = """
 A, b, w, Q = numpy.ones((2, 3)), numpy.ones(2), numpy.ones(3), numpy.eye(3)
@@ -32,8 +29,10 @@ m.optimize()
 a = m.addVar()
 """
 IN_RUNS = "Model.cb*"  # only compiled: what they may do depends on the place in a run
+FILES = "[m.write(name) for name in ('diet.lp', 'trial1.prm', 'fast.prm')]"
 # Further things for names that fit a pattern.
 MORE = {
+    "*read*": FILES,
     "MVar*": ARRAYS + "x = m.addMVar((2, 2))\na, b_, c, d = m.getVars()[:4]",
     "MVar.[fn][re][ow]*": "b = b_",
     "MVar.[CgT]*": "m.optimize()",

@@ -66,8 +66,15 @@ def test_signature(name):
             function(*given, **named, no_such_argument=1)
 
 
+def test_every_class_names_its_own_class():
+    classes = [member for name, (owner, member) in CALLED.items() if isinstance(member, type)]
+    assert all(cls.__getmetaclass__() is type(cls) for cls in classes)
+    assert inspect.signature(tessolvpy.TSO.callback)
+
+
 def test_constants_tell_what_they_are():
     for table in ("Attr", "Param", "Callback"):
         cls = type(getattr(tessolvpy.TSO, table))
         assert cls.__name__ in inspect.getdoc(getattr(type(tessolvpy.TSO), table))
+        assert "Example: " in cls.__doc__
         assert all(inspect.getdoc(member) for key, member in vars(cls).items() if key[0] != "_")
