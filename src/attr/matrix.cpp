@@ -78,10 +78,68 @@ SymRef read_dense(Borrowed x, int dim) {
     return SymRef(new SymMatrix(dim, true, std::move(entries)));
 }
 
-// One of the arrays of a matrix in coordinate form.
-Ref coordinates(Borrowed coo, const char* name) {
-    Ref array = Ref::steal(PyObject_GetAttrString(coo, name));
+// ---- Sparse ----
+
+Ref indices(Borrowed sparse, const char* name) {
+    Ref array = Ref::steal(PyObject_GetAttrString(sparse, name));
     return Ref::steal(PyArray_FROMANY(array.get(), NPY_INT64, 1, 1, NPY_ARRAY_CARRAY_RO | NPY_ARRAY_FORCECAST));
+}
+const int64_t* data_of(const Ref& indices) {
+    return static_cast<const int64_t*>(PyArray_DATA(as_array(indices.get())));
+}
+
+[[noreturn]] void no_fit() { raise(PyExc_ValueError, "the indices of the sparse matrix do not fit its shape"); }
+
+// The entries of a sparse matrix, in the lower triangle: half of each that is not on the diagonal, so that those of a
+// symmetric matrix find themselves again. Nothing that SciPy tells of its arrays is trusted.
+class LowerEntries {
+public:
+    LowerEntries(Borrowed data, int dim) : dim_(dim) {
+        Ref numbers = real_numbers(Ref::steal(PyArray_FROM_O(data)));
+        numbers_ = Ref::steal(PyArray_FROMANY(numbers.get(), NPY_FLOAT64, 1, 1, NPY_ARRAY_CARRAY_RO));
+        entries.reserve(static_cast<std::size_t>(size()));
+    }
+    npy_intp size() const { return PyArray_SIZE(as_array(numbers_.get())); }
+
+    // The k-th number, which stands at (i, j) or at (j, i).
+    void add(int64_t i, int64_t j, npy_intp k) {
+        if (i < 0 || i >= dim_ || j < 0 || j >= dim_)
+            no_fit();
+        double value = static_cast<const double*>(PyArray_DATA(as_array(numbers_.get())))[k];
+        if (!std::isfinite(value))
+            not_finite(value, static_cast<npy_intp>(i), static_cast<npy_intp>(j));
+        entries.push_back(
+            {static_cast<int>(std::max(i, j)), static_cast<int>(std::min(i, j)), i == j ? value : 0.5 * value});
+    }
+    std::vector<SymEntry> entries;
+
+private:
+    Ref numbers_;
+    int dim_;
+};
+
+// By rows (csr) or by columns (csc), which is the same for the symmetric part.
+void read_compressed(Borrowed x, int dim, LowerEntries& to, bool by_rows) {
+    Ref starts = indices(x, "indptr"), minors = indices(x, "indices");
+    npy_intp count = std::min(PyArray_SIZE(as_array(minors.get())), to.size());
+    const int64_t *start = data_of(starts), *minor = data_of(minors);
+    if (PyArray_SIZE(as_array(starts.get())) != npy_intp{dim} + 1 || start[0] < 0)
+        no_fit();
+    for (int i = 0; i < dim; ++i) {
+        if (start[i] > start[i + 1] || start[i + 1] > count)
+            no_fit();
+        for (int64_t k = start[i]; k < start[i + 1]; ++k)
+            by_rows ? to.add(i, minor[k], k) : to.add(minor[k], i, k);
+    }
+}
+
+void read_coordinates(Borrowed x, LowerEntries& to) {
+    Ref rows = indices(x, "row"), cols = indices(x, "col");
+    npy_intp count = to.size();
+    if (PyArray_SIZE(as_array(rows.get())) != count || PyArray_SIZE(as_array(cols.get())) != count)
+        no_fit();
+    for (npy_intp k = 0; k < count; ++k)
+        to.add(data_of(rows)[k], data_of(cols)[k], k);
 }
 
 SymRef read_sparse(Borrowed x, int dim) {
@@ -90,32 +148,24 @@ SymRef read_sparse(Borrowed x, int dim) {
         raise(PyExc_ValueError, "Expect a square matrix, not one of shape %S", shape.get());
     require_shape(PyNumber_AsSsize_t(PyTuple_GET_ITEM(shape.get(), 0), nullptr),
                   PyNumber_AsSsize_t(PyTuple_GET_ITEM(shape.get(), 1), nullptr), dim);
-    // SciPy converts between its forms without looking at the indices.
-    if (checked(PyObject_HasAttrString(x, "check_format")))
-        Ref::steal(PyObject_CallMethod(x, "check_format", "O", Py_True));
-    Ref coo = Ref::steal(PyObject_CallMethod(x, "tocoo", "O", Py_False));
-    Ref row = coordinates(coo.get(), "row"), col = coordinates(coo.get(), "col");
-    Ref data = Ref::steal(PyObject_GetAttrString(coo.get(), "data"));
-    data = real_numbers(Ref::steal(PyArray_FROM_O(data.get())));
-    npy_intp count = PyArray_SIZE(as_array(row.get()));
-    data = Ref::steal(PyArray_FROMANY(data.get(), NPY_FLOAT64, 1, 1, NPY_ARRAY_CARRAY_RO));
-    if (PyArray_SIZE(as_array(col.get())) != count || PyArray_SIZE(as_array(data.get())) != count)
-        raise(PyExc_ValueError, "the indices of the sparse matrix do not fit its entries");
-    auto* rows = static_cast<const int64_t*>(PyArray_DATA(as_array(row.get())));
-    auto* cols = static_cast<const int64_t*>(PyArray_DATA(as_array(col.get())));
-    auto* values = static_cast<const double*>(PyArray_DATA(as_array(data.get())));
-    std::vector<SymEntry> entries;
-    entries.reserve(static_cast<std::size_t>(count));
-    for (npy_intp k = 0; k < count; ++k) {
-        if (rows[k] < 0 || rows[k] >= dim || cols[k] < 0 || cols[k] >= dim)
-            raise(PyExc_ValueError, "the indices of the sparse matrix do not fit its shape");
-        if (!std::isfinite(values[k]))
-            not_finite(values[k], static_cast<npy_intp>(rows[k]), static_cast<npy_intp>(cols[k]));
-        auto [low, high] = std::minmax(static_cast<int>(rows[k]), static_cast<int>(cols[k]));
-        entries.push_back({high, low, low == high ? values[k] : 0.5 * values[k]});
+    Ref format = Ref::steal(PyObject_GetAttrString(x, "format")), matrix = Ref::borrow(x);
+    auto is = [&](const char* name) {
+        return PyUnicode_Check(format.get()) && PyUnicode_CompareWithASCIIString(format.get(), name) == 0;
+    };
+    bool by_rows = is("csr"), compressed = by_rows || is("csc");
+    if (!compressed && !is("coo")) {
+        if (checked(PyObject_HasAttrString(x, "check_format"))) // SciPy converts without looking at the indices
+            Ref::steal(PyObject_CallMethod(x, "check_format", "O", Py_True));
+        matrix = Ref::steal(PyObject_CallMethod(x, "tocoo", "O", Py_False));
     }
-    merge_entries(entries);
-    return SymRef(new SymMatrix(dim, false, std::move(entries)));
+    Ref data = Ref::steal(PyObject_GetAttrString(matrix.get(), "data"));
+    LowerEntries lower(data.get(), dim);
+    if (compressed)
+        read_compressed(matrix.get(), dim, lower, by_rows);
+    else
+        read_coordinates(matrix.get(), lower);
+    merge_entries(lower.entries);
+    return SymRef(new SymMatrix(dim, false, std::move(lower.entries)));
 }
 
 Ref dense_object(const SymMatrix& m, double factor) {

@@ -43,6 +43,32 @@ struct EntryArrays {
     int count() const { return static_cast<int>(value.size()); }
 };
 
+// Handles that enter the lists of the mirror before the solver is asked: a variable could not be taken back from it if
+// there were no memory then. Unless all goes well, the lists get their old length again.
+class Ahead {
+public:
+    explicit Ahead(std::initializer_list<PyObject*> lists) {
+        for (PyObject* list : lists)
+            if (list)
+                lists_.emplace_back(Ref::borrow(list), PyList_GET_SIZE(list));
+    }
+    Ahead(const Ahead&) = delete;
+    Ahead& operator=(const Ahead&) = delete;
+    ~Ahead() {
+        if (lists_.empty())
+            return;
+        SavedError saved;
+        for (auto& [list, size] : lists_)
+            for (Py_ssize_t n = PyList_GET_SIZE(list.get()); n > size; --n) // one by one needs no memory
+                if (PyList_SetSlice(list.get(), n - 1, n, nullptr) < 0)
+                    PyErr_Clear();
+    }
+    void keep() { lists_.clear(); }
+
+private:
+    std::vector<std::pair<Ref, Py_ssize_t>> lists_;
+};
+
 // A dimension: an int, or what is as good as one.
 int checked_dim(Borrowed dim) {
     Ref number = Ref::steal(PyNumber_Index(dim));
@@ -78,10 +104,11 @@ Ref model_addPsdVar(Model& self, const Call& call) {
     if (!name)
         name = (empty = chars2str("")).get();
     Chars text = str2chars(name);
-    Ref list = Ref::borrow(mirror(self.psdvars_));
-    Ref handle = new_handle(state().psdvar, self.mdl_, static_cast<int>(PyList_GET_SIZE(list.get())));
+    PyObject* list = mirror(self.psdvars_);
+    Ahead ahead{list};
+    Ref handle = append_handle(list, state().psdvar, self);
     check(TSOaddpsdvar(self.mdl_, n, cost.count(), cost.row.data(), cost.col.data(), cost.value.data(), text));
-    checked(PyList_Append(list.get(), handle.get()));
+    ahead.keep();
     return handle;
 }
 
@@ -105,13 +132,17 @@ Ref add_psd_row(Model& self, Borrowed expr, Borrowed lower, Borrowed upper, cons
     std::sort(variables.begin(), variables.end());
     variables.erase(std::unique(variables.begin(), variables.end()), variables.end());
     mirror(self.constrs_);
-    model_getPsdConstrs(self); // the view of the rows that the new handle goes into
+    model_getPsdConstrs(self); // makes the list if there was none
+    Ahead ahead{self.constrs_, self.qconstrs_, self.psdconstrs_};
+    add_constr_object(self);
+    PyObject* rows = mirror(self.psdconstrs_);
+    Ref row = Ref::borrow(PyList_GET_ITEM(rows, PyList_GET_SIZE(rows) - 1));
     check(TSOaddrangepsdconstr(self.mdl_, static_cast<int>(linear.index.size()), static_cast<int>(variables.size()),
                                entries.count(), linear.index.data(), linear.value.data(), entries.variable.data(),
                                entries.row.data(), entries.col.data(), entries.value.data(), sides.lower, sides.upper,
                                name));
-    add_constr_object(self);
-    return Ref::borrow(PyList_GET_ITEM(self.psdconstrs_, PyList_GET_SIZE(self.psdconstrs_) - 1));
+    ahead.keep();
+    return row;
 }
 
 Ref model_addPsdConstr(Model& self, const Call& call) {

@@ -46,7 +46,10 @@ def test_forms_of_a_matrix(stub, built):
     m, X, *_ = built
     arrays = [A, A.astype(int), A.astype("f4"), A.astype(">f8"), A.astype(object), A[::-1, ::-1][::-1, ::-1], A.T]
     arrays += [np.asfortranarray(A), A.tolist()]
-    for matrix in [*arrays, *(form(A) for form in (sp.csr_matrix, sp.coo_array, sp.dok_matrix, sp.dia_matrix))]:
+    for matrix in [
+        *arrays,
+        *(form(A) for form in (sp.csr_matrix, sp.csc_array, sp.coo_array, sp.dok_matrix, sp.dia_matrix, sp.bsr_array)),
+    ]:
         for e in (matrix * X, X * matrix, tso.PsdExpr(matrix, X), tso.PsdExpr([matrix], [X])):
             coefficient = e.getCoeff(0)
             assert type(coefficient) is (sp.csr_matrix if sp.issparse(matrix) else np.ndarray)
@@ -69,8 +72,10 @@ def test_matrices_that_are_none(stub, built):
     none = "Expect a symmetric matrix: a NumPy array, a SciPy sparse matrix or a list of lists, not "
     square, wrong = "Expect a square matrix, not one of shape ", "a matrix of shape {} does not fit a semi-definite "
     wrong += "variable of dimension 2"
-    damaged, outside = sp.csr_matrix(A), sp.coo_matrix(A)
+    damaged, outside, falling, long = sp.csr_matrix(A), sp.coo_matrix(A), sp.csc_matrix(A), sp.csr_matrix(A)
     damaged.indices = np.array([0, 7, 0, 1], dtype=np.int32)
+    falling.indptr[1] = -1
+    long.indptr[2] = 50
     outside.row[:] = 5
     for bad, error, expected in [
         (np.ones((2, 3)), ValueError, square + "(2, 3)"), (sp.csr_matrix((3, 2)), ValueError, square + "(3, 2)"),
@@ -81,6 +86,7 @@ def test_matrices_that_are_none(stub, built):
         (sp.csr_matrix([[0, 0], [0, np.inf]]), ValueError, "the matrix has an infinite entry at [1, 1]"),
         (1j * A, TypeError, "Expect a matrix of real numbers, not of complex128"), (damaged, ValueError, None),
         ([["a", "b"], ["c", "d"]], TypeError, None), ([[x, x], [x, x]], TypeError, None), (outside, ValueError, None),
+        *[(bad, ValueError, "the indices of the sparse matrix do not fit its shape") for bad in (falling, long)],
     ]:  # fmt: skip
         e = tso.PsdExpr(B, X)
         for act in [(mul, bad, X), (e.addTerm, bad, X), (e.addTerms, [A, bad], [X, X]), (setattr, X, "PsdObj", bad),
@@ -301,3 +307,37 @@ def test_loops_hold_on_to_nothing(stub, built):
     for act in [*acts, lambda: m.setObjective(1e30 * e), lambda: m.addPsdVar(2, np.eye(3))]:
         refuse = refused(act, (TypeError, ValueError, tso.TessolvError))
         check_growth(lambda refuse=refuse: (refuse(), stub.clear()), [A, X, x, e, m, tso.PsdExpr])
+
+
+def test_every_allocation_that_fails(stub, built):
+    _testcapi = pytest.importorskip("_testcapi")
+    m, X, Y, x, y = built
+    e, lists = A * X + B * Y + x + 1, [[1.0, 2.0], [4.0, 3.0]]
+    before = numbers(e).tolist()
+    acts = {
+        "row": lambda: m.addConstr(e <= 1), "variable": lambda: m.addPsdVar(2, A), "product": lambda: lists * X,
+        "sum": lambda: e + e - x, "copy": lambda: tso.PsdExpr(e), "terms": lambda: e.copy().addTerms([A, B], [X, Y]),
+        "objective": lambda: m.setObjective(e), "read": lambda: m.getObjective(),
+        "value": lambda: X.PsdX, "coefficient": lambda: e.getCoeff(0), "text": lambda: str(e),
+        "write": lambda: setattr(X, "PsdObj", A),
+    }  # fmt: skip
+    for name, act in acts.items():
+        act()
+        for first in range(400):
+            held = [(A * X, e + i, e == [i, i + 1.5]) for i in range(20)]  # so that no list of free objects has any
+            stub.clear()
+            rows, variables, error = len(m.getConstrs()), len(m.getPsdVars()), None
+            _testcapi.set_nomemory(first, first + 1)
+            try:
+                act()
+            except (MemoryError, TypeError) as caught:  # NumPy's conversions tell some as a matter of types
+                error = caught
+            finally:
+                _testcapi.remove_mem_hooks()
+            made = [len(one) for one in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs())]
+            called = stub.names()
+            assert made == [rows + called.count("TSOaddrangepsdconstr")] * 3, name
+            assert len(m.getPsdVars()) == variables + called.count("TSOaddpsdvar"), name
+            assert error is None or not {"TSOaddrangepsdconstr", "TSOaddpsdvar"} & set(called), name
+            assert numbers(e).tolist() == before
+        assert error is None and held
