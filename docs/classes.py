@@ -63,10 +63,10 @@ def markdown(doc):
             parts.append(escaped(pieces[0].strip()))
         items = []
         for names, rest in zip(pieces[1::2], pieces[2::2]):
-            # What follows the explanation of the last argument begins a line of its own.
-            own, line, after = re.match(r"(.*?)(?:\n(?=(Returns|Raises|Prints|Without)\b)(.*))?\Z", rest, re.S).groups()
+            # What follows the explanation of the last argument is a sentence that begins a line.
+            own, after = re.match(r"(.*?)(?:\n(?=(?:Returns|Raises)\b|(?<=\.\n)[A-Z])(.*))?\Z", rest, re.S).groups()
             items.append(f"- {', '.join(f'`{name}`' for name in names.split(', '))}: {escaped(own.strip(), '  ')}")
-            if line:
+            if after:
                 items.append("\n" + escaped(after.strip()) + ("\n" if names != pieces[-2] else ""))
         if items:
             parts.append("\n".join(items))

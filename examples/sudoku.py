@@ -2,7 +2,8 @@
 
     python examples/sudoku.py
 
-The puzzle is Tim Stellmach's of the article "Sudoku" of the English Wikipedia, in the public domain; it has one solution.
+The puzzle is Tim Stellmach's of the article "Sudoku" of the English Wikipedia, in the public domain; it has one
+solution.
 """
 
 import tessolvpy as tso
