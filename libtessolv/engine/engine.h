@@ -32,8 +32,9 @@ public:
     // engine has no other ways than those that it went.
     virtual bool be_careful() { return false; }
 
-    // Fills iis_col and iis_row of `result`. TSO_OKAY, TSO_IIS_FEASIBLE, TSO_IIS_NO_SOLN, TSO_ABORT_...
-    virtual int iis(Model& model, Run& run, Solution& result) = 0;
+    // An irreducible infeasible subsystem of a model known to be infeasible, whatever its objective: fills iis_col and
+    // iis_row of `result`. TSO_OKAY, TSO_ABORT_..., or TSO_IIS_NO_SOLN if the engine has no way to find one.
+    virtual int iis(Model&, Run&, Solution&) { return TSO_IIS_NO_SOLN; }
 };
 
 // What TSOoptimize and TSOcomputeIIS do: header in the log, choice of the engine, the run with its limits and signals,

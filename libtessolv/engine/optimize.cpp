@@ -1,6 +1,6 @@
 // What TSOoptimize and TSOcomputeIIS do around an engine.
 #include "engine/attempts.h"
-#include "engine/choose.h"
+#include "engine/iis.h"
 #include "engine/progress.h"
 #include "engine/run_control.h"
 
@@ -100,11 +100,11 @@ int compute_iis(Model& model, Run& run, bool has_callback) {
     }
     Solution found;
     int code = TSO_OKAY;
-    if (model.cols().size() == 0) { // the proof names the row
+    if (model.cols().size() == 0 && model.psdvars().empty()) { // the proof names the row
         for (double v : model.solution.dual_ray)
             found.iis_row.push_back(v != 0);
     } else {
-        code = make_engine(EngineId::Highs)->iis(model, run, found);
+        code = find_iis(model, run, model.solution.solver_seconds, found);
     }
     model.solution.iis_col = std::move(found.iis_col);
     model.solution.iis_row = std::move(found.iis_row);

@@ -307,7 +307,9 @@ PyMethodDef model_methods[] = {
         "computeIIS",
         "computeIIS($self, callback=None)\n--\n\n"
         "Finds an irreducible infeasible subsystem: rows and bounds that contradict one another, of which none can be\n"
-        "left out. It is read through the attributes IISConstr and IISVar.\n\n"
+        "left out. It is read through the attributes IISConstr, which rows of all kinds have by their index, and "
+        "IISVar;\n"
+        "special ordered sets and indicators that take part stand in the log.\n\n"
         "callback: as for optimize.\n"
         "Raises TessolvError with errno IIS_FEASIBLE if the model is feasible.\n\n"
         "Example: m.computeIIS(); [c for c in m.getConstrs() if c.IISConstr]"),

@@ -25,10 +25,6 @@ class CsdpEngine final : public Engine {
 public:
     std::string_view name() const override { return "CSDP 6.2.0"; }
     int solve(Model& model, Run& run, Solution& result) override;
-    int iis(Model& model, Run&, Solution&) override {
-        model.env.log().line("CSDP has no search for an infeasible subsystem.");
-        return TSO_IIS_NO_SOLN;
-    }
 };
 
 // One try: what the program said, and what it is worth.

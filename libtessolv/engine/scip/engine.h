@@ -64,7 +64,6 @@ class ScipEngine final : public Engine {
 public:
     std::string_view name() const override { return name_; }
     int solve(Model& model, Run& run, Solution& result) override;
-    int iis(Model& model, Run& run, Solution& result) override;
 
 private:
     // start.cpp

@@ -218,7 +218,4 @@ void ScipEngine::read_pool(const Model& model, std::vector<std::vector<double>> 
         result.gap_abs = result.gap_rel = TSO_INFINITY;
 }
 
-// SCIP's own search for one deals with rows alone; the caller has a way for every kind of element.
-int ScipEngine::iis(Model&, Run&, Solution&) { return TSO_IIS_NO_SOLN; }
-
 } // namespace tso::engine
