@@ -178,7 +178,12 @@ Ref dense_object(const SymMatrix& m, double factor) {
     return array;
 }
 
+// A dimension beyond any that can be solved: SciPy fills an index of the rows, which would take many gigabytes.
+constexpr int kLargestSparse = 100'000'000;
+
 Ref sparse_object(const SymMatrix& m, double factor) {
+    if (m.dim() > kLargestSparse)
+        raise(PyExc_MemoryError, "no memory for a sparse matrix of dimension %d", m.dim());
     npy_intp count = 0;
     for (const SymEntry& e : m.entries())
         count += e.row == e.col ? 1 : 2;

@@ -161,9 +161,10 @@ PyMethodDef function_defs[] = {
                         "Example: paramHelp(\"MIP/*\")"),
     keywords<quicksumFunction>("quicksum", "quicksum($module, data)\n--\n\n"
                                            "The sum of many items, faster than sum().\n\n"
-                                           "data: an iterable of numbers, Var, LinExpr and QuadExpr.\n"
-                                           "Returns a QuadExpr if there are quadratic terms, otherwise a LinExpr.\n"
-                                           "Raises TypeError for other items.\n\n"
+                                           "data: an iterable of numbers, Var, LinExpr, QuadExpr and PsdExpr.\n"
+                                           "Returns a QuadExpr if there are quadratic terms, a PsdExpr if there was\n"
+                                           "one, otherwise a LinExpr. Raises TypeError for other items, and where\n"
+                                           "quadratic and semi-definite terms meet.\n\n"
                                            "Example: quicksum(c[i] * x[i] for i in x)"),
     keywords<read>("read", "read($module, filename, env=None)\n--\n\n"
                            "Reads a model file into a new Model.\n\n"

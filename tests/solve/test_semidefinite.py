@@ -183,6 +183,8 @@ def test_what_is_refused_leaves_the_model(m, quiet_env):
         assert (m.NumConstrs, m.NumPsdVars, m.NumPsdConstrs, m.ModelSense) == (1, 2, 1, TSO.MINIMIZE)
         assert m.getPsdConstrs() == [row] and m.getPsdVars() == [X, huge] and len(m.getConstrs()) == 1
         assert X.PsdObj.toarray().tolist() == [[2, 1], [1, 0]]
+    with pytest.raises(MemoryError):
+        other.addPsdVar(2**31 - 1).getAttr("PsdObj")
     other.dispose()
     for act in (lambda: np.eye(2) * Z, lambda: Z.PsdObj):  # of a model that is gone
         with pytest.raises(error):
