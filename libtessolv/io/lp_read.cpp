@@ -88,7 +88,8 @@ std::string LpReader::label() {
     if (!lex_.at(Tok::Name) || lex_.next().kind != Tok::Colon)
         return {};
     std::string name(lex_.current().text);
-    check_name(name, lex_.current().line);
+    check_name(name.starts_with(kSecondSide) ? std::string_view(name).substr(kSecondSide.size()) : name,
+               lex_.current().line);
     lex_.advance();
     lex_.advance();
     return name;

@@ -1,6 +1,7 @@
 #include "io/lp_reader.h"
 #include "io/text.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tso::io {
@@ -26,12 +27,39 @@ void LpReader::objective() {
         lex_.fail("+, - or a section (Subject To, Bounds, ..., End)");
 }
 
+// Whether the row before has this name, a lower side alone, and the same terms.
+bool LpReader::is_last_row(std::string_view name, const Sum& body) const {
+    const int last = problem_.rows.size() - 1;
+    if (last < 0 || problem_.rows.name(last) != name || problem_.row_upper[last] < TSO_INFINITY ||
+        problem_.row_lower[last] <= -TSO_INFINITY)
+        return false;
+    size_t at = static_cast<size_t>(problem_.begin[last]);
+    for (size_t k = 0; k < body.col.size(); ++k)
+        if (body.value[k] != 0) {
+            if (at == problem_.index.size() || problem_.index[at] != body.col[k] || problem_.value[at] != body.value[k])
+                return false;
+            ++at;
+        }
+    const auto& quadratic = problem_.quadratic_rows;
+    const bool has_terms = !quadratic.empty() && quadratic.back().row == last;
+    return at == problem_.index.size() &&
+           std::ranges::equal(body.quadratic, has_terms ? quadratic.back().terms : std::vector<QuadTerm>(),
+                              [](const QuadTerm& a, const QuadTerm& b) {
+                                  return a.row == b.row && a.col == b.col && a.value == b.value;
+                              });
+}
+
 void LpReader::add_row(std::string_view name, Sum& body, double lower, double upper, int64_t line) {
     if (!(lower < TSO_INFINITY) || !(upper > -TSO_INFINITY))
         lex_.fail(line, "expected a row that can be met, found one between " + number_text(lower) + " and " +
                             number_text(upper));
     if (problem_.index.size() + body.col.size() > INT32_MAX)
         lex_.fail(line, "expected at most 2147483647 entries, found more");
+    if (name.starts_with(kSecondSide) && lower <= -TSO_INFINITY && upper < TSO_INFINITY &&
+        is_last_row(name.substr(kSecondSide.size()), body)) {
+        problem_.row_upper.back() = upper;
+        return;
+    }
     const int i = problem_.rows.append(name);
     problem_.row_lower.push_back(lower);
     problem_.row_upper.push_back(upper);

@@ -82,6 +82,7 @@ private:
     std::string label();
     void row();
     void indicator(const std::string& name, const Sum& condition, double value, int64_t line);
+    bool is_last_row(std::string_view name, const Sum& body) const;
     void add_row(std::string_view name, Sum& body, double lower, double upper, int64_t line);
     double bound_value();
     void set_bound(int col, Tok sense, double value);

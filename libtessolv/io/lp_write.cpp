@@ -70,6 +70,13 @@ private:
         out_.put(std::signbit(value) ? " - " : first_ ? " " : " + ").put(std::fabs(value));
         first_ = false;
     }
+    // A sum without terms. Readers want a variable in it; the first has its place in the order of the model anyway.
+    void nothing() {
+        if (model_.cols().size() > 0)
+            term(0, cols_[0]);
+        else
+            out_.put(" 0");
+    }
     void number(double value) {
         if (std::fabs(value) >= TSO_INFINITY)
             out_.put(value < 0 ? "-inf" : "inf");
@@ -114,18 +121,24 @@ int LpWriter::columns_to_show() const {
     }
     const auto& rows = model_.rows();
     for (int i = 0; i < rows.size(); ++i) {
-        for (const int j : rows.matrix.columns_of(i))
+        const auto cols = rows.matrix.columns_of(i);
+        for (const int j : cols)
             meet(j);
-        if (rows.kind_of(i) == RowKind::Quadratic)
+        const bool quadratic = rows.kind_of(i) == RowKind::Quadratic && !rows.quadratic[i].empty();
+        if (quadratic)
             for (const QuadTerm& t : rows.quadratic[i]) {
                 meet(t.row);
                 meet(t.col);
             }
+        else if (cols.empty() && n > 0)
+            meet(0);
     }
     for (const Indicator& g : model_.indicators()) {
         meet(g.binvar);
         for (const int j : g.ind)
             meet(j);
+        if (g.ind.empty())
+            meet(0);
     }
     int shown = n;
     while (shown > least && met[shown - 1] >= 0 && (shown == n || met[shown - 1] < met[shown]))
@@ -140,7 +153,7 @@ void LpWriter::quadratic(const std::vector<QuadTerm>& terms, double factor) {
     for (const QuadTerm& t : merged(terms)) {
         const double value = factor * t.value;
         if (t.row == t.col)
-            term(value, cols_[t.row], " ^ 2");
+            term(value, cols_[t.row], "^2"); // some readers take no blank around it
         else
             term(value, cols_[t.row], std::string(" * ").append(cols_[t.col]));
     }
@@ -154,12 +167,12 @@ void LpWriter::objective() {
     const int shown = columns_to_show();
     for (int j = 0; j < shown; ++j)
         term(model_.cols().cost[j], cols_[j]);
-    if (model_.constant() != 0)
-        constant(model_.constant());
     if (!model_.quadratic().empty()) {
         quadratic(model_.quadratic(), 2);
         out_.put(" / 2");
     }
+    if (model_.constant() != 0) // last: some readers take it nowhere else
+        constant(model_.constant());
     out_.put('\n');
 }
 
@@ -172,32 +185,34 @@ void LpWriter::body(int i) {
     if (rows.kind_of(i) == RowKind::Quadratic && !rows.quadratic[i].empty())
         quadratic(rows.quadratic[i], 1);
     else if (cols.empty())
-        out_.put(" 0");
+        nothing();
 }
 
 void LpWriter::rows() {
     out_.put("Subject To\n");
     const auto& rows = model_.rows();
+    std::string second_side;
     for (int i = 0; i < rows.size(); ++i) {
         const double lower = rows.lower[i], upper = rows.upper[i];
         const bool below = lower > -TSO_INFINITY, above = upper < TSO_INFINITY;
         begin_line(rows_[i]);
-        const bool two_sided = below && above && lower != upper;
-        if (two_sided) {
-            out_.put(' ').put(lower).put(" <=");
-            width_ += kNumberRoom;
-        }
         body(i);
         room_for(kNumberRoom);
-        if (two_sided || (above && !below))
-            out_.put(" <= ").put(upper);
-        else if (below && above)
+        if (!below && !above)
+            out_.put(" >= -inf");
+        else if (below && lower == upper)
             out_.put(" = ").put(lower);
         else if (below)
             out_.put(" >= ").put(lower);
         else
-            out_.put(" >= -inf");
+            out_.put(" <= ").put(upper);
         out_.put('\n');
+        if (below && above && lower != upper) { // few readers take both sides in one statement
+            begin_line(second_side.assign(kSecondSide).append(rows_[i]));
+            body(i);
+            room_for(kNumberRoom);
+            out_.put(" <= ").put(upper).put('\n');
+        }
     }
     int k = 0;
     for (const Indicator& g : model_.indicators()) {
@@ -207,7 +222,7 @@ void LpWriter::rows() {
         for (size_t e = 0; e < g.ind.size(); ++e)
             term(g.val[e], cols_[g.ind[e]]);
         if (g.ind.empty())
-            out_.put(" 0");
+            nothing();
         out_.put(g.sense == TSO_EQUAL ? " = " : g.sense == TSO_LESS_EQUAL ? " <= " : " >= ").put(g.rhs).put('\n');
     }
 }

@@ -53,8 +53,8 @@ public:
         right_hand_sides();
         ranges();
         bounds();
+        sets(); // the order that readers expect
         quadratic();
-        sets();
         indicators();
         out_.put("ENDATA\n");
     }

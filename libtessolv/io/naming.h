@@ -18,6 +18,10 @@ enum class Alphabet : unsigned char {
     Lp,    // moreover none of the characters that mean something between names, no digit in front, no keyword
 };
 
+// In front of the name of a row with two sides: the statement of its upper one in LP files, right behind the row with
+// its lower side. No name is written so: those that begin with "_~" are encoded.
+inline constexpr std::string_view kSecondSide = "_~up~~";
+
 bool is_plain(std::string_view name, Alphabet alphabet);
 // `index` below 0 for a name that is not repeated.
 std::string encode_name(std::string_view name, int index, Alphabet alphabet);
