@@ -64,7 +64,7 @@ def variables(n):
     return h
 
 
-prepare_rows = prepare_bounds = prepare_removal = prepare_sum
+prepare_rows = prepare_bounds = prepare_sum
 
 
 def rows(n, prepared):
@@ -101,6 +101,12 @@ def read(n, prepared):
 def read_bulk(n, prepared):
     h, x = prepared
     return h.vals(x)
+
+
+def prepare_removal(n):
+    prepared = prepare_sum(n)
+    rows(min(n, 20000), prepared)
+    return prepared
 
 
 def removal(n, prepared):

@@ -61,7 +61,7 @@ def variables(n):
     return m
 
 
-prepare_rows = prepare_bounds = prepare_removal = prepare_sum
+prepare_rows = prepare_bounds = prepare_sum
 
 
 def rows(n, prepared):
@@ -74,6 +74,12 @@ def rows(n, prepared):
 def bounds(n, prepared):
     for v in prepared[1]:
         v.upper_bound = 5.0
+    return prepared
+
+
+def prepare_removal(n):
+    prepared = prepare_sum(n)
+    rows(min(n, 20000), prepared)
     return prepared
 
 

@@ -73,7 +73,7 @@ def variables(n):
     return m
 
 
-prepare_rows = prepare_bounds = prepare_removal = prepare_sum
+prepare_rows = prepare_bounds = prepare_sum
 
 
 def rows(n, prepared):
@@ -103,6 +103,12 @@ def prepare_read(n):
 def read(n, prepared):
     m, x = prepared
     return [m.get_value(v) for v in x]
+
+
+def prepare_removal(n):
+    prepared = prepare_sum(n)
+    rows(min(n, 20000), prepared)
+    return prepared
 
 
 def removal(n, prepared):

@@ -13,6 +13,7 @@
 #include <climits>
 #include <cstring>
 #include <functional>
+#include <numeric>
 
 namespace tsp {
 namespace {
@@ -251,39 +252,77 @@ bool has_iter(Borrowed e) {
 }
 
 // One index set: for each element what it contributes to a subscript, itself or its items.
-std::vector<std::vector<Ref>> index_set(Borrowed arg) {
-    std::vector<std::vector<Ref>> set;
+struct IndexSet {
+    std::vector<Ref> items;
+    std::vector<std::size_t> begin; // where each element begins, and the end; empty while each is one item
+
+    std::size_t size() const { return begin.empty() ? items.size() : begin.size() - 1; }
+    std::size_t first(std::size_t element) const { return begin.empty() ? element : begin[element]; }
+    std::size_t width(std::size_t element) const { return first(element + 1) - first(element); }
+
+    // After the items of one element have come behind `before` others.
+    void end_element(std::size_t before) {
+        if (begin.empty() && items.size() != before + 1) {
+            begin.resize(before + 1);
+            std::iota(begin.begin(), begin.end(), std::size_t{0});
+        }
+        if (!begin.empty())
+            begin.push_back(items.size());
+    }
+};
+
+IndexSet index_set(Borrowed arg) {
+    IndexSet set;
     if (PyLong_Check(arg)) {
         Py_ssize_t n = PyLong_AsSsize_t(arg);
         if (n == -1 && PyErr_Occurred())
             throw PythonError();
-        for (Py_ssize_t i = 0; i < n; ++i) {
-            set.emplace_back();
-            set.back().push_back(Ref::steal(PyLong_FromSsize_t(i)));
-        }
+        for (Py_ssize_t i = 0; i < n; ++i)
+            set.items.push_back(Ref::steal(PyLong_FromSsize_t(i)));
         return set;
     }
     Ref elements = Ref::steal(PySequence_Tuple(arg));
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(elements.get()); ++i) {
         PyObject* e = PyTuple_GET_ITEM(elements.get(), i);
-        set.emplace_back();
+        std::size_t before = set.items.size();
         if (!has_iter(e)) {
-            set.back().push_back(Ref::borrow(e));
-            continue;
+            set.items.push_back(Ref::borrow(e));
+        } else {
+            Ref items = Ref::steal(PySequence_Tuple(e));
+            for (Py_ssize_t k = 0; k < PyTuple_GET_SIZE(items.get()); ++k)
+                set.items.push_back(Ref::borrow(PyTuple_GET_ITEM(items.get(), k)));
         }
-        Ref items = Ref::steal(PySequence_Tuple(e));
-        for (Py_ssize_t k = 0; k < PyTuple_GET_SIZE(items.get()); ++k)
-            set.back().push_back(Ref::borrow(PyTuple_GET_ITEM(items.get(), k)));
+        set.end_element(before);
     }
-    for (auto& items : set) // what cannot be a key is refused before anything is added
-        for (const Ref& item : items)
-            if (PyObject_Hash(item.get()) == -1)
-                throw PythonError();
+    for (const Ref& item : set.items) // what cannot be a key is refused before anything is added
+        if (PyObject_Hash(item.get()) == -1)
+            throw PythonError();
     return set;
 }
 
-// The cartesian product of the sets as flat tuples, the last set running fastest.
-std::vector<Ref> product(const std::vector<std::vector<std::vector<Ref>>>& sets) {
+// The keys of the variables, in order: the items themselves where all have one, else tuples. A million of them
+// are most of what addVars needs, so the sets are gone when they are there.
+struct Keys {
+    std::vector<Ref> list;
+    bool plain; // no tuples around them
+
+    PyObject* key(std::size_t i) const {
+        PyObject* subscript = list[i].get();
+        return plain || PyTuple_GET_SIZE(subscript) != 1 ? subscript : PyTuple_GET_ITEM(subscript, 0);
+    }
+    void append_to(std::string& text, std::size_t i) const {
+        PyObject* subscript = list[i].get();
+        if (plain)
+            append_subscript(text, &subscript, 1);
+        else
+            append_subscript(text, PySequence_Fast_ITEMS(subscript), PyTuple_GET_SIZE(subscript));
+    }
+};
+
+// The cartesian product of the sets, flat, the last set running fastest.
+Keys product(std::vector<IndexSet> sets) {
+    if (sets.size() == 1 && sets[0].begin.empty())
+        return {std::move(sets[0].items), true};
     std::size_t total = 1;
     for (auto& set : sets)
         if (__builtin_mul_overflow(total, set.size(), &total) || total > INT_MAX)
@@ -294,12 +333,14 @@ std::vector<Ref> product(const std::vector<std::vector<std::vector<Ref>>>& sets)
     for (std::size_t n = 0; n < total; ++n) {
         std::size_t width = 0;
         for (std::size_t s = 0; s < sets.size(); ++s)
-            width += sets[s][at[s]].size();
+            width += sets[s].width(at[s]);
         Ref tuple = Ref::steal(PyTuple_New(static_cast<Py_ssize_t>(width)));
         Py_ssize_t k = 0;
-        for (std::size_t s = 0; s < sets.size(); ++s)
-            for (const Ref& item : sets[s][at[s]])
-                PyTuple_SET_ITEM(tuple.get(), k++, Ref::borrow(item.get()).release());
+        for (std::size_t s = 0; s < sets.size(); ++s) {
+            const Ref* item = sets[s].items.data() + sets[s].first(at[s]);
+            for (std::size_t left = sets[s].width(at[s]); left > 0; --left, ++item)
+                PyTuple_SET_ITEM(tuple.get(), k++, Ref::borrow(item->get()).release());
+        }
         tuples.push_back(std::move(tuple));
         for (std::size_t s = sets.size(); s-- > 0;) {
             if (++at[s] < sets[s].size())
@@ -307,7 +348,7 @@ std::vector<Ref> product(const std::vector<std::vector<std::vector<Ref>>>& sets)
             at[s] = 0;
         }
     }
-    return tuples;
+    return {std::move(tuples), false};
 }
 
 } // namespace
@@ -319,24 +360,19 @@ Ref model_addVars(Model& self, const Call& call) {
     Ref result = Ref::steal(PyObject_CallNoArgs(as_object(state().tupledict)));
     if (call.nargs == 0)
         raise(PyExc_ValueError, "empty indices");
-    std::vector<std::vector<std::vector<Ref>>> sets;
+    std::vector<IndexSet> sets;
     for (Py_ssize_t i = 0; i < call.nargs; ++i)
         sets.push_back(index_set(call.args[i]));
-    std::vector<Ref> tuples = product(sets);
-    auto subscript = [&tuples](std::string& text, std::size_t i) {
-        append_subscript(text, PySequence_Fast_ITEMS(tuples[i].get()), PyTuple_GET_SIZE(tuples[i].get()));
-    };
-    add_vars(self, tuples.size(), subscript,
+    const Keys keys = product(std::move(sets));
+    auto subscript = [&keys](std::string& text, std::size_t i) { keys.append_to(text, i); };
+    add_vars(self, keys.list.size(), subscript,
              {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype),
               none_if_missing(name)});
     Ref vars = Ref::borrow(mirror(self.vars_));
-    Py_ssize_t first = PyList_GET_SIZE(vars.get()) - static_cast<Py_ssize_t>(tuples.size());
-    for (std::size_t i = 0; i < tuples.size(); ++i) {
-        PyObject* key = tuples[i].get();
-        if (PyTuple_GET_SIZE(key) == 1)
-            key = PyTuple_GET_ITEM(key, 0);
+    Py_ssize_t first = PyList_GET_SIZE(vars.get()) - static_cast<Py_ssize_t>(keys.list.size());
+    for (std::size_t i = 0; i < keys.list.size(); ++i) {
         Ref var = Ref::borrow(PyList_GET_ITEM(vars.get(), first + static_cast<Py_ssize_t>(i)));
-        checked(PyDict_SetItem(result.get(), key, var.get()));
+        checked(PyDict_SetItem(result.get(), keys.key(i), var.get()));
     }
     return result;
 }

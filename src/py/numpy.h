@@ -17,14 +17,14 @@ void import_numpy(); // fills the table; throws PythonError
 
 inline PyArrayObject* as_array(Borrowed o) { return reinterpret_cast<PyArrayObject*>(o); }
 
-// One value as NumPy's scalar of it, as `array.flat[i]` gives it.
+// One value as NumPy's scalar of it, as `array.flat[i]` gives it. Its allocator would clear what is then filled.
 inline Ref float64_scalar(double v) {
-    Ref r = Ref::steal(PyDoubleArrType_Type.tp_alloc(&PyDoubleArrType_Type, 0));
+    Ref r = Ref::steal(reinterpret_cast<PyObject*>(PyObject_New(PyDoubleScalarObject, &PyDoubleArrType_Type)));
     PyArrayScalar_ASSIGN(r.get(), Double, v);
     return r;
 }
 inline Ref int32_scalar(npy_int32 v) {
-    Ref r = Ref::steal(PyIntArrType_Type.tp_alloc(&PyIntArrType_Type, 0));
+    Ref r = Ref::steal(reinterpret_cast<PyObject*>(PyObject_New(PyIntScalarObject, &PyIntArrType_Type)));
     PyArrayScalar_ASSIGN(r.get(), Int, v);
     return r;
 }
