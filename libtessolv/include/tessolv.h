@@ -189,8 +189,9 @@ TSO_API int TSOsetstrattrlist(TSOmodel model, const char* name, int len, const i
 TSO_API int TSOgetmatattrlist(TSOmodel model, const char* name, int len, const int* ind, int* sizes, int* starts,
                               int* rows, int* cols, double* values, int* counts);
 /* Replaces the matrices of len elements: nz entries in all, those of element i at starts[i] up to the next start
- * (starts has len entries). Either triangle may be given; an entry and its mirror, or one given twice, add up as one
- * position. TSO_MODEL_INVALID_SYM_MAT_ROW_IDX, TSO_MODEL_INVALID_SYM_MAT_COL_IDX, TSO_MODEL_INVALID_REAL_ATTR_SYM_MAT.
+ * (starts has len entries). An entry stands for itself and its mirror, so of a symmetric matrix one triangle is given,
+ * either one: an entry and its mirror, or one given twice, add up as one position. TSO_MODEL_INVALID_SYM_MAT_ROW_IDX,
+ * TSO_MODEL_INVALID_SYM_MAT_COL_IDX, TSO_MODEL_INVALID_REAL_ATTR_SYM_MAT.
  */
 TSO_API int TSOsetmatattrlist(TSOmodel model, const char* name, int len, const int* ind, int nz, const int* starts,
                               const int* rows, const int* cols, const double* values);
@@ -217,7 +218,8 @@ TSO_API int TSOreadmodel(TSOenv env, const char* filename, TSOmodel* model);
 TSO_API int TSOread(TSOmodel model, const char* filename);
 /* Writes by suffix: the model, its solution (".sol"), its basis (".bas"), its starts (".mst"), its parameters (".prm").
  * The file is replaced as a whole or not at all. TSO_FILE_WRITE_ERROR, TSO_DIRECTORY_ERROR, TSO_DATA_NOT_AVAILABLE;
- * an unknown suffix is TSO_FORMAT_ERROR. */
+ * an unknown suffix is TSO_FORMAT_ERROR, and so is a model with semi-definite variables or rows, which the forms of
+ * model files do not have. */
 TSO_API int TSOwrite(TSOmodel model, const char* filename);
 /* Forgets the solution, and what the engine remembers of it. clearall 1 also forgets the starts and the basis that were
  * set. Elements, names and parameters stay. */
@@ -281,7 +283,8 @@ TSO_API int TSOaddpsdvar(TSOmodel model, int dim, int nz, const int* rows, const
                          const char* name);
 /* Adds the row lower <= sum of cval[k] * x[cind[k]] + sum over psd variables of <A, X> <= upper.
  *   numpsdvars: how many different psd variables occur;  pind, prow, pcol, pval: numpsdnz entries each, the psd
- * variable and the position and value of an entry of its matrix (either triangle). */
+ * variable and the position and value of an entry of its matrix, which stands for its mirror too (see
+ * TSOsetmatattrlist): off the diagonal it counts twice in <A, X>. */
 TSO_API int TSOaddrangepsdconstr(TSOmodel model, int numnz, int numpsdvars, int numpsdnz, const int* cind,
                                  const double* cval, const int* pind, const int* prow, const int* pcol,
                                  const double* pval, double lower, double upper, const char* name);

@@ -220,6 +220,17 @@ class Model:
             lower, upper, text(name),
         )  # fmt: skip
 
+    def setmatrices(self, name, indices, matrices):
+        """matrices: of each element a list of (row, column, value) of one triangle."""
+        a = Arrays()
+        begin = np.cumsum([0, *map(len, matrices)])
+        entries = [e for matrix in matrices for e in matrix]
+        columns = list(zip(*entries)) or [(), (), ()]
+        self.call(
+            "TSOsetmatattrlist", text(name), len(matrices), a.ints(indices), len(entries), a.ints(begin[:-1]),
+            a.ints(columns[0]), a.ints(columns[1]), a.doubles(columns[2]),
+        )  # fmt: skip
+
     def matrices(self, name, indices):
         """Of each element a symmetric array."""
         a, count = Arrays(), len(indices)
@@ -320,6 +331,14 @@ class Model:
         terms = list(zip(i.tolist(), j.tolist(), v.tolist(), strict=True))[: count.value]
         return terms if row is None else (list(zip(k.tolist(), w.tolist(), strict=True))[: linear.value], terms)
 
+    def terms(self, row):
+        """As quadratic, None for a semi-definite row, of which no function tells more than the columns."""
+        try:
+            return self.quadratic(row)
+        except Failed as error:
+            assert error.code == CODES["DATA_NOT_AVAILABLE"]
+            return None
+
     def sos(self, k):
         """Type, members, weights."""
         count, kind, begin = ctypes.c_int(), ctypes.c_int(), ctypes.c_int()
@@ -352,10 +371,12 @@ class Model:
         n, m = self.count("NumVars"), self.count("NumConstrs")
         everything = {
             "rows": self.rows(), "cols": self.cols(), "quadratic": self.quadratic(),
-            "rowterms": [self.quadratic(i) for i in range(m)],
+            "rowterms": [self.terms(i) for i in range(m)],
             "sos": [self.sos(k) for k in range(self.count("NumSOS"))],
             "indicators": [self.indicator(k) for k in range(self.count("NumGenConstrs"))],
-            "psd": self.count("NumPsdVars"), "sense": self.count("ModelSense"), "constant": self.number("ObjConst"),
+            "psd": [matrix.tolist() for matrix in self.matrices("PsdObj", range(self.count("NumPsdVars")))],
+            "PsdVarName": self.texts("PsdVarName", range(self.count("NumPsdVars"))),
+            "sense": self.count("ModelSense"), "constant": self.number("ObjConst"),
             "VType": self.get("VType", kind="char", length=n),
             "VarName": self.texts("VarName", range(n)), "ConstrName": self.texts("ConstrName", range(m)),
         }  # fmt: skip

@@ -15,8 +15,11 @@ namespace tso::engine {
 namespace csdp {
 namespace {
 
-constexpr double kWanted = 1e-7;     // relative violations and gap: worse than that is tried again
-constexpr double kAccepted = 1e-6;   // what is called optimal
+constexpr double kWanted = 1e-7;   // relative violations and gap: worse than that is tried again
+constexpr double kAccepted = 1e-6; // what is called optimal
+// The parameters are about what the user sees. Errors of the dual values are larger than the gap that is left, and by
+// a cone's blocks of two rows up to its root.
+constexpr double kTighter = 0.1, kTighterForCones = 0.01;
 constexpr int kMostIterations = 300; // of one try; it has long given up by then
 constexpr double kQuietSeconds = 0.5;
 constexpr double kWorthTelling = 1e-5; // violations of a solution that a limit has left
@@ -82,7 +85,8 @@ Try Solve::run_program(const Standard& standard, bool feasibility, bool careful)
         return t;
     }
     const Params& p = model_.env.params();
-    const auto tolerance = [&](Param which) { return std::clamp(p.get_double(which), 1e-10, 1e-4); };
+    const double tighter = model_.psdvars().empty() ? kTighterForCones : kTighter;
+    const auto tolerance = [&](Param which) { return std::clamp(tighter * p.get_double(which), 1e-11, 1e-4); };
     request.header.primal_tolerance = tolerance(Param::IPM_PrimalTolerance);
     request.header.dual_tolerance = tolerance(Param::IPM_DualTolerance);
     request.header.gap_tolerance = tolerance(Param::IPM_GapTolerance);
