@@ -17,9 +17,9 @@ namespace {
 
 constexpr double kWanted = 1e-7;   // relative violations and gap: worse than that is tried again
 constexpr double kAccepted = 1e-6; // what is called optimal
-// The parameters are about what the user sees. Errors of the dual values are larger than the gap that is left, and by
-// a cone's blocks of two rows up to its root.
-constexpr double kTighter = 0.1, kTighterForCones = 0.01;
+// The parameters are about what the user sees; prices are less exact than the gap that is left. Closer to the edge CSDP
+// may stumble and give back a point from long before, so it is asked for less then.
+constexpr double kTighter = 0.1;
 constexpr int kMostIterations = 300; // of one try; it has long given up by then
 constexpr double kQuietSeconds = 0.5;
 constexpr double kWorthTelling = 1e-5; // violations of a solution that a limit has left
@@ -30,13 +30,20 @@ public:
     int solve(Model& model, Run& run, Solution& result) override;
 };
 
+struct Manner {
+    double tighter; // factor of the tolerances
+    bool careful;
+};
+constexpr Manner kPlain = {1, false}, kManners[] = {{kTighter, false}, kPlain, {1, true}}; // in this order
+
 // One try: what the program said, and what it is worth.
 struct Try {
     Answer answer;
     Solution found;
-    double violation = TSO_INFINITY, gap = TSO_INFINITY;
+    double violation = TSO_INFINITY, gap = TSO_INFINITY; // in the user's units, relative
+    double dual_error = 0;                               // without it the bound, and so the gap, means nothing
     bool has_point = false;
-    double worst() const { return std::max(violation, gap); }
+    double worst() const { return std::max({violation, gap, dual_error}); }
 };
 
 class Solve {
@@ -47,7 +54,7 @@ public:
     int64_t iterations() const { return iterations_; }
 
 private:
-    Try run_program(const Standard& standard, bool feasibility, bool careful);
+    Try run_program(const Standard& standard, bool feasibility, const Manner& manner);
     void read(const Standard& standard, Try& t);
     int take(Try t, int code, int status);
     int take_infeasible(const std::vector<double>& ray);
@@ -77,7 +84,7 @@ bool Solve::fits_in_memory(const Standard& standard, const Request& request) {
     return false;
 }
 
-Try Solve::run_program(const Standard& standard, bool feasibility, bool careful) {
+Try Solve::run_program(const Standard& standard, bool feasibility, const Manner& manner) {
     Try t;
     Request request = standard.request(feasibility);
     if (!fits_in_memory(standard, request)) {
@@ -85,14 +92,13 @@ Try Solve::run_program(const Standard& standard, bool feasibility, bool careful)
         return t;
     }
     const Params& p = model_.env.params();
-    const double tighter = model_.psdvars().empty() ? kTighterForCones : kTighter;
-    const auto tolerance = [&](Param which) { return std::clamp(tighter * p.get_double(which), 1e-11, 1e-4); };
+    const auto tolerance = [&](Param which) { return std::clamp(manner.tighter * p.get_double(which), 1e-11, 1e-4); };
     request.header.primal_tolerance = tolerance(Param::IPM_PrimalTolerance);
     request.header.dual_tolerance = tolerance(Param::IPM_DualTolerance);
     request.header.gap_tolerance = tolerance(Param::IPM_GapTolerance);
     const int most = p.get_int(Param::IPM_MaxIterations);
     request.header.max_iterations = static_cast<int32_t>(std::clamp<int64_t>(most - iterations_, 1, kMostIterations));
-    request.header.careful = careful;
+    request.header.careful = manner.careful;
     request.header.seconds = run_.remaining();
     const double sense = model_.sense();
     t.answer = ask(request, run_, [&](const Progress& now) {
@@ -167,6 +173,7 @@ void Solve::read(const Standard& standard, Try& t) {
                 s.reduced_cost[static_cast<size_t>(j)] -= sense * point.duals[i] * v;
 
     t.has_point = true;
+    t.dual_error = std::isfinite(t.answer.head.dual_error) ? t.answer.head.dual_error : TSO_INFINITY;
     t.violation = violations_of(model_, s.x, s.activity).worst();
     t.gap = std::fabs(s.objective - s.bound) / (1 + std::fabs(s.objective) + std::fabs(s.bound));
     if (std::isnan(t.violation) || std::isnan(t.gap))
@@ -210,7 +217,7 @@ int Solve::take_infeasible(const std::vector<double>& ray) {
 
 // There is a direction without end. Whether there is a point to go from is another question.
 int Solve::tell_unbounded(const Standard& standard, const Try& t) {
-    const Try point = run_program(standard, true, false);
+    const Try point = run_program(standard, true, kPlain);
     if (point.answer.how == Answer::Finished && point.answer.head.code == kCodePrimalInfeasible)
         return take_infeasible(standard.infeasibility_ray(point.answer.values));
     if (point.answer.how == Answer::Stopped || (point.answer.how == Answer::Finished && point.answer.head.stopped)) {
@@ -270,12 +277,16 @@ int Solve::go() {
     Try best;
     int code = TSO_OKAY;
     const int most = model_.env.params().get_int(Param::IPM_MaxIterations);
-    for (const bool careful : {false, true}) {
+    for (const Manner& manner : kManners) {
         if (iterations_ >= most) {
             code = TSO_ABORT_ITERATION_LIMIT;
             break;
         }
-        Try t = run_program(standard, false, careful);
+        if (best.has_point)
+            model_.env.log().printf(
+                "Violations of %.2g and a gap of %.2g (relative), a dual error of %.2g are left: trying again.",
+                best.violation, best.gap, best.dual_error);
+        Try t = run_program(standard, false, manner);
         if (t.answer.how != Answer::Finished) {
             code = failure_code(t.answer);
             break;
@@ -295,18 +306,15 @@ int Solve::go() {
             code = TSO_ABORT_ITERATION_LIMIT;
         if (code != TSO_OKAY || best.worst() <= kWanted)
             break;
-        if (!careful)
-            model_.env.log().printf("Violations of %.2g and a gap of %.2g (relative) are left: trying again with "
-                                    "shorter steps.",
-                                    best.violation, best.gap);
     }
     const bool good = best.has_point && best.worst() <= kAccepted;
     if (good) {
         code = take(std::move(best), TSO_OKAY, TSO_STATUS_OPTIMAL);
     } else if (best.has_point && best.violation <= kWorthTelling) {
         if (code == TSO_OKAY)
-            model_.env.log().printf("The solution violates the model by %.2g and its gap is %.2g (relative).",
-                                    best.violation, best.gap);
+            model_.env.log().printf(
+                "The solution violates the model by %.2g, its gap is %.2g (relative), its dual error %.2g.",
+                best.violation, best.gap, best.dual_error);
         code = take(std::move(best), code, TSO_STATUS_SUB_OPTIMAL);
     } else if (code == TSO_OKAY) {
         model_.env.log().line("CSDP found neither a solution nor a proof that there is none.");

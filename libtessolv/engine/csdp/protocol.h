@@ -46,6 +46,7 @@ struct Progress {
 struct ResultHeader {
     int32_t code = 0; // CSDP's: 0 solved, 1 primal infeasible, 2 dual infeasible, 3 less accurate, 4 iterations, ...
     int32_t stopped = 0;
+    double primal_error = 0, dual_error = 0; // relative, of the equations of both problems
     Progress last;
 };
 

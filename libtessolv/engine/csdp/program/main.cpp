@@ -179,7 +179,7 @@ Problem read_problem() {
     return p;
 }
 
-void write_result(const Problem& p, int code, const blockmatrix& x, const double* y) {
+void write_result(const Problem& p, int code, const blockmatrix& x, double* y, const blockmatrix& z) {
     std::vector<double> values(y + 1, y + 1 + p.constraints);
     for (int b = 1; b <= x.nblocks; ++b) {
         const blockrec& block = x.blocks[b];
@@ -194,6 +194,11 @@ void write_result(const Problem& p, int code, const blockmatrix& x, const double
     ResultHeader head;
     head.code = code;
     head.stopped = control.stopped;
+    blockmatrix work{};
+    alloc_mat(p.objective, &work);
+    head.dual_error = dinfeas(p.constraints, p.objective, p.matrices, y, z, work);
+    std::vector<double> rows(static_cast<size_t>(p.constraints) + 1);
+    head.primal_error = pinfeas(p.constraints, p.matrices, x, p.rhs, rows.data());
     head.last = control.last;
     FrameHeader frame;
     frame.kind = Frame::Result;
@@ -271,6 +276,6 @@ int main(int argc, char** argv) {
         easy_sdp(p.dimension, p.constraints, p.objective, p.rhs, p.matrices, 0.0, &x, &y, &z, &primal, &dual);
     control.last.primal = primal;
     control.last.dual = dual;
-    write_result(p, code, x, y);
+    write_result(p, code, x, y, z);
     _exit(kGood); // nothing to put in order
 }
