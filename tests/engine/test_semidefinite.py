@@ -209,3 +209,24 @@ def test_second_order_cones(library, run):
         if prices:
             assert duals(m) == pytest.approx(prices, abs=1e-4)
     assert run(model([1, 1], [2, FREE], [(0, 0, 1.0), (1, 1, 1.0)], 1.0)) == (0, INFEASIBLE)
+
+
+def test_numbers_of_very_different_size(library, run):
+    m = library.model()  # min 1e6 X00 + 1e-3 X11, 1e4 X10 = 1e4
+    m.addpsdvar(2, [(0, 0, 1e6), (1, 1, 1e-3)])
+    m.addpsdrow([(0, 1, 0, 0.5e4)], 1e4, 1e4)
+    assert run(m) == (0, OPTIMAL)
+    check_equal_objectives(m, 2e1 * np.sqrt(10))
+    # Bounds that are far away, though not without effect: max x, X11 + 1e-6 x <= 4, X00 X11 >= 1.
+    m = library.model()
+    m.addvars(2, obj=[-1.0, -1.0], lb=[-1e9, -1e9], ub=[1e9, 1e9])
+    m.addpsdvar(2, [(0, 0, 1.0)])
+    m.addpsdrow([(0, 1, 0, 0.5)], 1, 1)
+    m.addpsdrow([(0, 1, 1, 1.0)], FREE, 4, [(0, 1e-6)])
+    m.addrow([1], [1.0], FREE, 3)
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(-3 - 4e6 + 2e3, rel=1e-6)
+    m.set("UB", [0], [2e6])
+    assert run(m) == (0, OPTIMAL)
+    assert m.number("ObjVal") == pytest.approx(-3 - 2e6 + 0.5, rel=1e-6)
+    assert primal(m)[0] <= 2e6 * (1 + 1e-6)

@@ -32,9 +32,11 @@ public:
 
 struct Manner {
     double tighter; // factor of the tolerances
-    bool careful;
+    bool careful;   // shorter steps
+    bool equilibrated;
 };
-constexpr Manner kPlain = {1, false}, kManners[] = {{kTighter, false}, kPlain, {1, true}}; // in this order
+constexpr Manner kPlain = {1, false, false};
+constexpr Manner kManners[] = {{kTighter, false, false}, kPlain, {kTighter, false, true}, {1, true, true}}; // in order
 
 // One try: what the program said, and what it is worth.
 struct Try {
@@ -54,6 +56,7 @@ public:
     int64_t iterations() const { return iterations_; }
 
 private:
+    int solve(const Lifted& lifted);
     Try run_program(const Standard& standard, bool feasibility, const Manner& manner);
     void read(const Standard& standard, Try& t);
     int take(Try t, int code, int status);
@@ -137,21 +140,8 @@ void Solve::read(const Standard& standard, Try& t) {
                 matrix.push_back({row, col, *v++});
         s.psd.push_back(std::move(matrix));
     }
-    s.activity = activity_of(model_, s.x);
-    s.objective = objective_of(model_, s.x);
-    const auto entry = [&](int psdvar, int row, int col) {
-        const int size = model_.psdvars()[static_cast<size_t>(psdvar)].dim;
-        const auto at = static_cast<size_t>(col) * static_cast<size_t>(size) -
-                        static_cast<size_t>(col) * static_cast<size_t>(col - 1) / 2 + static_cast<size_t>(row - col);
-        return (row == col ? 1 : 2) * point.blocks[static_cast<size_t>(psdvar)][at];
-    };
-    for (size_t i = 0; i < m; ++i)
-        if (model_.rows().kind_of(static_cast<int>(i)) == RowKind::Psd)
-            for (const PsdTerm& term : model_.rows().psd[i])
-                s.activity[i] += term.value * entry(term.psdvar, term.row, term.col);
-    for (size_t b = 0; b < model_.psdvars().size(); ++b)
-        for (const SymEntry& e : model_.psdvars()[b].cost)
-            s.objective += e.value * entry(static_cast<int>(b), e.row, e.col);
+    s.activity = activity_of(model_, s.x, s.psd);
+    s.objective = objective_of(model_, s.x, s.psd);
     s.bound = sense * point.dual_objective;
 
     s.dual.assign(m, 0.0);
@@ -174,7 +164,7 @@ void Solve::read(const Standard& standard, Try& t) {
 
     t.has_point = true;
     t.dual_error = std::isfinite(t.answer.head.dual_error) ? t.answer.head.dual_error : TSO_INFINITY;
-    t.violation = violations_of(model_, s.x, s.activity).worst();
+    t.violation = violations_of(model_, s.x, s.activity, s.psd).worst();
     t.gap = std::fabs(s.objective - s.bound) / (1 + std::fabs(s.objective) + std::fabs(s.bound));
     if (std::isnan(t.violation) || std::isnan(t.gap))
         t.violation = t.gap = TSO_INFINITY;
@@ -269,9 +259,21 @@ int Solve::go() {
         model_.env.log().line("No engine for this: " + reason + ".");
         return TSO_ABORT_SOLVER_NOT_AVAILABLE;
     }
-    const Standard standard(lifted_);
-    result_.presolve_seconds = run_.elapsed();
-    const double presolve = result_.presolve_seconds;
+    Lifted loose = lifted_;
+    if (loose.drop_far_bounds()) {
+        const int code = solve(loose);
+        const bool holds = result_.status == TSO_STATUS_OPTIMAL || result_.status == TSO_STATUS_INFEASIBLE;
+        if (holds || (code != TSO_OKAY && code != TSO_INTERIOR_NUMERIC))
+            return code;
+        result_ = Solution();
+    }
+    return solve(lifted_);
+}
+
+int Solve::solve(const Lifted& lifted) {
+    Standard standard(lifted);
+    const double presolve = run_.elapsed();
+    result_.presolve_seconds = presolve;
     if (standard.state() == Standard::Infeasible)
         return take_infeasible(standard.ray());
     Try best;
@@ -283,9 +285,11 @@ int Solve::go() {
             break;
         }
         if (best.has_point)
-            model_.env.log().printf(
-                "Violations of %.2g and a gap of %.2g (relative), a dual error of %.2g are left: trying again.",
-                best.violation, best.gap, best.dual_error);
+            model_.env.log().printf("Relative violations of %.2g, a gap of %.2g and a dual error of %.2g are left: "
+                                    "trying again.",
+                                    best.violation, best.gap, best.dual_error);
+        if (manner.equilibrated)
+            standard.equilibrate();
         Try t = run_program(standard, false, manner);
         if (t.answer.how != Answer::Finished) {
             code = failure_code(t.answer);
@@ -304,17 +308,17 @@ int Solve::go() {
             code = limit_code();
         else if (said == kCodeIterationLimit && iterations_ >= most)
             code = TSO_ABORT_ITERATION_LIMIT;
-        if (code != TSO_OKAY || best.worst() <= kWanted)
+        // One more look is worth an answer that is better than it has to be, but not all of them.
+        if (code != TSO_OKAY || best.worst() <= (&manner == kManners ? kWanted : kAccepted))
             break;
     }
-    const bool good = best.has_point && best.worst() <= kAccepted;
-    if (good) {
+    if (best.has_point && best.worst() <= kAccepted) {
         code = take(std::move(best), TSO_OKAY, TSO_STATUS_OPTIMAL);
     } else if (best.has_point && best.violation <= kWorthTelling) {
         if (code == TSO_OKAY)
-            model_.env.log().printf(
-                "The solution violates the model by %.2g, its gap is %.2g (relative), its dual error %.2g.",
-                best.violation, best.gap, best.dual_error);
+            model_.env.log().printf("The solution violates the model by %.2g, its gap is %.2g, its dual error %.2g "
+                                    "(relative).",
+                                    best.violation, best.gap, best.dual_error);
         code = take(std::move(best), code, TSO_STATUS_SUB_OPTIMAL);
     } else if (code == TSO_OKAY) {
         model_.env.log().line("CSDP found neither a solution nor a proof that there is none.");

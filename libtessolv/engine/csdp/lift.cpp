@@ -24,6 +24,24 @@ std::vector<QuadTerm> merged(const std::vector<QuadTerm>& terms) {
 
 } // namespace
 
+bool Lifted::drop_far_bounds() {
+    constexpr double kFar = 1e6;
+    bool dropped = false;
+    const auto drop = [&](double& bound, double to) {
+        dropped |= bound != to;
+        bound = to;
+    };
+    for (size_t j = 0; j < cost.size(); ++j) {
+        if (lower[j] > upper[j])
+            continue;
+        if (lower[j] <= -kFar)
+            drop(lower[j], -TSO_INFINITY);
+        if (upper[j] >= kFar)
+            drop(upper[j], TSO_INFINITY);
+    }
+    return dropped;
+}
+
 int Lifted::add_column(double low, double high) {
     lower.push_back(low);
     upper.push_back(high);

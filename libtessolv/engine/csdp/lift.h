@@ -41,6 +41,10 @@ struct Lifted {
     // Why it can't be done, in words for the log; empty if it was. The lifted problem is then as it should be.
     std::string build(const Model& model);
 
+    // Takes out bounds of columns that are so far away that they are hardly meant: a solution that keeps them is one
+    // with them too, and numbers of that size cost an interior-point method its accuracy. False if there are none.
+    bool drop_far_bounds();
+
 private:
     int add_column(double low, double high);
     int add_square_block(const std::vector<std::pair<int, double>>& form, double constant);

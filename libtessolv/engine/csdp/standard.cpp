@@ -165,17 +165,93 @@ void Standard::number() {
         }
 }
 
+template <class F> void Standard::visit_places(const std::vector<Term>& terms, F&& visit) const {
+    size_t at = 0;
+    int64_t col = 0, begin = 0; // of the column of the block; keys rise
+    for (const Term& t : terms) {
+        if (t.key < first_free_) {
+            visit(t, -1, 0, 0);
+            continue;
+        }
+        while (at + 1 < matrix_blocks_.size() && t.key >= block_begin_[matrix_blocks_[at + 1]])
+            ++at, col = begin = 0;
+        const size_t b = matrix_blocks_[at];
+        const int64_t n = block_size_[b], k = t.key - block_begin_[b];
+        while (k >= begin + n - col)
+            begin += n - col++;
+        visit(t, static_cast<int>(b), static_cast<int>(col + k - begin), static_cast<int>(col));
+    }
+}
+
+void Standard::equilibrate() {
+    constexpr int kPasses = 8;
+    key_scale_.assign(static_cast<size_t>(keys_), 1.0);
+    std::vector<std::vector<double>> block_scale(block_size_.size());
+    for (size_t b : matrix_blocks_)
+        block_scale[b].assign(static_cast<size_t>(block_size_[b]), 1.0);
+    std::vector<const std::vector<Term>*> equations{&cost_};
+    for (int i : active_)
+        equations.push_back(&rows_[static_cast<size_t>(i)].terms);
+    struct Mean { // of logarithms
+        double sum = 0;
+        int count = 0;
+        double value() const { return count ? sum / count : 0; }
+        void take(double v) {
+            sum += v;
+            ++count;
+        }
+    };
+    const auto size_of = [&](const Term& t) { return std::log2(std::fabs(t.value) * scale_of(t.key)); };
+    const auto corrected = [](double scale, const Mean& mean, double power) {
+        return std::clamp(scale * std::exp2(-power * mean.value()), 1e-8, 1e8);
+    };
+    for (int pass = 0; pass < kPasses; ++pass) {
+        // The mean size of the entries of each variable and each row of a block, in equations of mean size one.
+        std::vector<Mean> of_variable(static_cast<size_t>(first_free_));
+        std::vector<std::vector<Mean>> of_block_row(block_size_.size());
+        for (size_t b : matrix_blocks_)
+            of_block_row[b].resize(static_cast<size_t>(block_size_[b]));
+        for (const auto* terms : equations) {
+            Mean equation;
+            for (const Term& t : *terms)
+                equation.take(size_of(t));
+            visit_places(*terms, [&](const Term& t, int block, int row, int col) {
+                const double v = size_of(t) - equation.value();
+                if (block < 0) {
+                    of_variable[static_cast<size_t>(t.key)].take(v);
+                } else {
+                    of_block_row[static_cast<size_t>(block)][static_cast<size_t>(row)].take(v);
+                    of_block_row[static_cast<size_t>(block)][static_cast<size_t>(col)].take(v);
+                }
+            });
+        }
+        for (size_t k = 0; k < of_variable.size(); ++k)
+            key_scale_[k] = corrected(key_scale_[k], of_variable[k], 1);
+        for (size_t b : matrix_blocks_) {
+            auto key = static_cast<size_t>(block_begin_[b]);
+            const auto n = static_cast<size_t>(block_size_[b]);
+            for (size_t i = 0; i < n; ++i)
+                block_scale[b][i] = corrected(block_scale[b][i], of_block_row[b][i], 0.5);
+            for (size_t col = 0; col < n; ++col)
+                for (size_t row = col; row < n; ++row)
+                    key_scale_[key++] = block_scale[b][row] * block_scale[b][col];
+        }
+    }
+    scale();
+}
+
 void Standard::scale() {
     double largest_rhs = 0, largest_cost = 0;
+    row_scale_.clear();
     for (int i : active_) {
         double sum = 0;
         for (const Term& t : rows_[static_cast<size_t>(i)].terms)
-            sum += t.value * t.value;
+            sum += t.value * t.value * scale_of(t.key) * scale_of(t.key);
         row_scale_.push_back(1 / power_of_two(std::sqrt(sum)));
         largest_rhs = std::max(largest_rhs, std::fabs(rows_[static_cast<size_t>(i)].rhs) * row_scale_.back());
     }
     for (const Term& t : cost_)
-        largest_cost = std::max(largest_cost, std::fabs(t.value));
+        largest_cost = std::max(largest_cost, std::fabs(t.value) * scale_of(t.key));
     primal_scale_ = power_of_two(largest_rhs);
     objective_scale_ = power_of_two(largest_cost);
 }
@@ -188,32 +264,19 @@ Request Standard::request(bool feasibility) const {
     for (size_t b = 0; b < block_size_.size(); ++b)
         if (program_block_[b])
             r.blocks.push_back(block_size_[b]);
-    // Keys rise, so that the entries of a block are one run.
     const auto add = [&](int constraint, const std::vector<Term>& terms, double factor) {
-        size_t at = 0;
-        int64_t col = 0, begin = 0; // of the column of the block
-        for (const Term& t : terms) {
-            Entry e{};
-            e.constraint = constraint;
-            e.value = t.value * factor;
-            if (t.key < first_free_) {
-                if (position_[static_cast<size_t>(t.key)] < 0)
-                    continue;
-                e.block = 1;
-                e.row = e.col = position_[static_cast<size_t>(t.key)] + 1;
-            } else {
-                while (at + 1 < matrix_blocks_.size() && t.key >= block_begin_[matrix_blocks_[at + 1]])
-                    ++at, col = begin = 0;
-                const size_t b = matrix_blocks_[at];
-                const int64_t n = block_size_[b], k = t.key - block_begin_[b];
-                while (k >= begin + n - col)
-                    begin += n - col++;
-                e.block = program_block_[b];
-                e.col = static_cast<int32_t>(col + 1);
-                e.row = static_cast<int32_t>(col + k - begin + 1);
+        visit_places(terms, [&](const Term& t, int block, int row, int col) {
+            const int place = block < 0 ? position_[static_cast<size_t>(t.key)] : 0;
+            if (place < 0)
+                return;
+            Entry e{constraint, 1, place + 1, place + 1, t.value * factor * scale_of(t.key)};
+            if (block >= 0) {
+                e.block = program_block_[static_cast<size_t>(block)];
+                e.row = row + 1;
+                e.col = col + 1;
             }
             r.entries.push_back(e);
-        }
+        });
     };
     if (!feasibility)
         add(0, cost_, -1 / objective_scale_);
@@ -238,15 +301,15 @@ std::vector<double> Standard::values_by_key(const std::vector<double>& values, b
     std::vector<double> by_key(static_cast<size_t>(keys_), 0.0);
     size_t at = active_.size() + constant_diagonal_;
     for (int64_t key : diagonal_)
-        by_key[static_cast<size_t>(key)] = primal_scale_ * values[at++];
+        by_key[static_cast<size_t>(key)] = primal_scale_ * scale_of(key) * values[at++];
     at += constant_diagonal_;
     for (size_t b = 0; b < block_size_.size(); ++b) {
         if (!program_block_[b])
             continue;
         auto key = static_cast<size_t>(block_begin_[b]);
         for (int col = 0; col < block_size_[b]; ++col)
-            for (int row = col; row < block_size_[b]; ++row)
-                by_key[key++] = (row == col ? 1 : 2) * primal_scale_ * values[at++];
+            for (int row = col; row < block_size_[b]; ++row, ++key)
+                by_key[key] = (row == col ? 1 : 2) * primal_scale_ * scale_of(static_cast<int64_t>(key)) * values[at++];
     }
     complete_primal(by_key, direction);
     return by_key;

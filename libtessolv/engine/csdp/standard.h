@@ -29,6 +29,9 @@ public:
     bool has_ray() const { return !ray_.empty(); }
     const std::vector<double>& ray() const { return ray_; } // of an Infeasible one: weights of the lifted rows
 
+    // Scales variables and the rows and columns of blocks so that the entries of the equations come close to one.
+    void equilibrate();
+
     // feasibility: with no objective, to see whether there is a point at all.
     Request request(bool feasibility) const;
     double largest_block() const { return largest_block_; }
@@ -75,6 +78,9 @@ private:
     void number();
     void scale();
 
+    // Calls visit(term, block, row, column) with what the term's key stands for; for a variable block is -1.
+    template <class F> void visit_places(const std::vector<Term>& terms, F&& visit) const;
+    double scale_of(int64_t key) const { return key_scale_.empty() ? 1 : key_scale_[static_cast<size_t>(key)]; }
     int64_t block_key(int block, int row, int col) const;
     bool is_free(int64_t key) const { return key >= first_free_ && key < first_block_; }
     static void add_multiple(Row& target, double factor, const Row& source);
@@ -106,6 +112,7 @@ private:
     std::vector<int> position_;      // of a non-negative key in the diagonal block, -1 for none
     std::vector<int> program_block_; // of a block; 0 for one that is not given
     std::vector<double> row_scale_;  // of the active rows
+    std::vector<double> key_scale_;  // unknowns are these times the program's; empty: all 1
     double objective_scale_ = 1, primal_scale_ = 1, largest_block_ = 0;
     bool constant_diagonal_ = false; // no rows: one was made up
 };
