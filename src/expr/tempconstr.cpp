@@ -159,7 +159,8 @@ Ref make_tempconstr(Borrowed lhs, Borrowed lb, Borrowed rhs) {
 }
 
 Ref compare(Borrowed a, Borrowed b, int op) {
-    if (is_psdexpr(b)) // compares itself the other way round
+    // A semi-definite expression compares itself the other way round; with a variable of that kind there is no order.
+    if (is_psdexpr(b) || (is_psdvar(b) && (op == Py_LE || op == Py_GE)))
         return Ref::borrow(Py_NotImplemented);
     switch (op) {
     case Py_LE:

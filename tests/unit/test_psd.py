@@ -185,6 +185,7 @@ def test_what_expressions_refuse(stub, built):
         (lambda: e / x, TypeError, no + "/: `PsdExpr` and `Var`"), (lambda: e / 0, ZeroDivisionError, "float division"),
         (lambda: tso.quicksum([x * x, e]), TypeError, no + "+: `QuadExpr` and `PsdExpr`"),
         (lambda: x + X, TypeError, None), (lambda: X + 1, TypeError, None), (lambda: X <= 1, TypeError, None),
+        (lambda: x <= X, TypeError, None), (lambda: x == X, TypeError, None), (lambda: X >= mx, TypeError, None),
         (lambda: e**2, TypeError, None), (lambda: e < 1, TypeError, None), (lambda: 1 / e, TypeError, None),
         (lambda: hash(e), TypeError, no + "hash(): `PsdExpr`"),
         (lambda: e.__iadd__(x * x), TypeError, inplace + "`PsdExpr` and `QuadExpr`"),
