@@ -10,6 +10,8 @@
 namespace tso::engine {
 namespace {
 
+constexpr double kNearlyOptimal = 1e-2, kLeastAllowance = 10, kAllowanceFactor = 10;
+
 bool is_limit(int code) {
     switch (code) {
     case TSO_ABORT_ITERATION_LIMIT:
@@ -47,7 +49,8 @@ public:
 private:
     Engine& engine(EngineId id);
     bool try_engine(Engine& engine, bool last, double patience);
-    int solve(Engine& engine, double patience, Solution& result) const;
+    double allowance(bool last, double patience) const;
+    int solve(Engine& engine, double allowed, Solution& result) const;
     void complete(Solution& s) const;
     void assess(Attempt& a) const;
     void keep(Attempt&& a);
@@ -114,8 +117,8 @@ void Attempts::assess(Attempt& a) const {
         a.stands = true;
         break;
     default:
-        if (a.verdict.fault.empty())
-            a.verdict.fault = "it found no answer";
+        if (a.verdict.fault.empty() || !s.has_primal())
+            a.verdict.fault = s.has_primal() ? "nothing proves that it is the best" : "there is none";
     }
 }
 
@@ -126,8 +129,10 @@ bool Attempts::better(const Attempt& a, const Attempt& b) const {
         return false;
     if (a.verdict.feasible != b.verdict.feasible)
         return a.verdict.feasible;
-    return a.verdict.feasible ? model_.sense() * (a.result.objective - b.result.objective) < 0
-                              : a.verdict.excess < b.verdict.excess;
+    if (!a.verdict.feasible)
+        return a.verdict.excess < b.verdict.excess;
+    const double least = 1e-6 * std::max(1.0, std::fabs(b.result.objective)); // less is rounding
+    return model_.sense() * (b.result.objective - a.result.objective) > least;
 }
 
 void Attempts::keep(Attempt&& a) {
@@ -137,11 +142,20 @@ void Attempts::keep(Attempt&& a) {
     any_ = true;
 }
 
-// Within `patience` seconds, if that is not zero: TSO_ABORT_TIME_LIMIT is then of this engine only.
-int Attempts::solve(Engine& engine, double patience, Solution& result) const {
+// Seconds for the next run, zero for all that there are. With a point at hand that is nearly as good as can be proved,
+// a long search for the rest is not what the user waits for.
+double Attempts::allowance(bool last, double patience) const {
+    if (any_ && best_.has_point() && best_.verdict.feasible && !std::isnan(best_.verdict.gap) &&
+        best_.verdict.gap <= kNearlyOptimal * std::max(1.0, std::fabs(best_.result.objective)))
+        return std::max(kLeastAllowance, kAllowanceFactor * run_.elapsed());
+    return last ? 0 : patience;
+}
+
+// Within `allowed` seconds, if that is not zero: TSO_ABORT_TIME_LIMIT is then of this engine only.
+int Attempts::solve(Engine& engine, double allowed, Solution& result) const {
     const double limit = run_.max_seconds;
-    if (patience > 0)
-        run_.max_seconds = std::min(limit, run_.elapsed() + patience);
+    if (allowed > 0)
+        run_.max_seconds = std::min(limit, run_.elapsed() + allowed);
     try {
         const int code = engine.solve(model_, run_, result);
         run_.max_seconds = limit;
@@ -159,17 +173,18 @@ bool Attempts::try_engine(Engine& engine, bool last, double patience) {
     for (bool again = false;; again = true) {
         Attempt a;
         a.result.is_mip = model_.is_mip();
-        a.code = solve(engine, last ? 0 : patience, a.result);
+        a.code = solve(engine, allowance(last, patience), a.result);
         if (a.code == TSO_ABORT_SOLVER_NOT_AVAILABLE)
             return false;
         simplex_iterations_ += a.result.simplex_iterations;
         ipm_iterations_ += a.result.ipm_iterations;
         nodes_ += a.result.nodes;
-        assess(a);
-        if (a.code == TSO_ABORT_TIME_LIMIT && !is_over(run_)) {
-            a.stands = false;
-            a.verdict.fault = "it takes too long";
+        if (a.code == TSO_ABORT_TIME_LIMIT && !is_over(run_)) { // its time is over, not that of the run
+            log_.line(std::string(engine.name()) + " takes too long.");
+            a.code = TSO_OKAY;
+            a.result.status = std::isnan(a.result.bound) ? TSO_STATUS_UNKNOWN : TSO_STATUS_OPTIMAL; // if it stands
         }
+        assess(a);
         if (a.stands) {
             // What a limit has left may be worse than what an earlier engine had.
             if (any_ && is_limit(a.code) && better(best_, a))
@@ -179,9 +194,8 @@ bool Attempts::try_engine(Engine& engine, bool last, double patience) {
             any_ = true;
             return true;
         }
-        const std::string fault = a.verdict.fault;
+        log_.line("The answer of " + std::string(engine.name()) + " does not stand: " + a.verdict.fault + ".");
         keep(std::move(a));
-        log_.line("The answer of " + std::string(engine.name()) + " does not stand: " + fault + ".");
         if (is_over(run_)) {
             best_.code = code_of_end(run_);
             return true;
@@ -222,15 +236,16 @@ int Attempts::run(const ClassRow& problem, Solution& result) {
         result.is_mip = model_.is_mip();
         return TSO_ABORT_SOLVER_NOT_AVAILABLE;
     }
+    if (!done) {
+        best_.code = best_.has_point() ? TSO_OKAY : best_.code;
+        log_.line("No engine found an answer that stands the check." +
+                  (best_.has_point() ? " Of the point that is kept: " + best_.verdict.fault + "." : ""));
+    }
     result = std::move(best_.result);
     result.simplex_iterations = simplex_iterations_;
     result.ipm_iterations = ipm_iterations_;
     result.nodes = nodes_;
-    if (done)
-        return best_.code;
-    log_.line("No engine found an answer that stands the check." +
-              (best_.has_point() ? " Kept is a point of which this is known: " + best_.verdict.fault + "." : ""));
-    return best_.has_point() ? TSO_OKAY : best_.code;
+    return best_.code;
 }
 
 } // namespace

@@ -241,7 +241,7 @@ Verdict judge(const Model& model, const Features& f, const Solution& s) {
     if (duals)
         verdict.fault = fault_of_duals(model, s, verdict.gap);
     if (!duals || (!verdict.fault.empty() && at_a_tip(model, s)))
-        verdict.fault = fault_of_gap(model, s, !duals);
+        verdict.fault = fault_of_gap(model, s, !convex);
     verdict.optimal = verdict.fault.empty();
     return verdict;
 }
