@@ -1,5 +1,8 @@
 """Semi-definite variables and second-order cones: known optima, optimality conditions, statuses."""
 
+import ctypes
+import platform
+
 import answers
 import capi
 import numpy as np
@@ -32,6 +35,15 @@ def test_bounds_of_graphs(library, run):
         assert duals(m) @ m.get("RHS", length=m.count("NumConstrs")) == pytest.approx(value, rel=1e-7)
         assert m.count("IPM/NumIters") > 3
         assert m.count("SPX/NumIters") == 0
+
+
+@pytest.mark.skipif(platform.libc_ver()[0] != "glibc", reason="the graph is made of glibc's random numbers")
+def test_max_cut_bound_of_a_larger_graph(library, run):
+    libc, n = ctypes.CDLL(None), 100
+    libc.srand(3)
+    m = max_cut(library, n, [(i, j) for i in range(n) for j in range(i + 1, n) if libc.rand() % 1000 < 100])
+    assert run(m) == (0, OPTIMAL)
+    check_equal_objectives(m, 363.95124955)
 
 
 def test_prices_prove_the_optimum_of_random_problems(library, run, rng):
@@ -230,3 +242,11 @@ def test_numbers_of_very_different_size(library, run):
     assert run(m) == (0, OPTIMAL)
     assert m.number("ObjVal") == pytest.approx(-3 - 2e6 + 0.5, rel=1e-6)
     assert primal(m)[0] <= 2e6 * (1 + 1e-6)
+    # One that no price is about.
+    m = library.model()
+    m.addvars(1, ub=[1e8])
+    m.addpsdvar(2, [(0, 0, 1.0), (1, 1, 1.0)])
+    m.addpsdrow([(0, 1, 0, 0.5)], 1, 1)
+    m.addpsdrow([(0, 1, 1, 1.0)], 0, 0, [(0, -1.0)])
+    assert run(m) == (0, OPTIMAL)
+    check_equal_objectives(m, 2)
