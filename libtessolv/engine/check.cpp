@@ -96,6 +96,13 @@ double indicator_violation(const Indicator& g, const std::vector<double>& x) {
 
 } // namespace
 
+bool same_solution(const std::vector<double>& a, const std::vector<double>& b) {
+    for (size_t j = 0; j < a.size(); ++j)
+        if (std::fabs(a[j] - b[j]) > 1e-9 * std::max(1.0, std::fabs(a[j])))
+            return false;
+    return true;
+}
+
 double objective_of(const Model& model, const std::vector<double>& x, const PsdValues& psd) {
     long double sum = model.constant();
     const std::vector<double>& cost = model.cols().cost;

@@ -13,6 +13,9 @@ namespace tso::engine {
 using PsdValues = std::vector<std::vector<SymEntry>>; // of every semi-definite variable; entries may come in any order
 
 // Constant, quadratic and semi-definite part included; the latter is left out where psd is empty.
+// Whether two points are the same but for rounding; as many values in both.
+bool same_solution(const std::vector<double>& a, const std::vector<double>& b);
+
 double objective_of(const Model& model, const std::vector<double>& x, const PsdValues& psd = {});
 std::vector<double> activity_of(const Model& model, const std::vector<double>& x,
                                 const PsdValues& psd = {}); // of every row

@@ -293,12 +293,23 @@ BlockRef add(const BlockRef& a, double number) {
     return r;
 }
 
-BlockRef add(const BlockRef& given, const Numbers& n) {
+namespace {
+// A block and numbers in one shape: the block in it, and the place of each cell's number. False if they do not fit.
+bool fit(const BlockRef& given, const Numbers& n, BlockRef& a, std::vector<int64_t>& from) {
     Shape shape;
     if (!broadcast(given->shape, n.shape, shape))
+        return false;
+    a = in_shape(given, shape);
+    from = places(n.shape, shape);
+    return true;
+}
+} // namespace
+
+BlockRef add(const BlockRef& given, const Numbers& n) {
+    BlockRef a;
+    std::vector<int64_t> from;
+    if (!fit(given, n, a, from))
         return nullptr;
-    BlockRef a = in_shape(given, shape);
-    std::vector<int64_t> from = places(n.shape, shape);
     auto r = std::make_shared<LinBlock>(*a);
     r->constants = make_shared_array<double>(r->size);
     const double* data = n.data();
@@ -328,11 +339,10 @@ BlockRef scale(const BlockRef& a, double factor) {
 }
 
 BlockRef scale(const BlockRef& given, const Numbers& n) {
-    Shape shape;
-    if (!broadcast(given->shape, n.shape, shape))
+    BlockRef a;
+    std::vector<int64_t> from;
+    if (!fit(given, n, a, from))
         return nullptr;
-    BlockRef a = in_shape(given, shape);
-    std::vector<int64_t> from = places(n.shape, shape);
     const double* factor = n.data();
     bool zeros = std::find(factor, factor + size_of(n.shape), 0.0) != factor + size_of(n.shape);
     auto r = std::make_shared<LinBlock>(*a);

@@ -64,6 +64,21 @@ void write_quadratic(Model& self, const QuadExpr& q) {
     check(TSOaddqpterms(self.mdl_, terms.size(), terms.row.data(), terms.col.data(), terms.value.data()));
 }
 
+// The list of variables; an error in a shell, which has none.
+Ref live_vars(const Model& self) {
+    if (self.vars_ == Py_None)
+        raise(PyExc_TypeError, "'NoneType' object is not iterable");
+    return Ref::borrow(mirror(self.vars_));
+}
+
+template <class F> void for_each_var(Borrowed vars, F&& act) {
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(vars); ++i) {
+        PyObject* var = PyList_GET_ITEM(vars, i);
+        if (is_var(var))
+            act(var);
+    }
+}
+
 } // namespace
 
 Ref model_setObjective(Model& self, const Call& call) {
@@ -82,14 +97,8 @@ Ref model_setObjective(Model& self, const Call& call) {
         model_set_attribute(self, name("ModelSense").get(), value.get(), Py_None);
     }
     int delq = TSOdelq(self.mdl_);
-    if (self.vars_ == Py_None)
-        raise(PyExc_TypeError, "'NoneType' object is not iterable");
-    Ref vars = Ref::borrow(mirror(self.vars_));
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(vars.get()); ++i) {
-        PyObject* var = PyList_GET_ITEM(vars.get(), i);
-        if (is_var(var))
-            write_cost(self.mdl_, index_in(self, var), 0.0);
-    }
+    Ref vars = live_vars(self);
+    for_each_var(vars.get(), [&](PyObject* var) { write_cost(self.mdl_, index_in(self, var), 0.0); });
     clear_psd_costs(self);
     check(delq);
     model_get_attribute(self, name("NumVars").get(), Py_None);
@@ -109,14 +118,8 @@ Ref model_getObjective(Model& self) {
     Ref linear = owned(le);
     Ref constant = model_get_attribute(self, name("objcon").get(), Py_None);
     add_constant(*le, constant.get());
-    if (self.vars_ == Py_None)
-        raise(PyExc_TypeError, "'NoneType' object is not iterable");
-    Ref vars = Ref::borrow(mirror(self.vars_));
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(vars.get()); ++i) {
-        PyObject* var = PyList_GET_ITEM(vars.get(), i);
-        if (is_var(var))
-            add_term(*le, read_cost(self.mdl_, index_in(self, var)), var);
-    }
+    Ref vars = live_vars(self);
+    for_each_var(vars.get(), [&](PyObject* var) { add_term(*le, read_cost(self.mdl_, index_in(self, var)), var); });
     int count = 0;
     check(TSOgetq(self.mdl_, &count, nullptr, nullptr, nullptr));
     PsdExpr* psd = new_psdexpr();

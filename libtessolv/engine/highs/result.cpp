@@ -28,13 +28,6 @@ constexpr StatusRow kStatuses[] = {
     {kHighsModelStatusInterrupt, TSO_STATUS_UNKNOWN, TSO_ABORT_INTERRUPTED},
 };
 
-bool same_solution(const std::vector<double>& a, const std::vector<double>& b) {
-    for (size_t j = 0; j < a.size(); ++j)
-        if (std::fabs(a[j] - b[j]) > 1e-9 * std::max(1.0, std::fabs(a[j])))
-            return false;
-    return true;
-}
-
 // sum of y_i * row i >= the worth of the sides, while the columns allow less: the difference, relative.
 double proof_of(const Model& model, const std::vector<double>& y, double sign) {
     const Rows& rows = model.rows();

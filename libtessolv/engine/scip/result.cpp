@@ -35,13 +35,6 @@ constexpr StatusRow kStatuses[] = {
     {SCIP_STATUS_BESTSOLLIMIT, TSO_STATUS_UNKNOWN, TSO_ABORT_SOLUTION_LIMIT},
 };
 
-bool same_solution(const std::vector<double>& a, const std::vector<double>& b) {
-    for (size_t j = 0; j < a.size(); ++j)
-        if (std::fabs(a[j] - b[j]) > 1e-9 * std::max(1.0, std::fabs(a[j])))
-            return false;
-    return true;
-}
-
 // Discrete values where they mean to be and nothing outside of its bounds, where the rows let that.
 void tidy(const Model& model, std::vector<double>& x, double tolerance) {
     std::vector<double> y = x;
