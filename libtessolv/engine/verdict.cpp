@@ -19,8 +19,8 @@ constexpr double kFirstOrderGap = 1e-3; // of a method of which moderate accurac
 // A quadratic method's gradients are less exact than a basic solution's reduced costs.
 constexpr double kQuadraticFactor = 100;
 constexpr double kTip = 1e-3; // relative; a point nearer to a tip than a solution can tell from it
-// A bound that is far from everything is as good as none to a price that is no more than rounding.
-constexpr double kFarBound = 1e6, kFarPrice = 1e-8;
+// A bound that is far from everything is as good as none to a price that may be rounding.
+constexpr double kFarBound = 1e6;
 constexpr double kSlackCone = 1e-6; // relative, for the dual slack of semi-definite variables
 
 std::string formatted(const char* format, const std::string& name, double v) {
@@ -55,7 +55,7 @@ public:
             return;
         const double tight = price > 0 ? lower : upper;
         const bool far = std::fabs(tight) >= kFarBound && std::fabs(value - tight) > std::fabs(tight) / 2 &&
-                         std::fabs(price) <= kFarPrice * size;
+                         std::fabs(price) <= tolerance_ * size;
         if (std::fabs(tight) < TSO_INFINITY && !far)
             gap_ += std::fabs(price * (value - tight));
         else

@@ -214,6 +214,7 @@ def test_second_order_cones(library, run):
         (model([0, 1, 1], [1, 0, 0], [(0, 0, 1.0), (2, 1, -2.0)], ub=[1, INF, INF]),
          root, [1, 1 / root, 1 / root], [-1 / root]),
         (model([1, 1], [0, 0], [(0, 1, 1.0)], 1.0, sense=">"), 2, [1, 1], [1]),
+        (model([1, 1], [FREE, 2], [(0, 0, 1.0), (0, 1, -2.0), (1, 1, 1.0)], 0.0), 4, [2, 2], None),  # x0 == x1
     ):  # fmt: skip
         assert run(m) == (0, OPTIMAL)
         assert m.number("ObjVal") == pytest.approx(value, abs=1e-6)

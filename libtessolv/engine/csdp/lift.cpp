@@ -176,7 +176,16 @@ std::string Lifted::add_quadratic_row(const Model& model, int i) {
         return "quadratic constraint " + std::to_string(i) + " is bounded from both sides";
     // As sign * (terms + linear) <= side.
     const double sign = is_finite(high) ? 1 : -1, side = is_finite(high) ? high : -low;
-    if (const auto forms = squares_of(terms, sign)) {
+    const auto forms = squares_of(terms, sign);
+    if (forms && row.columns.empty() && side == 0) { // all squares vanish: said by rows, which leave an interior
+        for (const LinearForm& form : *forms) {
+            LiftedRow zero;
+            zero.columns = form;
+            rows.push_back(std::move(zero));
+        }
+        return {};
+    }
+    if (forms) {
         for (const LinearForm& form : *forms) {
             const int b = add_square_block(form, 0);
             LiftedRow one;
