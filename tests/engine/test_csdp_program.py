@@ -10,6 +10,7 @@ from pathlib import Path
 import capi
 import pytest
 
+pytestmark = pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
 HERE = Path(__file__).resolve().parent
 PROGRAM = "tessolv-csdp"
 HEAD = f"""

@@ -9,6 +9,7 @@ import numpy as np
 import pytest
 from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, UNBOUNDED, duals, max_cut, primal, reduced, theta
 
+pytestmark = pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
 CYCLE = [(i, (i + 1) % 5) for i in range(5)]
 PETERSEN = CYCLE + [(i, i + 5) for i in range(5)] + [(5 + i, 5 + (i + 2) % 5) for i in range(5)]
 FREE = -INF

@@ -33,6 +33,12 @@ def find_library():
     return next((str(path) for path in folder.glob("tessolv*/libtessolv.so")), None)
 
 
+def has_csdp():
+    """Whether semi-definite problems can be solved: the library is built without CSDP where that is not at hand."""
+    path = find_library()
+    return path is not None and (Path(path).parent / "tessolv-csdp").exists()
+
+
 def declarations():
     """Of every function: its result type and its argument types, as they are written."""
     text = re.sub(r"/\*.*?\*/", "", (INCLUDE / "tessolv.h").read_text(), flags=re.S)

@@ -112,6 +112,8 @@ def test_rows_are_removed_and_models_copied(library, model, dll, tmp_path):
     m.delete("constrs", [0])
     assert (m.count("NumPsdConstrs"), m.count("NumPsdVars")) == (0, 2)
     assert (twin.count("NumPsdConstrs"), twin.rows()[1]) == (2, [(0, 1.0), (1, 2.0)])
+    if not capi.has_csdp():
+        return
     # Solving the copy gives what the copied data tell: min 2 * 5 X20 + X00, and 1 x 1 beside it.
     assert dll.TSOoptimize(twin.handle) == 0
     assert twin.count("Status") == 3

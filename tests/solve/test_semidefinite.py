@@ -1,5 +1,7 @@
 """Semi-definite problems with optima that are known or computed by other means."""
 
+from pathlib import Path
+
 import numpy as np
 import pytest
 import scipy.sparse as sp
@@ -7,6 +9,8 @@ import tessolvpy as tso
 from scipy.linalg import solve_continuous_are
 from tessolvpy import TSO
 
+PROGRAM = Path(tso.__file__).parent / "tessolvpy.libs" / "tessolv-csdp"
+pytestmark = pytest.mark.skipif(not PROGRAM.exists(), reason="built without CSDP")
 CYCLE = [(i, (i + 1) % 5) for i in range(5)]
 PETERSEN = [*CYCLE, *((5 + i, 5 + (i + 2) % 5) for i in range(5)), *((i, i + 5) for i in range(5))]
 
