@@ -1,5 +1,8 @@
 #include "py/error.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include <cstdarg>
 #include <cstring>
 #include <exception>
@@ -38,6 +41,11 @@ void error_from_exception() noexcept {
         PyErr_NoMemory();
     } catch (const std::exception& e) {
         PyErr_SetString(PyExc_SystemError, e.what());
+    } catch (const abi::__forced_unwind&) {
+        // The interpreter is ending and ends this thread, which was in Python code called from here, by unwinding its
+        // stack. That must not go on into code that wants the lock or cannot be unwound: the thread stops here.
+        for (;;)
+            pause();
     } catch (...) {
         PyErr_SetString(PyExc_SystemError, "an unknown failure");
     }

@@ -6,6 +6,7 @@ import math
 import os
 import random
 import signal
+import subprocess
 import sys
 import threading
 import time
@@ -370,3 +371,23 @@ def test_no_callback_without_anything_discrete():
     called = []
     m.optimize(lambda model, where: called.append(where))
     assert x.X == 3 and not called and math.isclose(m.ObjVal, -3)
+
+
+def test_the_end_of_the_process_in_the_middle_of_callbacks(tmp_path):
+    """The interpreter then ends the threads of the runs, wherever they are."""
+    script = """
+import sys, threading, time
+sys.path[:0] = {paths}
+from test_callbacks import knapsacks
+
+def work():
+    m, x = knapsacks(60, 20, 2)
+    m.optimize(lambda model, where: (time.sleep(0.1), model.cbGetSolution(x)))
+
+for _ in range(2):
+    threading.Thread(target=work, daemon=True).start()
+time.sleep(0.5)
+""".format(paths=[str(Path(__file__).parent), *sys.path])
+    for _ in range(3):
+        run = subprocess.run([sys.executable, "-c", script], cwd=tmp_path, capture_output=True, text=True, timeout=120)
+        assert run.returncode == 0, run.stderr
