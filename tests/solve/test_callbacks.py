@@ -375,9 +375,9 @@ def test_no_callback_without_anything_discrete():
 
 def test_the_end_of_the_process_in_the_middle_of_callbacks(tmp_path):
     """The interpreter then ends the threads of the runs, wherever they are."""
-    script = """
+    script = f"""
 import sys, threading, time
-sys.path[:0] = {paths}
+sys.path[:0] = {[str(Path(__file__).parent), *sys.path]}
 from test_callbacks import knapsacks
 
 def work():
@@ -387,7 +387,7 @@ def work():
 for _ in range(2):
     threading.Thread(target=work, daemon=True).start()
 time.sleep(0.5)
-""".format(paths=[str(Path(__file__).parent), *sys.path])
+"""
     for _ in range(3):
         run = subprocess.run([sys.executable, "-c", script], cwd=tmp_path, capture_output=True, text=True, timeout=120)
         assert run.returncode == 0, run.stderr
