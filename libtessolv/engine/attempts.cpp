@@ -251,7 +251,11 @@ int Attempts::run(const ClassRow& problem, Solution& result) {
 } // namespace
 
 int run_engines(Model& model, Run& run, bool has_callback, Solution& result) {
-    const Features features = features_of(model, has_callback);
+    const Features features = features_of(model, has_callback, &run);
+    if (is_over(run)) {
+        result.is_mip = model.is_mip();
+        return run.interrupt.load() ? TSO_ABORT_INTERRUPTED : TSO_ABORT_TIME_LIMIT;
+    }
     const ClassRow& problem = class_of(features);
     model.env.log().line("Class: " + std::string(problem.words));
     return Attempts(model, run, features).run(problem, result);

@@ -30,7 +30,7 @@ constexpr FeatureName kFeatureNames[] = {
 
 } // namespace
 
-Features features_of(const Model& model, bool has_callback) {
+Features features_of(const Model& model, bool has_callback, const Run* run) {
     Features f;
     if (model.is_mip()) {
         for (char type : model.cols().type) {
@@ -47,9 +47,9 @@ Features features_of(const Model& model, bool has_callback) {
     f.psd = !model.psdvars().empty() || model.num_psd_rows() > 0;
     f.callback = has_callback && (f.integers || f.semicontinuous || f.sos || f.indicators);
     f.columns = model.cols().size();
-    f.convex = !f.quadratic_objective || is_convex(model.quadratic(), model.sense());
+    f.convex = !f.quadratic_objective || is_convex(model.quadratic(), model.sense(), run);
     for (int i = 0; f.quadratic_rows && f.convex_rows && i < model.rows().size(); ++i)
-        f.convex_rows = is_convex_row(model, i);
+        f.convex_rows = is_convex_row(model, i, run);
     return f;
 }
 

@@ -8,7 +8,8 @@
 
 namespace tso::engine {
 
-Features features_of(const Model& model, bool has_callback);
+// They mean nothing if `run` is over by then.
+Features features_of(const Model& model, bool has_callback, const Run* run = nullptr);
 
 // In words, for the log: "integer variables, a quadratic objective that is not convex".
 std::string in_words(const Features& f);

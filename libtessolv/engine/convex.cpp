@@ -12,53 +12,87 @@ namespace {
 
 constexpr double kPivotTolerance = 1e-9; // of a unit diagonal: pivots within it count as zero
 constexpr double kCoupling = 1e-6;       // largest entry beside a zero pivot that counts as rounding
+constexpr size_t kFewColumns = 60;       // where it makes no difference how a matrix is stored
 
 using Row = std::unordered_map<int, double>; // without the diagonal
 
-// What is left of the matrix, dense and column by column; pivots on the largest diagonal entry.
-bool dense_is_semidefinite(std::vector<double>& a, int n) {
-    const auto at = [&](int i, int j) -> double& { return a[static_cast<size_t>(j) * n + i]; };
-    std::vector<char> used(n, 0);
-    std::vector<double> column(n);
-    for (int step = 0; step < n; ++step) {
-        int p = -1;
-        for (int i = 0; i < n; ++i) {
-            if (used[i])
-                continue;
+bool is_over(const Run* run) { return run && (run->interrupt.load() || run->remaining() <= 0); }
+
+// Columns of the lower triangle of a matrix with a unit diagonal; pivots on the largest diagonal entry.
+bool dense_is_semidefinite(std::vector<double>& a, size_t n, const Run* run) {
+    const auto at = [&](size_t i, size_t j) -> double& { return a[j * n + i]; };
+    for (size_t step = 0; step < n && !is_over(run); ++step) {
+        size_t p = step;
+        for (size_t i = step; i < n; ++i) {
             if (at(i, i) < -kPivotTolerance)
                 return false;
-            if (p < 0 || at(i, i) > at(p, p))
+            if (at(i, i) > at(p, p))
                 p = i;
         }
-        used[p] = 1;
-        const double pivot = at(p, p);
-        if (pivot <= kPivotTolerance) { // the largest one: all that is left must vanish
-            for (int j = 0; j < n; ++j)
-                for (int i = 0; i < n; ++i)
-                    if (i != j && (!used[i] || i == p) && (!used[j] || j == p) && std::fabs(at(i, j)) > kCoupling)
+        if (at(p, p) <= kPivotTolerance) { // the largest one: all that is left must vanish
+            for (size_t j = step; j < n; ++j)
+                for (size_t i = j + 1; i < n; ++i)
+                    if (std::fabs(at(i, j)) > kCoupling)
                         return false;
             return true;
         }
-        for (int i = 0; i < n; ++i)
-            column[i] = used[i] ? 0 : at(i, p);
-        for (int j = 0; j < n; ++j) {
-            if (column[j] == 0)
-                continue;
-            const double factor = column[j] / pivot;
-            double* target = &a[static_cast<size_t>(j) * n];
-            for (int i = 0; i < n; ++i)
+        if (p != step) {
+            std::swap(at(step, step), at(p, p));
+            for (size_t i = step + 1; i < n; ++i)
+                if (i != p)
+                    std::swap(at(i, step), i < p ? at(p, i) : at(i, p));
+        }
+        const double* column = &at(0, step);
+        for (size_t j = step + 1; j < n; ++j) {
+            const double factor = column[j] / column[step];
+            double* target = &at(0, j);
+            for (size_t i = j; factor != 0 && i < n; ++i)
                 target[i] -= factor * column[i];
         }
     }
     return true;
 }
 
+// For matrices that have most of their entries: no maps. `number` has the place of each variable.
+bool dense_is_convex(const std::vector<QuadTerm>& terms, double sign, const std::unordered_map<int, int>& number,
+                     const Run* run) {
+    const size_t n = number.size();
+    std::vector<double> a(n * n, 0.0), scale(n);
+    for (const QuadTerm& t : terms) {
+        const auto [j, i] = std::minmax(number.at(t.row), number.at(t.col));
+        a[j * n + i] += (i == j ? 2 : 1) * sign * t.value;
+    }
+    double largest = 0;
+    for (double v : a)
+        largest = std::max(largest, std::fabs(v));
+    for (size_t i = 0; i < n; ++i) {
+        const double diagonal = a[i * n + i];
+        if (diagonal < -1e-12 * largest)
+            return false;
+        scale[i] = diagonal <= 1e-15 * largest ? 0.0 : 1 / std::sqrt(diagonal);
+    }
+    for (size_t j = 0; j < n; ++j)
+        for (size_t i = j; i < n; ++i) {
+            double& v = a[j * n + i];
+            if (i != j && scale[i] * scale[j] == 0 && std::fabs(v) > 1e-12 * largest)
+                return false;
+            v = i == j ? (scale[i] == 0 ? 0.0 : 1.0) : v * scale[i] * scale[j];
+        }
+    return dense_is_semidefinite(a, n, run);
+}
+
 } // namespace
 
-bool is_convex(const std::vector<QuadTerm>& terms, double sign) {
+bool is_convex(const std::vector<QuadTerm>& terms, double sign, const Run* run) {
     // Only the variables that occur, numbered afresh.
     std::unordered_map<int, int> number;
     const auto numbered = [&](int j) { return number.emplace(j, static_cast<int>(number.size())).first->second; };
+    for (const QuadTerm& t : terms) {
+        numbered(t.row);
+        numbered(t.col);
+    }
+    if (number.size() > kFewColumns && terms.size() > number.size() * number.size() / 4)
+        return dense_is_convex(terms, sign, number, run);
     std::vector<double> diagonal;
     std::vector<Row> off;
     for (const QuadTerm& t : terms) {
@@ -104,12 +138,12 @@ bool is_convex(const std::vector<QuadTerm>& terms, double sign) {
     for (int i = 0; i < n; ++i)
         by_degree.emplace(off[i].size(), i);
     int left = n;
-    while (!by_degree.empty()) {
+    while (!by_degree.empty() && !is_over(run)) {
         const auto [degree, p] = by_degree.top();
         by_degree.pop();
         if (gone[p] || degree != off[p].size())
             continue;
-        if (degree > 60 && degree * 2 > static_cast<size_t>(left))
+        if (degree > kFewColumns && degree * 2 > static_cast<size_t>(left))
             break; // the least of all: dense
         gone[p] = 1;
         --left;
@@ -141,22 +175,22 @@ bool is_convex(const std::vector<QuadTerm>& terms, double sign) {
             by_degree.emplace(off[j].size(), j);
         off[p] = Row();
     }
-    if (left == 0)
+    if (left == 0 || is_over(run))
         return true;
-    std::vector<int> position(n, -1);
-    int m = 0;
+    std::vector<size_t> position(n);
+    size_t m = 0;
     for (int i = 0; i < n; ++i)
         if (!gone[i])
             position[i] = m++;
-    std::vector<double> dense(static_cast<size_t>(m) * m, 0.0);
+    std::vector<double> dense(m * m, 0.0);
     for (int i = 0; i < n; ++i) {
         if (gone[i])
             continue;
-        dense[static_cast<size_t>(position[i]) * m + position[i]] = diagonal[i];
+        dense[position[i] * m + position[i]] = diagonal[i];
         for (const auto& [j, v] : off[i])
-            dense[static_cast<size_t>(position[j]) * m + position[i]] = v;
+            dense[position[j] * m + position[i]] = v;
     }
-    return dense_is_semidefinite(dense, m);
+    return dense_is_semidefinite(dense, m, run);
 }
 
 namespace {
@@ -247,7 +281,7 @@ double least_shift(const std::vector<double>& matrix, int dim, double size) {
     return shift;
 }
 
-bool is_convex_row(const Model& model, int i) {
+bool is_convex_row(const Model& model, int i, const Run* run) {
     const Rows& rows = model.rows();
     if (rows.kind_of(i) != RowKind::Quadratic)
         return true;
@@ -259,7 +293,8 @@ bool is_convex_row(const Model& model, int i) {
     if (above && below)
         return terms.empty();
     const auto square = [&](const QuadTerm& t) { return t.row == t.col && sign * t.value > 0; };
-    return std::all_of(terms.begin(), terms.end(), square) || is_convex(terms, sign) || is_cone(model, i, terms, sign);
+    return std::all_of(terms.begin(), terms.end(), square) || is_convex(terms, sign, run) ||
+           is_cone(model, i, terms, sign);
 }
 
 } // namespace tso::engine
