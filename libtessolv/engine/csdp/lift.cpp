@@ -158,6 +158,16 @@ bool Lifted::add_cone(const Model& model, const std::vector<QuadTerm>& terms, do
     return true;
 }
 
+// A block whose first entry is at least the square of a form.
+int Lifted::add_square_bound(const LinearForm& form) {
+    const int b = add_square_block(form, 0);
+    LiftedRow one;
+    one.blocks.push_back({b, 1, 1, 1.0});
+    one.rhs = 1;
+    rows.push_back(std::move(one));
+    return b;
+}
+
 std::string Lifted::add_quadratic_row(const Model& model, int i) {
     const Rows& r = model.rows();
     const std::vector<QuadTerm> terms = merged(r.quadratic[i]);
@@ -187,11 +197,7 @@ std::string Lifted::add_quadratic_row(const Model& model, int i) {
     }
     if (forms) {
         for (const LinearForm& form : *forms) {
-            const int b = add_square_block(form, 0);
-            LiftedRow one;
-            one.blocks.push_back({b, 1, 1, 1.0});
-            one.rhs = 1;
-            rows.push_back(std::move(one));
+            const int b = add_square_bound(form);
             row.blocks.push_back({b, 0, 0, sign});
         }
     } else {
@@ -252,11 +258,7 @@ std::string Lifted::build(const Model& model) {
         if (!forms)
             return "the quadratic objective is not convex";
         for (const LinearForm& form : *forms) {
-            const int b = add_square_block(form, 0);
-            LiftedRow one;
-            one.blocks.push_back({b, 1, 1, 1.0});
-            one.rhs = 1;
-            rows.push_back(std::move(one));
+            const int b = add_square_bound(form);
             block_cost.push_back({b, 0, 0, 1.0});
         }
     }

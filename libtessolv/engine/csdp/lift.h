@@ -48,6 +48,7 @@ struct Lifted {
 private:
     int add_column(double low, double high);
     int add_square_block(const std::vector<std::pair<int, double>>& form, double constant);
+    int add_square_bound(const std::vector<std::pair<int, double>>& form);
     bool add_cone(const Model& model, const std::vector<QuadTerm>& terms, double sign, double side, int row,
                   LiftedRow& target);
     std::string add_quadratic_row(const Model& model, int i);
