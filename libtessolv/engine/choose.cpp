@@ -3,6 +3,7 @@
 #include "engine/convex.h"
 #include "engine/csdp/csdp.h"
 #include "engine/highs/highs.h"
+#include "engine/ipopt/ipopt.h"
 #include "engine/scip/scip.h"
 
 namespace tso::engine {
@@ -13,7 +14,7 @@ using Maker = std::unique_ptr<Engine> (*)();
 constexpr Maker kMakers[] = {
     make_highs,
     make_scip,
-    nullptr, // Ipopt
+    make_ipopt,
     make_csdp,
 };
 static_assert(std::size(kMakers) == std::size(kEngines));

@@ -76,7 +76,11 @@ private:
 
     // endless.cpp
     bool find_endless(const Model& model, Run& run, const std::vector<double>& x, std::vector<double>& ray);
+    enum class Growth { Endless, Inside, Unknown };
+    Growth growth_of(const Model& model, Run& run, std::vector<double>& best);
     static bool is_endless(const Model& model, const std::vector<double>& x, const std::vector<double>& ray);
+
+    int tell_end(Model& model, Run& run, ScipExchange& exchange, ScipOutcome& outcome, Solution& result);
 
     // result.cpp
     int read_result(const Model& model, Run& run, ScipExchange& exchange, ScipOutcome& outcome, Solution& result);

@@ -13,6 +13,7 @@ namespace {
 constexpr double kFeasibilityFactor = 10; // what a solution may violate, in tolerances of the engine
 constexpr double kLeastFeasibility = 1e-6;
 constexpr double kInfinite = 1e19; // objective values of this size are none
+constexpr int kSearchOn = -1;      // no code: the search is to go on
 constexpr double kClean = 1e-9;    // violations that do not count as any
 
 struct StatusRow {
@@ -21,6 +22,7 @@ struct StatusRow {
 };
 // Statuses of limits say what ended the run; whether something was found is seen apart.
 constexpr StatusRow kStatuses[] = {
+    {SCIP_STATUS_UNKNOWN, TSO_STATUS_UNKNOWN, TSO_OKAY},
     {SCIP_STATUS_OPTIMAL, TSO_STATUS_OPTIMAL, TSO_OKAY},
     {SCIP_STATUS_GAPLIMIT, TSO_STATUS_OPTIMAL, TSO_OKAY},
     {SCIP_STATUS_INFEASIBLE, TSO_STATUS_INFEASIBLE, TSO_OKAY},
@@ -90,6 +92,9 @@ int ScipEngine::solve(Model& model, Run& run, Solution& result) {
         return TSO_OKAY;
     }
     const Params& p = model.env.params();
+    bool open = false; // some variable has a way to go on for ever
+    for (int j = 0; j < model.cols().size(); ++j)
+        open |= model.cols().lower[j] <= -TSO_INFINITY || model.cols().upper[j] >= TSO_INFINITY;
     for (bool ask_endless : {true, false}) {
         auto problem = std::make_shared<ScipProblem>();
         scip_build(model, *problem);
@@ -98,31 +103,55 @@ int ScipEngine::solve(Model& model, Run& run, Solution& result) {
         auto exchange = std::make_shared<ScipExchange>();
         exchange->pool_size = p.get_int(Param::MIP_SolutionPoolSize);
         exchange->stalling_nodes = p.get_int(Param::MIP_MaxStallingNodes);
-        exchange->ask_endless = ask_endless && problem->nonlinear && !run.callback; // asked once
+        exchange->ask_endless = ask_endless && problem->nonlinear && open && !run.callback; // it is asked once
         ScipOutcome outcome = run_scip(model, run, problem, exchange);
         problem.reset();
-        if (outcome.ended && exchange->looks_endless && !outcome.solutions.empty()) {
-            if (find_endless(model, run, outcome.solutions.back(), result.primal_ray)) {
-                result.status = TSO_STATUS_UNBOUNDED;
-                result.nodes = outcome.nodes;
-                result.simplex_iterations = outcome.iterations;
-                return TSO_OKAY;
-            }
-            if (run.remaining() > 0 && !run.interrupt.load())
-                continue;
+        const bool unbounded = outcome.status == SCIP_STATUS_UNBOUNDED;
+        if (outcome.ended && exchange->ask_endless && (unbounded || exchange->looks_endless)) {
+            const int code = tell_end(model, run, *exchange, outcome, result);
+            if (code != kSearchOn)
+                return code;
+            continue;
         }
         const std::vector<double> point = outcome.solutions.empty() ? std::vector<double>() : outcome.solutions.back();
         const int code = read_result(model, run, *exchange, outcome, result);
-        if (result.status == TSO_STATUS_UNBOUNDED && !is_endless(model, point, result.primal_ray)) {
+        if (!is_endless(model, point, result.primal_ray))
             result.primal_ray.clear();
-            if (exchange->ask_endless && !point.empty())
-                find_endless(model, run, point, result.primal_ray);
-        }
         if (result.status == TSO_STATUS_OPTIMAL && std::fabs(result.objective) >= kInfinite)
             result.status = TSO_STATUS_UNKNOWN; // the end of SCIP's numbers, not of the objective
         return code;
     }
     return TSO_ERROR; // not reached: the second round never continues
+}
+
+// What SCIP's claim that there is no end, or the look of it, is worth.
+int ScipEngine::tell_end(Model& model, Run& run, ScipExchange& exchange, ScipOutcome& outcome, Solution& result) {
+    result.nodes = outcome.nodes;
+    result.simplex_iterations = outcome.iterations;
+    result.status = TSO_STATUS_UNBOUNDED;
+    for (const std::vector<double>& x : outcome.solutions)
+        if (is_endless(model, x, outcome.primal_ray)) {
+            result.primal_ray = std::move(outcome.primal_ray);
+            return TSO_OKAY;
+        }
+    if (!outcome.solutions.empty() && find_endless(model, run, outcome.solutions.back(), result.primal_ray))
+        return TSO_OKAY;
+    std::vector<double> best;
+    const Growth growth = growth_of(model, run, best);
+    if (growth == Growth::Endless)
+        return TSO_OKAY;
+    result.status = TSO_STATUS_UNKNOWN;
+    if (run.interrupt.load() || run.remaining() <= 0)
+        outcome.status = SCIP_STATUS_TIMELIMIT;
+    else if (outcome.status != SCIP_STATUS_UNBOUNDED)
+        return kSearchOn;
+    else
+        outcome.status = SCIP_STATUS_UNKNOWN;
+    model.env.log().line("No bound of the objective was found, and no way to go on for ever.");
+    if (!best.empty())
+        outcome.solutions.insert(outcome.solutions.begin(), std::move(best));
+    outcome.bound = kNoValue;
+    return read_result(model, run, exchange, outcome, result);
 }
 
 int ScipEngine::read_result(const Model& model, Run& run, ScipExchange& exchange, ScipOutcome& outcome,
@@ -134,6 +163,8 @@ int ScipEngine::read_result(const Model& model, Run& run, ScipExchange& exchange
             result.status = row.status;
             code = row.code;
         }
+    if (outcome.return_code != SCIP_OKAY)
+        code = TSO_SIMPLEX_NUMERIC;
     std::vector<std::vector<double>> found = std::move(outcome.solutions);
     bool stalled = false;
     {

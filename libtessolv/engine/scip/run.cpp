@@ -17,8 +17,10 @@ constexpr SCIP_EVENTTYPE kEvents =
     SCIP_EVENTTYPE_PRESOLVEROUND | SCIP_EVENTTYPE_NODEFOCUSED | SCIP_EVENTTYPE_LPSOLVED | SCIP_EVENTTYPE_BESTSOLFOUND;
 
 constexpr double kEndless = 1e12; // an incumbent of this size is looked into
+constexpr double kNoBound = 1e19; // a bound of this size is none
+constexpr int kNodesWithoutBound = 2000;
 
-double finite_or_none(double v) { return v > -TSO_INFINITY && v < TSO_INFINITY ? v : kNoValue; }
+double finite_or_none(double v) { return std::fabs(v) < kNoBound ? v : kNoValue; }
 
 // What the plugins of a run carry.
 struct Watch {
@@ -64,6 +66,8 @@ SCIP_RETCODE on_event(SCIP* s, SCIP_EVENTHDLR* handler, SCIP_EVENT* event, SCIP_
                     x.pool.erase(x.pool.begin());
                 x.pool.push_back({x.news.incumbent, values_of(*w.problem, SCIPgetBestSol(s))});
             }
+            x.looks_endless |= x.ask_endless && type == SCIP_EVENTTYPE_NODEFOCUSED &&
+                               x.news.nodes > kNodesWithoutBound && std::fabs(SCIPgetDualbound(s)) >= kNoBound;
             x.stalled |= type == SCIP_EVENTTYPE_NODEFOCUSED && x.stalling_nodes < TSO_MAXINT && x.best_at >= 0 &&
                          x.news.nodes - x.best_at >= x.stalling_nodes;
         }
