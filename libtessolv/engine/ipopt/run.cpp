@@ -2,6 +2,7 @@
 #include "engine/check.h"
 #include "engine/ipopt/engine.h"
 #include "engine/ipopt/ipopt.h"
+#include "engine/scip/threads.h"
 
 #include <algorithm>
 #include <cfloat>
@@ -155,7 +156,11 @@ int IpoptEngine::solve(Model& model, Run& run, Solution& result) {
     }
     const Params& p = model.env.params();
     const int most = p.get_int(Param::IPM_MaxIterations);
-    auto nlp = std::make_shared<NlpProblem>(model);
+    std::shared_ptr<NlpProblem> nlp;
+    on_scip_thread([&] {
+        const auto free = [](NlpProblem* problem) { on_scip_thread([problem] { delete problem; }); };
+        nlp = std::shared_ptr<NlpProblem>(new NlpProblem(model), free);
+    });
     auto outcome = std::make_shared<NlpOutcome>();
     auto flag = std::make_shared<StopFlag>();
     const double left = std::clamp(run.remaining(), 1e-3, 1e6);
@@ -172,10 +177,12 @@ int IpoptEngine::solve(Model& model, Run& run, Solution& result) {
                                  0,
                                  nullptr};
     Job job{nlp, outcome, settings, model.cols().size(), model.rows().size(), model.sense()};
-    const bool ended = run_on_worker(run, flag, std::move(job), [&] {
-        if (flag->stop.load())
-            nlp->object.interrupt();
-    });
+    const bool ended = run_on_worker(
+        run, flag, [job = std::move(job)]() mutable { on_scip_thread(std::ref(job)); },
+        [&] {
+            if (flag->stop.load())
+                nlp->object.interrupt();
+        });
     const int stopped = run.interrupt.load() ? TSO_ABORT_INTERRUPTED : TSO_ABORT_TIME_LIMIT;
     if (!ended)
         return stopped;

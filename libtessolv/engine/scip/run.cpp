@@ -1,6 +1,7 @@
 // One run of SCIP on a worker: what it is told to look at, and what is asked again where its answer is open.
 #include "engine/scip/callback.h"
 #include "engine/scip/engine.h"
+#include "engine/scip/threads.h"
 
 #include <algorithm>
 #include <cmath>
@@ -287,11 +288,13 @@ ScipOutcome ScipEngine::run_scip(Model& model, Run& run, const std::shared_ptr<S
         return std::move(*outcome);
     }
     Job job{{problem, exchange, nullptr, {}}, outcome, run.begin, run.max_seconds};
-    const bool ended = run_on_worker(run, exchange, std::move(job), [&] {
-        if (exchange->stop.load())
-            problem->object.interrupt();
-        tick();
-    });
+    const bool ended = run_on_worker(
+        run, exchange, [job = std::move(job)]() mutable { on_scip_thread(std::ref(job)); },
+        [&] {
+            if (exchange->stop.load())
+                problem->object.interrupt();
+            tick();
+        });
     if (!ended) {
         ScipOutcome lost;
         lost.ended = false;
