@@ -119,3 +119,13 @@ def test_limits(library, run):
     m.parameter("IPM/MaxIterations", capi.MAXINT)
     m.parameter("MaxTime", 0.3)
     assert run(m)[0] == capi.ABORT_TIME_LIMIT
+
+
+def test_any_number_of_runs(build, run):
+    """SCIP's automatic differentiation has room for 64 threads in the life of a process."""
+    m = build([-3.0, -4.0], lb=[-INF] * 2)
+    m.addqconstr([], [(0, 0, 1.0), (1, 1, 1.0)], "<", 1.0)
+    for radius in range(1, 100):
+        m.set("RHS", [0], [float(radius)])
+        assert run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(-5 * radius**0.5, abs=1e-5)

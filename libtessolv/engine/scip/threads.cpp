@@ -5,6 +5,7 @@
 #include <exception>
 #include <future>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include <signal.h>
@@ -33,7 +34,10 @@ Pool& pool() {
     return *current;
 }
 
+thread_local bool serving = false; // this thread is one of them
+
 void serve(Pool& p) {
+    serving = true;
     std::unique_lock lock(p.mutex);
     for (;;) {
         ++p.idle;
@@ -70,6 +74,8 @@ void start_thread(Pool& p) {
 } // namespace
 
 void on_scip_thread(const std::function<void()>& job) {
+    if (serving)
+        return job();
     Pool& p = pool();
     std::packaged_task<void()> task(job);
     std::future<void> done = task.get_future();
