@@ -9,7 +9,8 @@
 namespace tso::engine {
 
 // Whether sign * sum of value * x[row] * x[col] is convex, up to rounding: a matrix that is positive semi-definite but
-// for pivots of about -1e-9 of their diagonal entry counts as convex. The answer means nothing if `run` is over by then.
+// for pivots of about -1e-9 of their diagonal entry counts as convex. The answer means nothing if `run` is over by
+// then.
 bool is_convex(const std::vector<QuadTerm>& terms, double sign, const Run* run = nullptr);
 
 // About how much has to be added to the diagonal of a symmetric matrix (dim x dim) before it is positive semi-definite:
