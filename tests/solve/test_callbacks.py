@@ -92,22 +92,31 @@ def test_rows_that_come_late_give_the_answer_of_rows_that_were_there(seed):
         assert late.ObjVal == pytest.approx(whole.ObjVal)
 
 
-def test_a_cut_closes_the_gap_at_the_root():
+@pytest.mark.parametrize("presolved", [False, True])
+def test_a_cut_closes_the_gap_at_the_root(presolved):
     """An odd cycle: the relaxation sets all to a half, one cut makes it whole."""
     n = 21
     m = quiet()
     x = m.addMVar(n, vtype=TSO.BINARY, obj=-1)
     m.addConstrs(x[i] + x[(i + 1) % n] <= 1 for i in range(n))
-    bounds = []
+    bounds, answers = [], []
 
     def cut(model, where):
+        if where == START and presolved:
+            columns = list(range(model.cbGet(TSO.Callback.PRE_NUMVARS)))
+            assert len(columns) == n  # nothing to be reduced here
+            model.cbSetSolution(columns, 1)
+            answers.append(model.cbUseSolution())
+            model.cbSetSolution(columns[:2], [1, 0])  # the rest is found
+            answers.append(model.cbUseSolution())
         if where == NODE:
             bounds.append((model.cbGet(TSO.Callback.MIP_RELVAL), model.cbGetNodeRel(x).sum()))
             if bounds[-1][1] > n // 2 + 1e-6:
-                model.cbCut(x.sum() <= n // 2)
+                model.cbCut(([*range(n)], [1] * n), "<", n // 2) if presolved else model.cbCut(x.sum() <= n // 2)
 
     m.optimize(cut)
     assert m.ObjVal == -(n // 2)
+    assert answers == ([(1, -n), (0, -(n // 2))] if presolved else [])
     for relaxation, total in bounds:
         assert relaxation == pytest.approx(-total)
 
