@@ -1,6 +1,7 @@
 """A slow second opinion: arrays of scalar expressions in NumPy arrays of objects, one Python operator per cell."""
 
 import ctypes
+import operator
 from numbers import Number
 
 import numpy as np
@@ -91,50 +92,39 @@ def _rank(x):
     return OPERANDS.index(type(x)) + 10 * isinstance(x, ARRAYS)
 
 
-def add(a, b):
+def _combined(sign, operate, a, b):
     if not isinstance(a, OPERANDS):
         a, b = b, a
     if isinstance(a, SCALARS) and isinstance(b, SCALARS):
-        return a + b  # scalar operators have tests of their own
+        return operate(a, b)  # scalar operators have tests of their own
+    quadratic = isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)
+    if sign == "*" and isinstance(b, OPERANDS):
+        if quadratic:
+            _refuse("*", a, b)
+        quadratic = True
     if isinstance(b, ARRAYS) and (not isinstance(a, ARRAYS) or _rank(b) > _rank(a)):
         a, b = b, a
-    quadratic = isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)
     if isinstance(b, Number):
-        return _wrap(quadratic, inside(a) + float(b)) if isinstance(a, ARRAYS) else a + b
+        return _wrap(quadratic, operate(inside(a), float(b))) if isinstance(a, ARRAYS) else operate(a, b)
     if not isinstance(b, OPERANDS):
         if sp.issparse(b):
-            _refuse("+", a, b)
+            _refuse(sign, a, b)
         if isinstance(a, ARRAYS):
-            return _wrap(quadratic, b + inside(a))
-        return _wrap(quadratic, np.vectorize(lambda cell: cell + a)(_numbers(b)))
+            return _wrap(quadratic, operate(b, inside(a)))
+        return _wrap(quadratic, np.vectorize(lambda cell: operate(cell, a))(_numbers(b)))
+    if sign == "*" and isinstance(a, tso.MLinExpr) and isinstance(b, tso.MLinExpr):
+        b = a
     if isinstance(b, ARRAYS):
-        return _wrap(quadratic, inside(a) + inside(b))
-    return _wrap(quadratic, np.vectorize(lambda cell: cell + b)(inside(a)))
+        return _wrap(quadratic, operate(inside(a), inside(b)))
+    return _wrap(quadratic, np.vectorize(lambda cell: operate(cell, b))(inside(a)))
+
+
+def add(a, b):
+    return _combined("+", operator.add, a, b)
 
 
 def multiply(a, b):
-    left, right = a, b
-    if not isinstance(a, OPERANDS):
-        a, b = left, right = b, a
-    if isinstance(a, SCALARS) and isinstance(b, SCALARS):
-        return a * b
-    if isinstance(b, OPERANDS) and (isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)):
-        _refuse("*", left, right)
-    if isinstance(b, ARRAYS) and (not isinstance(a, ARRAYS) or _rank(b) > _rank(a)):
-        a, b = b, a
-    if isinstance(b, Number):
-        return _wrap(isinstance(a, QUADRATIC), inside(a) * float(b)) if isinstance(a, ARRAYS) else a * b
-    if not isinstance(b, OPERANDS):
-        if sp.issparse(b):
-            _refuse("*", a, b)
-        if isinstance(a, ARRAYS):
-            return _wrap(isinstance(a, QUADRATIC), b * inside(a))
-        return _wrap(isinstance(a, QUADRATIC), np.vectorize(lambda cell: cell * a)(_numbers(b)))
-    if isinstance(a, tso.MLinExpr) and isinstance(b, tso.MLinExpr):
-        b = a
-    if isinstance(b, ARRAYS):
-        return _wrap(True, inside(a) * inside(b))
-    return _wrap(True, np.vectorize(lambda cell: cell * b)(inside(a)))
+    return _combined("*", operator.mul, a, b)
 
 
 def negative(a):
@@ -157,17 +147,15 @@ def product_of_variables(a, b):
     """The content of a product of variables with numbers or with variables, of shapes that fit: nothing is dropped."""
     left, right = (inside(x) if isinstance(x, tso.MVar) else np.asarray(x, float) for x in (a, b))
     shape = np.shape(np.zeros(left.shape) @ np.zeros(right.shape))
-    rows, columns = left.reshape(-1, left.shape[-1]), right.reshape(right.shape[0], -1)
-    cells = []
-    for row in rows:
-        for column in columns.T:
-            if not isinstance(a, tso.MVar):
-                cells.append(("l", [(n, v.index) for n, v in zip(row, column)], 0.0))
-            elif not isinstance(b, tso.MVar):
-                cells.append(("l", [(n, v.index) for v, n in zip(row, column)], 0.0))
-            else:
-                cells.append(("q", [(1, v.index, w.index) for v, w in zip(row, column)], [], 0.0))
     both = isinstance(a, tso.MVar) and isinstance(b, tso.MVar)
+    cells = []
+    for row in left.reshape(-1, left.shape[-1]):
+        for column in right.reshape(right.shape[0], -1).T:
+            if both:
+                cells.append(("q", [(1, v.index, w.index) for v, w in zip(row, column)], [], 0.0))
+            else:
+                pairs = zip(column, row) if isinstance(a, tso.MVar) else zip(row, column)
+                cells.append(("l", [(n, v.index) for n, v in pairs], 0.0))
     return "MQuadExpr" if both else "MLinExpr", shape, cells
 
 

@@ -104,5 +104,4 @@ def large_qp(library, n):
 
 
 def add_quadratic(m, rows, cols, values):
-    a = capi.Arrays()
-    m.call("TSOaddqpterms", len(rows), a.ints(rows), a.ints(cols), a.doubles(values))
+    m.call("TSOaddqpterms", len(rows), rows, cols, values)

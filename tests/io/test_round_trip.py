@@ -52,7 +52,7 @@ def random_model(files, seed, crossed_rows=False):
     binary = model.count("NumVars")
     model.addvar(0.0, 0.0, 1.0, "B", "switch")
     if rng.random() < 0.5:
-        model.call("TSOaddqpterms", 3, *quadratic_arrays(rng, n, 3))
+        model.call("TSOaddqpterms", 3, *quadratic_terms(rng, n, 3))
     row_names = list(rng.permutation(AWKWARD))
     for _ in range(m):
         cols = rng.choice(n, int(rng.integers(0, n + 1)), replace=False)
@@ -85,18 +85,11 @@ def distinct_pairs(rng, n, count):
     return [p if rng.random() < 0.5 else p[::-1] for p in sorted(pairs)]
 
 
-ARRAYS = []  # kept for the calls that read them
-
-
-def quadratic_arrays(rng, n, count):
-    """Pointers to terms, repeated ones filled up with zeros: they are one term each."""
+def quadratic_terms(rng, n, count):
+    """Rows, columns, values; repeated pairs fill up, which are one term each."""
     pairs = distinct_pairs(rng, n, count)
-    arrays = capi.Arrays()
-    ARRAYS.append(arrays)
-    while len(pairs) < count:
-        pairs.append(pairs[0])
-    values = [random_number(rng) for _ in range(count)]
-    return arrays.ints([p[0] for p in pairs]), arrays.ints([p[1] for p in pairs]), arrays.doubles(values)
+    pairs += pairs[:1] * (count - len(pairs))
+    return *zip(*pairs), [random_number(rng) for _ in range(count)]
 
 
 def merged(terms):

@@ -6,6 +6,7 @@ from pathlib import Path
 
 import capi
 import pytest
+from header import INCLUDE
 
 PROGRAM = Path(__file__).resolve().parents[1] / "capi" / "test_header.c"
 
@@ -15,7 +16,7 @@ def test_a_c_program(dll, tmp_path):
     if compiler is None:
         pytest.skip("needs a C compiler")
     program, library = tmp_path / "program", Path(capi.find_library()).resolve()
-    command = [compiler, "-std=c99", "-Wall", "-Wextra", "-pedantic", "-Werror", f"-I{capi.INCLUDE}", str(PROGRAM)]
+    command = [compiler, "-std=c99", "-Wall", "-Wextra", "-pedantic", "-Werror", f"-I{INCLUDE}", str(PROGRAM)]
     # Bundled libraries that the library itself finds by its own run path are none of the linker's business here.
     command += ["-o", str(program), str(library), f"-Wl,-rpath,{library.parent}", "-Wl,--allow-shlib-undefined"]
     subprocess.run(command, check=True)

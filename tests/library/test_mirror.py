@@ -23,17 +23,13 @@ class Mirror:
         return {
             "rows": rows,
             "cols": cols,
-            "LB": [c["lb"] for c in self.cols],
-            "UB": [c["ub"] for c in self.cols],
-            "Obj": [c["obj"] for c in self.cols],
-            "Start": [c["start"] for c in self.cols],
-            "VType": "".join(c["type"] for c in self.cols),
-            "VarName": [c["name"] or f"C{j}" for j, c in enumerate(self.cols)],
-            "LHS": [r["lower"] for r in self.rows],
-            "RHS": [r["upper"] for r in self.rows],
-            "ConstrName": [r["name"] or f"R{i}" for i, r in enumerate(self.rows)],
+            "VType": "".join(c["VType"] for c in self.cols),
+            "VarName": [c["VarName"] or f"C{j}" for j, c in enumerate(self.cols)],
+            "ConstrName": [r["ConstrName"] or f"R{i}" for i, r in enumerate(self.rows)],
             "sos": [(t, [place[id(c)] for c in m], w) for t, m, w in self.sos],
             "quadratic": [(place[id(a)], place[id(b)], v) for a, b, v in self.terms],
+            **{name: [c[name] for c in self.cols] for name in ("LB", "UB", "Obj", "Start")},
+            **{name: [r[name] for r in self.rows] for name in ("LHS", "RHS")},
         }
 
 
@@ -55,8 +51,8 @@ class Player:
 
     def new_col(self):
         lb = self.value()
-        return {"lb": lb, "ub": lb + 2, "obj": self.value(), "type": self.rng.choice("CISN"), "name": self.name(),
-                "start": capi.UNDEFINED}  # fmt: skip
+        return {"LB": lb, "UB": lb + 2, "Obj": self.value(), "VType": self.rng.choice("CISN"), "VarName": self.name(),
+                "Start": capi.UNDEFINED}  # fmt: skip
 
     def enter(self, row, col, value):
         """Adds up with what stands there."""
@@ -69,9 +65,9 @@ class Player:
     def addvar(self):
         c, rows = self.new_col(), self.some(self.mirror.rows)
         values = [self.value() for _ in rows]
-        self.model.addvar(c["obj"], c["lb"], c["ub"], c["type"], c["name"], rows, values)
+        self.model.addvar(c["Obj"], c["LB"], c["UB"], c["VType"], c["VarName"], rows, values)
         self.mirror.cols.append(c)
-        for i, v in zip(rows, values, strict=True):
+        for i, v in zip(rows, values):
             self.enter(self.mirror.rows[i], c, v)
 
     def addvars(self):
@@ -81,9 +77,8 @@ class Player:
             begin.append(len(rows))
             rows += self.some(self.mirror.rows)
         values = [self.value() for _ in rows]
-        columns = {"lb": "lb", "ub": "ub", "obj": "obj", "names": "name"}
-        arrays = {key: [c[field] for c in new] for key, field in columns.items()}
-        self.model.addvars(len(new), begin, rows, values, vtype="".join(c["type"] for c in new), **arrays)
+        arrays = [[c[name] for c in new] for name in ("Obj", "LB", "UB", "VType", "VarName")]
+        self.model.addvars(len(new), begin, rows, values, *arrays[:3], "".join(arrays[3]), arrays[4])
         self.mirror.cols += new
         for k, c in enumerate(new):
             for at in range(begin[k], begin[k + 1] if k + 1 < len(new) else len(rows)):
@@ -91,17 +86,17 @@ class Player:
 
     def new_row(self):
         lower = self.value()
-        return {"lower": lower, "upper": lower + 3, "name": self.name(), "entries": []}
+        return {"LHS": lower, "RHS": lower + 3, "ConstrName": self.name(), "entries": []}
 
     def fill(self, row, cols, values):
-        for j, v in zip(cols, values, strict=True):
+        for j, v in zip(cols, values):
             self.enter(row, self.mirror.cols[j], v)
         self.mirror.rows.append(row)
 
     def addrow(self):
         row, cols = self.new_row(), self.some(self.mirror.cols)
         values = [self.value() for _ in cols]
-        self.model.addrow(cols, values, row["lower"], row["upper"], row["name"])
+        self.model.addrow(cols, values, row["LHS"], row["RHS"], row["ConstrName"])
         self.fill(row, cols, values)
 
     def addrows(self):
@@ -109,38 +104,35 @@ class Player:
         entries = [self.some(self.mirror.cols) for _ in new]
         values = [[self.value() for _ in cols] for cols in entries]
         begin = [sum(map(len, entries[:k])) for k in range(len(new))]
-        bounds = {"lower": [r["lower"] for r in new], "upper": [r["upper"] for r in new]}
-        flat = [j for cols in entries for j in cols], [v for vs in values for v in vs]
-        self.model.addrows(len(new), begin, *flat, **bounds, names=[r["name"] for r in new])
-        for row, cols, vs in zip(new, entries, values, strict=True):
+        arrays = [[r[name] for r in new] for name in ("LHS", "RHS", "ConstrName")]
+        self.model.addrows(len(new), begin, sum(entries, []), sum(values, []), *arrays)
+        for row, cols, vs in zip(new, entries, values):
             self.fill(row, cols, vs)
 
     def change(self):
         if not self.mirror.cols or not self.mirror.rows:
             return
-        rows, cols = self.some(self.mirror.rows), []
+        rows = self.some(self.mirror.rows)
         cols = [self.rng.randrange(len(self.mirror.cols)) for _ in rows]
         values = [self.value() * self.rng.randrange(2) for _ in rows]
         self.model.change(rows, cols, values)
-        for i, j, v in zip(rows, cols, values, strict=True):
+        for i, j, v in zip(rows, cols, values):
             col, row = self.mirror.cols[j], self.mirror.rows[i]
             row["entries"] = [(c, w) for c, w in row["entries"] if c is not col] + [(col, v)]
 
     def write(self):
-        fields = {"LB": ("cols", "lb"), "UB": ("cols", "ub"), "Obj": ("cols", "obj"), "Start": ("cols", "start"),
-                  "LHS": ("rows", "lower"), "RHS": ("rows", "upper"), "VarName": ("cols", "name"),
-                  "ConstrName": ("rows", "name"), "VType": ("cols", "type")}  # fmt: skip
-        attribute = self.rng.choice(sorted(fields))
-        kind, field = fields[attribute]
-        elements = getattr(self.mirror, kind)
+        attribute = self.rng.choice(["LB", "UB", "Obj", "Start", "VType", "VarName", "LHS", "RHS", "ConstrName"])
+        elements = self.mirror.rows if attribute in ("LHS", "RHS", "ConstrName") else self.mirror.cols
         indices = self.some(elements) or [0] * bool(elements)
         if not indices:
             return
-        make = {"name": self.name, "type": lambda: self.rng.choice("CISN")}.get(field, self.value)
-        values = [make() for _ in indices]
-        self.model.set(attribute, indices, "".join(values) if field == "type" else values)
-        for i, v in zip(indices, values, strict=True):
-            elements[i][field] = v
+        make = self.name if attribute.endswith("Name") else self.value
+        values = (
+            "".join(self.rng.choice("CISN") for _ in indices) if attribute == "VType" else [make() for _ in indices]
+        )
+        self.model.set(attribute, indices, values)
+        for i, v in zip(indices, values):
+            elements[i][attribute] = v
 
     def delete(self):
         kind, field = self.rng.choice([("vars", "cols"), ("constrs", "rows"), ("sos", "sos")])
@@ -153,7 +145,7 @@ class Player:
             for row in self.mirror.rows:
                 row["entries"] = [(c, v) for c, v in row["entries"] if id(c) not in left]
             self.mirror.sos = [
-                (t, [c for c in m if id(c) not in left], [w for c, w in zip(m, ws, strict=True) if id(c) not in left])
+                (t, *map(list, capi.columns([(c, w) for c, w in zip(m, ws) if id(c) not in left], 2)))
                 for t, m, ws in self.mirror.sos
             ]
             self.mirror.terms = [t for t in self.mirror.terms if id(t[0]) not in left and id(t[1]) not in left]
@@ -163,9 +155,8 @@ class Player:
         weights = [self.value() for _ in members]
         self.model.addsos([2], [0], members, weights)
         self.mirror.sos.append((2, [self.mirror.cols[j] for j in members], weights))
-        a, pairs = capi.Arrays(), [(i, j, self.value()) for i, j in zip(members, members[::-1], strict=True)]
-        columns = [a.ints([p[0] for p in pairs]), a.ints([p[1] for p in pairs]), a.doubles([p[2] for p in pairs])]
-        self.model.call("TSOaddqpterms", len(pairs), *columns)
+        pairs = [(i, j, self.value()) for i, j in zip(members, members[::-1])]
+        self.model.call("TSOaddqpterms", len(pairs), *capi.columns(pairs, 3))
         self.mirror.terms += [(self.mirror.cols[i], self.mirror.cols[j], v) for i, j, v in pairs]
         if self.rng.random() < 0.1:
             self.model.call("TSOdelq")
@@ -173,7 +164,7 @@ class Player:
 
 
 @pytest.mark.parametrize("seed", range(12))
-def test_random_edits(library, model, seed):
+def test_random_edits(model, seed):
     rng = random.Random(seed)
     player = Player(model, rng)
     edits = [player.addvar, player.addvars, player.addrow, player.addrows, player.change, player.write, player.write,
@@ -189,4 +180,4 @@ def test_random_edits(library, model, seed):
                         name = rng.choice(expected[names])
                         assert player.model.find(function, name) == expected[names].index(name)
         if step == 700:  # goes on with a copy
-            player.model = library.wrap(library.dll.TSOcopymodel(player.model.handle))
+            player.model = player.model.copy()

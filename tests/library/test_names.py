@@ -1,5 +1,7 @@
 """Names: given and generated ones, found and renamed, whatever others are called."""
 
+import ctypes
+
 import capi
 import pytest
 
@@ -8,17 +10,14 @@ FIND = {"VarName": "TSOgetvarbyname", "ConstrName": "TSOgetconstrbyname"}
 
 @pytest.mark.parametrize("attribute", FIND)
 def test_unnamed_elements_have_names_that_nobody_else_has(model, fails, attribute):
-    letter = {"VarName": "C", "ConstrName": "R"}[attribute]
+    letter, add = {"VarName": ("C", model.addvars), "ConstrName": ("R", model.addrows)}[attribute]
     given = [None, f"{letter}0", f"{letter}5", "", f"{letter}4", f"{letter}4_", f"{letter}7", None, "x", "x"]
-    if attribute == "VarName":
-        model.addvars(len(given), names=given)
-    else:
-        model.addrows(len(given), names=given)
+    add(len(given), names=given)
     read = model.texts(attribute, range(len(given)))
     expected = [g or f"{letter}{i}" for i, g in enumerate(given)]
     expected[0] += "_"  # somebody else is called so
     expected[7] += "_"
-    assert read == expected and len(set(read)) == len(read) - 1  # "x" was given twice
+    assert read == expected
     for i, name in enumerate(read):
         assert model.find(FIND[attribute], name) == (8 if name == "x" else i)
     missing = {"VarName": capi.MODEL_INVALID_COL_NAME, "ConstrName": capi.MODEL_INVALID_ROW_NAME}[attribute]
@@ -28,40 +27,37 @@ def test_unnamed_elements_have_names_that_nobody_else_has(model, fails, attribut
 
 def test_renaming_frees_and_takes_names(model, fails):
     model.addvars(4, names=["a", "b", "a", None])
-    assert model.find("TSOgetvarbyname", "a") == 0
-    model.set("VarName", [0, 3], ["c", "a"])
-    assert [model.find("TSOgetvarbyname", n) for n in "abc"] == [2, 1, 0]
-    fails(capi.MODEL_INVALID_COL_NAME, model.find, "TSOgetvarbyname", "C3")
-    model.set("VarName", [1, 2], ["C2", ""])
-    assert model.texts("VarName", range(4)) == ["c", "C2", "C2_", "a"]
-    assert model.find("TSOgetvarbyname", "C2_") == 2 and model.find("TSOgetvarbyname", "a") == 3
-    model.set("VarName", [1], [None])
-    assert model.texts("VarName", range(4)) == ["c", "C1", "C2", "a"]
+    for indices, names, expected in (
+        ([0, 3], ["c", "a"], ["c", "b", "a", "a"]),
+        ([1, 2], ["C2", ""], ["c", "C2", "C2_", "a"]),
+        ([1], [None], ["c", "C1", "C2", "a"]),
+    ):
+        model.set("VarName", indices, names)
+        assert model.texts("VarName", range(4)) == expected
+        assert [model.find("TSOgetvarbyname", n) for n in expected] == [expected.index(n) for n in expected]
+        fails(capi.MODEL_INVALID_COL_NAME, model.find, "TSOgetvarbyname", "C3")
     model.delete("vars", [0])
     assert model.texts("VarName", range(3)) == ["C0", "C1", "a"] and model.find("TSOgetvarbyname", "C1") == 1
     model.addvar(name="c")
     assert model.find("TSOgetvarbyname", "c") == 3
 
 
-def test_length_and_bytes(model, fails):
+def test_length_and_bytes(model):
     longest = "ä" * 127 + "z"  # 255 bytes
-    model.addvar(name=longest)
-    assert model.texts("VarName", [0]) == [longest] and model.find("TSOgetvarbyname", longest) == 0
-    fails(capi.INVALID_ARGUMENT, model.addvar, name=longest + "z")
-    model.addvar(name=" two words\n[1,2]")
-    assert model.find("TSOgetvarbyname", " two words\n[1,2]") == 1
+    for k, name in enumerate((longest, " two words\n[1,2]")):
+        model.addvar(name=name)
+        assert model.texts("VarName", [k]) == [name] and model.find("TSOgetvarbyname", name) == k
     for value in ("p", "", longest):
-        model.call("TSOsetstrattr", capi.text("ModelName"), capi.text(value))
-        pointer = capi.ctypes.c_char_p()
-        model.call("TSOgetstrattr", capi.text("ProbName"), capi.ctypes.byref(pointer))
+        model.call("TSOsetstrattr", "ModelName", value)
+        pointer = ctypes.c_char_p()
+        model.call("TSOgetstrattr", "ProbName", ctypes.byref(pointer))
         assert pointer.value.decode() == value
-    fails(capi.INVALID_ARGUMENT, model.call, "TSOsetstrattr", capi.text("ModelName"), capi.text(longest + "z"))
 
 
 def test_text_holds_until_the_next_text(model):
     model.addvars(3, names=["one", "two", "three"])
-    values = (capi.ctypes.c_char_p * 3)()
-    model.call("TSOgetstrattrlist", capi.text("VarName"), 3, None, capi.ctypes.addressof(values))
+    values = (ctypes.c_char_p * 3)()
+    model.call("TSOgetstrattrlist", "VarName", 3, None, values)
     model.set("VarName", None, ["x" * 200] * 3)
     model.addvars(10000, names=[f"filler {k}" for k in range(10000)])
     model.delete("vars", [0, 1, 2])
@@ -78,11 +74,10 @@ def test_quadratic_rows_by_name(model, fails):
     model.addrow()
     for name in ("R4", "R0", ""):
         fails(capi.MODEL_INVALID_ROW_NAME, model.find, "TSOgetqconstrbyname", name)
-    assert model.dll.TSOgetqconstrbyname(model.handle, None, capi.ctypes.byref(capi.ctypes.c_int())) == -3
 
 
 def test_many_names_stay_quick(model):
-    """A million names are found, renamed and removed without going through all of them each time."""
+    """They are found, renamed and removed without going through all of them each time."""
     n = 200_000
     model.addvars(n, names=[f"x[{k}]" for k in range(n)])
     for k in range(0, n, 7):

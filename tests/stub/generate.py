@@ -1,18 +1,16 @@
 """Writes and builds the recording stand-in for libtessolv.so.
 
-The prototypes are taken from tessolv.h, so the stand-in has the library's 82 functions with their arguments. Each one
-writes down its name and its arguments; what it answers stands in runtime.h.
+The stand-in has the library's functions as tessolv.h declares them. Each one writes down its name and its arguments;
+what it answers stands in runtime.h.
 """
 
 import re
 import subprocess
-import sys
 from pathlib import Path
 
+from header import HANDLES, INCLUDE, LIBRARY, NAMES, PROTOTYPES
+
 HERE = Path(__file__).resolve().parent
-LIBRARY = HERE.parents[1] / "libtessolv"
-HEADER = LIBRARY / "include" / "tessolv.h"
-NAMES = LIBRARY / "include" / "tessolv_functions.h"
 
 # Lengths of the arrays that go in, by function; the shared rows hold where a function has no row of its own.
 SHARED = {
@@ -42,35 +40,12 @@ TEXTS_OUT = {"TSOgetstrattr", "TSOgetstrattrlist"}  # their `const char **` is f
 SHOWS_OLD_VALUE = {"TSOemptyenv", "TSOloadenv"}  # what the handle holds before the call is part of the contract
 
 
-def prototypes():
-    """(return type, name, [(type, name)]) of each function of the header, in its order."""
-    text = re.sub(r"/\*.*?\*/", "", HEADER.read_text(), flags=re.S)
-    found = []
-    for result, name, arguments in re.findall(
-        r"^TSO_API\s+([\w ]+\*?)\s*\b(TSO\w+)\((.*?)\);", text, flags=re.S | re.M
-    ):
-        pairs = []
-        for argument in re.split(r",(?![^()]*\))", " ".join(arguments.split())):
-            pointer = re.fullmatch(r".*\(\*(\w+)\)\(.*\)", argument)
-            if pointer:
-                pairs.append((argument, pointer.group(1)))
-            else:
-                kind, argument_name = re.fullmatch(r"(.*?)(\w+)", argument).groups()
-                pairs.append((kind.strip(), argument_name))
-        found.append((result.strip(), name, pairs))
-    return found
-
-
-def listed_names():
-    return re.findall(r"X\((TSO\w+)\)", NAMES.read_text())
-
-
 def record(function, kind, name):
     """The statement that writes down one argument."""
     length = LENGTHS.get(function, {}).get(name) or SHARED.get(name)
     if "(*" in kind:
         return f"r.callback({name});"
-    if kind in ("TSOenv", "TSOmodel", "TSOcbdata"):
+    if kind in HANDLES:
         return f"r.handle({name});"
     if kind in ("TSOenv*", "TSOmodel*"):
         return f"r.{'old_handle' if function in SHOWS_OLD_VALUE else 'out'}({name});"
@@ -90,12 +65,11 @@ def record(function, kind, name):
 
 
 def source():
-    functions = prototypes()
-    if [name for _, name, _ in functions] != listed_names():
+    if list(PROTOTYPES) != NAMES:
         raise SystemExit("the prototypes of tessolv.h and the list of tessolv_functions.h differ")
     answered = set(re.findall(r"\banswer_(TSO\w+)\(", (HERE / "runtime.h").read_text()))
     out = ['#include "runtime.h"\n']
-    for result, name, arguments in functions:
+    for name, (result, arguments) in PROTOTYPES.items():
         listed = ", ".join(kind if "(*" in kind else f"{kind} {argument}" for kind, argument in arguments)
         call = f"stub::answer_{name}({', '.join(a for _, a in arguments)})"
         failed = {"int": "code", "void": ""}.get(result, "nullptr")
@@ -117,13 +91,9 @@ def build(folder, compiler="g++"):
     folder.mkdir(parents=True, exist_ok=True)
     (folder / "stub.cpp").write_text(source())
     flags = ["-std=c++20", "-O1", "-g", "-fPIC", "-shared", "-fvisibility=hidden", "-Wall", "-Wextra"]
-    includes = [f"-I{HERE}", f"-I{LIBRARY}", f"-I{LIBRARY / 'include'}"]
+    includes = [f"-I{HERE}", f"-I{LIBRARY}", f"-I{INCLUDE}"]
     command = [compiler, *flags, *includes, "-Wl,-soname,libtessolv.so", "-o", "libtessolv.so", "stub.cpp", "-ldl"]
     made = subprocess.run(command, cwd=folder, capture_output=True, text=True)
     if made.returncode:
         raise RuntimeError(f"the stand-in does not compile:\n{made.stderr}")
     return folder
-
-
-if __name__ == "__main__":
-    build(sys.argv[1])
