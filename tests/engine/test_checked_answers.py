@@ -9,18 +9,7 @@ import pytest
 from answers import INF, OPTIMAL, SUB_OPTIMAL, add_quadratic, build
 
 
-def log_of(library, m, path):
-    path.unlink(missing_ok=True)
-    env = m.dll.TSOgetenv(m.handle)
-    library.call("TSOsetintparam", env, capi.text("OutputFlag"), 1)
-    library.call("TSOsetintparam", env, capi.text("LogToConsole"), 0)
-    library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(str(path)))
-    code = m.dll.TSOoptimize(m.handle)
-    library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(""))
-    return code, path.read_text()
-
-
-def test_ill_scaled_quadratic_problems(library, tmp_path):
+def test_ill_scaled_quadratic_problems(library, logged):
     """Optima by construction: x and the prices of rows and bounds fit together."""
     replaced = 0
     for seed in range(4):
@@ -39,8 +28,7 @@ def test_ill_scaled_quadratic_problems(library, tmp_path):
         m = build(library, cost, matrix, np.where(free, side - 1, low), np.where(free, side + 1, high))
         i = np.flatnonzero(square)
         add_quadratic(m, i, i, square[i])
-        m.parameter("MaxTime", 4.0)
-        code, text = log_of(library, m, tmp_path / "log")
+        code, text = logged(m, MaxTime=4.0)
         replaced += "does not stand" in text
         value = cost @ x + square @ x**2
         assert m.count("Status") in (OPTIMAL, SUB_OPTIMAL), (seed, code, text)

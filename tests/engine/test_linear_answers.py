@@ -81,7 +81,7 @@ def test_rays_prove_their_status(build, run, rng, presolve, method):
         assert (infeasible.count("HasPrimalRay"), infeasible.count("HasDualRay")) == (0, 1)
 
 
-def test_statuses_of_odd_models(build, library, run):
+def test_models_without_columns(library, run):
     empty = library.model()
     empty.call("TSOsetdblattr", capi.text("ObjConst"), 7.5)
     assert run(empty) == (0, OPTIMAL)
@@ -90,16 +90,6 @@ def test_statuses_of_odd_models(build, library, run):
     assert run(empty) == (0, OPTIMAL)
     empty.addrow((), (), lower=1)
     assert run(empty) == (0, INFEASIBLE)
-
-    assert run(build([1.0], lb=[5], ub=[2])) == (0, INFEASIBLE)
-    assert run(build([1.0], [[1.0]], [3], [2])) == (0, INFEASIBLE)
-    assert run(build([-1.0])) == (0, UNBOUNDED)
-    assert run(build([0.0], [[1.0]], [-INF], [-1])) == (0, INFEASIBLE)
-    fixed = build([2.0, 1.0], [[1, 1]], [-1e21], [1e300], lb=[3, -1e25], ub=[3, 1e20])
-    assert run(fixed) == (0, UNBOUNDED)
-    fixed.set("LB", [1], [-4.0])
-    assert run(fixed) == (0, OPTIMAL)
-    assert (fixed.number("ObjVal"), primal(fixed).tolist()) == (2.0, [3.0, -4.0])
 
 
 def test_a_basis_that_was_set_is_started_from(build, run, rng):

@@ -3,26 +3,7 @@
 import re
 
 import capi
-import pytest
 from answers import INF, OPTIMAL, add_quadratic, market_split
-
-
-@pytest.fixture
-def logged(library, tmp_path):
-    """logged(m): what optimizing m writes into its log file."""
-
-    def optimize(m, **parameters):
-        path = tmp_path / "log"
-        path.unlink(missing_ok=True)
-        env = m.dll.TSOgetenv(m.handle)
-        for name, value in {"OutputFlag": 1, "LogToConsole": 0, **parameters}.items():
-            m.parameter(name, value)
-        library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(str(path)))
-        code = m.dll.TSOoptimize(m.handle)
-        library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(""))
-        return code, path.read_text()
-
-    return optimize
 
 
 def test_size_ranges_and_result(build, logged):

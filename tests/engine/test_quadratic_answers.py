@@ -1,21 +1,8 @@
 """Quadratic objectives."""
 
-import capi
 import numpy as np
 import pytest
-from answers import INF, INFEASIBLE, OPTIMAL, UNBOUNDED, add_quadratic, duals, primal, reduced
-
-
-def test_known_answer_with_duals_and_sense(build, run):
-    # x^2 + x y + y^2 - x - y on x + y >= 1.5: at (0.75, 0.75) the objective grows by 1.25 per unit of the side.
-    for sign in (1.0, -1.0):
-        m = build([-sign, -sign], [[1, 1]], [1.5], [INF], maximize=sign < 0)
-        add_quadratic(m, [0, 1, 1], [0, 0, 1], [sign, sign, sign])
-        assert run(m) == (0, OPTIMAL)
-        assert m.number("ObjVal") == pytest.approx(0.1875 * sign, abs=1e-6)
-        assert m.number("DualObjVal") == pytest.approx(0.1875 * sign, abs=1e-5)
-        assert primal(m) == pytest.approx([0.75, 0.75], abs=1e-6)
-        assert duals(m) == pytest.approx([1.25 * sign], abs=1e-5)
+from answers import INF, OPTIMAL, add_quadratic, duals, primal, reduced
 
 
 def test_optimality_conditions_of_random_problems(build, run, rng):
@@ -37,7 +24,7 @@ def test_optimality_conditions_of_random_problems(build, run, rng):
         assert abs(np.where(d > 0, d * x, d * (2 - x))).max() < 1e-4
 
 
-def test_convexity_decides_who_may_solve(build, run, rng, library, tmp_path):
+def test_convexity_decides_who_may_solve(build, logged, rng):
     for trial in range(60):
         n, rank = int(rng.integers(2, 90)), int(rng.integers(1, 90))
         factor = rng.normal(size=(rank, n)) * (rng.random((rank, n)) < rng.choice([0.05, 0.3, 1.0]))
@@ -51,14 +38,10 @@ def test_convexity_decides_who_may_solve(build, run, rng, library, tmp_path):
         m = build(np.zeros(n), ub=np.ones(n), maximize=maximize)
         i, j = np.nonzero(np.tril(q))
         add_quadratic(m, i, j, np.where(i == j, q[i, i] / 2, q[i, j]) * (-1 if maximize else 1))
-        log, env = tmp_path / str(trial), m.dll.TSOgetenv(m.handle)
-        m.parameter("LogToConsole", 0)
-        m.parameter("OutputFlag", 1)
-        library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(str(log)))
-        m.parameter("MaxTime", 10.0)
         m.parameter("MIP/MaxNodes", 0)  # the search is another matter
-        assert run(m)[0] == 0 or not convex, trial
-        assert ("not convex" in log.read_text()) == (not convex), trial
+        code, log = logged(m, MaxTime=10.0)
+        assert code == 0 or not convex, trial
+        assert ("not convex" in log) == (not convex), trial
 
 
 def test_a_quadratic_objective_with_integers_and_without_and_taken_back(build, run):
@@ -75,15 +58,3 @@ def test_a_quadratic_objective_with_integers_and_without_and_taken_back(build, r
     m.set("VType", [0], "I")
     assert run(m) == (0, OPTIMAL)
     assert m.number("ObjVal") == -6
-
-
-def test_infeasible_and_unbounded(build, run):
-    m = build([0, -1.0], [[1, 1]], [-INF], [-1])
-    add_quadratic(m, [0], [0], [1.0])
-    assert (run(m), m.count("HasDualRay")) == ((0, INFEASIBLE), 1)
-    m = build([0, -1.0], [[1, -1]], [-INF], [1])
-    add_quadratic(m, [0], [0], [1.0])
-    assert (run(m), m.count("HasPrimalRay")) == ((0, UNBOUNDED), 1)
-    m.set("UB", [1], [4.0])
-    assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == pytest.approx(-4)

@@ -195,36 +195,6 @@ def test_infeasible_unbounded_and_degenerate(library, run):
     assert run(m)[1] not in (OPTIMAL, SUB_OPTIMAL, UNBOUNDED)
 
 
-def test_second_order_cones(library, run):
-    def model(cost, lb, quadratic, side=0.0, ub=None, sense="<", rows=()):
-        m = library.model()
-        m.addvars(len(cost), obj=cost, lb=lb, ub=ub)
-        m.addqconstr([], quadratic, sense, side)
-        for cols, values, low, high in rows:
-            m.addrow(cols, values, low, high)
-        return m
-
-    upright = [(1, 1, 1.0), (2, 2, 1.0), (0, 0, -1.0)]
-    root = np.sqrt(2)
-    for m, value, x, prices in (
-        (model([1, 1], [FREE] * 2, [(0, 0, 1.0), (1, 1, 1.0)], 1.0), -root, [-1 / root] * 2, [-1 / root]),
-        (model([1, 0, 0], [0, 3, 4], upright, ub=[INF, 3, 4]), 5, [5, 3, 4], [-0.1]),
-        (model([1, 0, 0], [0, FREE, FREE], upright, rows=[([1], [1], 3, 3), ([2], [1], 4, INF)]),
-         5, [5, 3, 4], [-0.1, 0.6, 0.8]),
-        (model([1, 0, 0], [0, FREE, FREE], upright), 0, [0] * 3, None),
-        (model([0, 1, 1], [1, 0, 0], [(0, 0, 1.0), (2, 1, -2.0)], ub=[1, INF, INF]),
-         root, [1, 1 / root, 1 / root], [-1 / root]),
-        (model([1, 1], [0, 0], [(0, 1, 1.0)], 1.0, sense=">"), 2, [1, 1], [1]),
-        (model([1, 1], [FREE, 2], [(0, 0, 1.0), (0, 1, -2.0), (1, 1, 1.0)], 0.0), 4, [2, 2], None),  # x0 == x1
-    ):  # fmt: skip
-        assert run(m) == (0, OPTIMAL)
-        assert m.number("ObjVal") == pytest.approx(value, abs=1e-6)
-        assert primal(m) == pytest.approx(x, abs=1e-4)
-        if prices:
-            assert duals(m) == pytest.approx(prices, abs=1e-4)
-    assert run(model([1, 1], [2, FREE], [(0, 0, 1.0), (1, 1, 1.0)], 1.0)) == (0, INFEASIBLE)
-
-
 def test_numbers_of_very_different_size(library, run):
     m = library.model()  # min 1e6 X00 + 1e-3 X11, 1e4 X10 = 1e4
     m.addpsdvar(2, [(0, 0, 1e6), (1, 1, 1e-3)])

@@ -117,15 +117,11 @@ def test_many_rows_take_few_solves(library, dll):
     assert dll.TSOcomputeIIS(m.handle) == capi.ABORT_TIME_LIMIT
 
 
-def test_sets_stand_in_the_log_and_a_cutoff_is_not_the_model(library, tmp_path):
+def test_sets_stand_in_the_log_and_a_cutoff_is_not_the_model(library, logged):
     m = state(library, "BC", [(0, 1), (0, 3)], [], switches=[(0, v, {1: 1.0}, ">", 5.0) for v in (0, 1)])
-    log = tmp_path / "log"
-    env = m.dll.TSOgetenv(m.handle)
-    library.call("TSOsetintparam", env, capi.text("OutputFlag"), 1)
-    library.call("TSOsetintparam", env, capi.text("LogToConsole"), 0)
-    library.call("TSOsetstrparam", env, capi.text("LogFile"), capi.text(str(log)))
-    assert members(m) == ([1], [])
-    assert "Indicator constraints of the subsystem: G0, G1." in log.read_text()
+    code, log = logged(m, "TSOcomputeIIS")
+    assert code == 0 and m.get("IISVar", kind="int", length=2) == [0, 1]
+    assert "Indicator constraints of the subsystem: G0, G1." in log
     cut = state(library, "IC", [(1, 4), (0, 3)], [])
     cut.parameter("MIP/Cutoff", 0.5)
     with pytest.raises(capi.Failed) as failure:
