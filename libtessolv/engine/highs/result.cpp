@@ -201,6 +201,8 @@ int HighsEngine::read_result(Model& model, Run& run, HighsExchange& exchange, co
     if (code == TSO_ERROR) // HiGHS gave up
         code = p.get_int(Param::Method) >= 2 && !result.is_mip ? TSO_INTERIOR_NUMERIC : TSO_SIMPLEX_NUMERIC;
 
+    if (result.status == TSO_STATUS_UNBOUNDED)
+        result.pool.clear(); // what is told of it is the direction, as for all other classes
     finish_solution(model, result);
     if (result.status == TSO_STATUS_UNKNOWN && !result.x.empty())
         result.status = TSO_STATUS_SUB_OPTIMAL;
