@@ -14,12 +14,21 @@ def terms(e):
 
 
 def refusal(act, *arguments):
-    with pytest.raises(Exception) as caught:
+    """Type and text of the error that the call ends in."""
+    try:
         act(*arguments)
-    return type(caught.value), str(caught.value)
+    except Exception as error:
+        return type(error), str(error)
+    return None, "was not refused"
 
 
 def raises(exception, text, act, *arguments):
     with pytest.raises(exception) as caught:
         act(*arguments)
     assert caught.value.args == (text,)
+
+
+def state(m):
+    """The model's lists and elements, by identity and index."""
+    lists = [m.getVars(), m.getConstrs(), m.getQConstrs(), m.getPsdConstrs(), m.getSOSs(), m.getGenConstrs()]
+    return [id(one) for one in lists], [[(id(e), e.index) for e in one] for one in lists]

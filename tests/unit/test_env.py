@@ -39,26 +39,6 @@ def test_parameters_come_before_the_environment(stub, capsys):
     assert capsys.readouterr().out == "No parameters matching 'nosuch' found\n"
 
 
-def test_wrong_types(stub):
-    for arguments, message in [
-        ({"params": [1]}, "Argument 'params' has incorrect type (expected dict, got list)"),
-        ({"logfilename": 3}, "Argument 'logfilename' has incorrect type (expected str, got int)"),
-        ({"logfilename": b"x"}, "Argument 'logfilename' has incorrect type (expected str, got bytes)"),
-        ({"empty": "x"}, None),
-        ({"empty": object()}, None),
-        ({"empty": None}, None),
-        ({"logfilename": None}, None),
-        ({"nosuch": 1}, None),
-    ]:
-        with pytest.raises(TypeError) as caught:
-            tso.Env(**arguments)
-        assert message in (None, str(caught.value))
-    for error, arguments in [(OverflowError, {"empty": 2**40}), (UnicodeEncodeError, {"logfilename": "\ud800"})]:
-        with pytest.raises(error):
-            tso.Env(**arguments)
-    assert stub.calls() == []
-
-
 def test_parameters_are_dropped_when_the_construction_fails(stub, capsys):
     """What was set for an environment that did not come about must not reach the next one."""
 
@@ -104,33 +84,3 @@ def test_start_acts_on_loaded_environments_only(stub):
     assert loaded.start() is None
     assert empty.start() is None
     assert [call[0] for call in stub.calls()] == ["TSOstartenv"]
-
-
-def test_parameters_of_an_environment(stub, env, capsys):
-    assert env.setParam("Maxtime", 3) is None
-    assert env.setParam(paramname="method", paramvalue=1) is None
-    stub.fail("TSOresetparams", -1)
-    assert env.resetParam() is None  # its result is not looked at
-    assert env.writeParams("a.prm") is None
-    calls = stub.calls()
-    handle = calls[0][1]
-    assert handle.startswith("env")
-    assert calls == [
-        ("TSOsetdblparam", handle, "MaxTime", 3.0),
-        ("TSOsetintparam", handle, "Method", 1),
-        ("TSOresetparams", handle),
-        ("TSOwriteparams", handle, "a.prm"),
-    ]
-    assert capsys.readouterr().out == "Set parameter MaxTime to value 3\nSet parameter Method to value 1\n"
-    with pytest.raises(TypeError):
-        env.writeParams(None)
-
-
-def test_dispose_frees_once_and_keeps_the_stale_handle(stub, env, capsys):
-    env.setParam("Method", 0)
-    handle = stub.calls()[0][1]
-    assert env.dispose() is None
-    assert env.dispose() is None
-    assert stub.calls() == [("TSOfreeenv", handle)]
-    env.setParam("Method", 0)  # not guarded: the library answers for a freed handle
-    assert stub.calls() == [("TSOsetintparam", handle, "Method", 0)]

@@ -134,16 +134,6 @@ def test_read_calls(stub):
     assert stub.calls()[0][1] == default
 
 
-def test_read_refuses(stub):
-    with pytest.raises(TypeError, match=r"^Cannot convert int to (tessolvpy\.)?Env$"):
-        tso.read("a.lp", 5)
-    for error, arguments in [(TypeError, (None,)), (TypeError, (b"a.lp",)), (TypeError, ()),
-                             (UnicodeEncodeError, ("\ud800.lp",))]:  # fmt: skip
-        with pytest.raises(error):
-            tso.read(*arguments)
-    assert "TSOreadmodel" not in stub.names()
-
-
 # ---- The end of the process ----
 
 
@@ -218,25 +208,3 @@ def test_error_forms(stub):
         assert type(error.errno) is int
     assert stub.calls() == []  # who has a message does not ask for one
     assert issubclass(tso.TessolvError, Exception)
-
-
-def test_error_refuses(stub):
-    for error, arguments in [
-        *[(TypeError, a) for a in ((), (1, 2, 3), (None,), ("1", "2", "3"), ([],), (5, 7), (5, object()))],
-        (OverflowError, (2**40,)),
-        (UnicodeDecodeError, (b"\xff",)),
-    ]:
-        with pytest.raises(error):
-            tso.TessolvError(*arguments)
-    assert stub.calls() == []
-
-
-def test_error_fields_are_read_only(stub):
-    error = tso.TessolvError(5, "x")
-    for name in ("errno", "message"):
-        with pytest.raises(TypeError, match="^Value is readonly$"):
-            setattr(error, name, 1)
-    assert (error.errno, error.message) == (5, "x")
-    doc = type(error).errno.__doc__, type(error).message.__doc__
-    assert doc[0].startswith("The error code corresponding to the current exception")
-    assert doc[1].startswith("Text description corresponding to the current exception")

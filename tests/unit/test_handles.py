@@ -78,26 +78,6 @@ def test_text(stub, model, cls, accessor, name, argument):
 
 
 @each_kind
-def test_attributes_only_through_the_library(stub, model, cls, accessor, name, argument):
-    element = getattr(model, accessor)()[0]
-    for use in (lambda: element.nosuch, lambda: setattr(element, "nosuch", 1), lambda: setattr(element, "mdl_", 1)):
-        with pytest.raises(AttributeError, match=r"^Attribute `\w+` does not exist$"):
-            use()
-    for deleted in ("ub", "nosuch", "index", "sameAs"):
-        with pytest.raises((AttributeError, TypeError)):
-            delattr(element, deleted)
-    assert stub.calls() == []
-    for name, shown in ((5, "int"), (b"X", "bytes")):
-        text = f"Argument 'attrname' has incorrect type (expected str, got {shown})"
-        assert refusal(element.getAttr, name) == (TypeError, text)
-    for act, *arguments in [(element.getAttr,), (element.setAttr,), (element.setAttr, "X"), (element.setAttr, 5, 1)]:
-        assert refusal(act, *arguments)[0] is TypeError
-    for act, *arguments in [(element.getAttr, None), (element.setAttr, None, 1)]:
-        assert refusal(act, *arguments)[0] in (TypeError, AttributeError)
-    assert stub.calls() == []
-
-
-@each_kind
 def test_no_pickling_no_dictionary_small(stub, model, cls, accessor, name, argument):
     element = getattr(model, accessor)()[0]
     for protocol in range(pickle.HIGHEST_PROTOCOL + 1):

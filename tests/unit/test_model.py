@@ -26,23 +26,6 @@ def test_construction(stub, env):
     assert stub.names() == ["TSOloadenv", "TSOnewmodel", "TSOgetenv"]
 
 
-def test_wrong_arguments(stub, env):
-    other = tso.Model("m", env)
-    stub.clear()
-    for arguments, error, text in [
-        ((5,), TypeError, "Argument 'name' has incorrect type (expected str, got int)"),
-        (("a", 5), TypeError, "Argument 'env' has incorrect type (expected Env, got int)"),
-        (("a", other), TypeError, "Argument 'env' has incorrect type (expected Env, got Model)"),
-        ((None, env), TypeError, None),
-        (("\ud800", env), UnicodeEncodeError, None),
-        ((1, 2, 3, 4, 5), TypeError, None),
-    ]:
-        with pytest.raises(error) as caught:
-            tso.Model(*arguments)
-        assert text in (None, str(caught.value).replace("tessolvpy.", ""))
-    assert stub.calls() == []
-
-
 def test_an_empty_shell(stub):
     shell = tso.Model(empty=True)
     assert stub.names() == ["TSOloadenv"]  # the environment is taken all the same

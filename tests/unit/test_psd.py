@@ -7,9 +7,8 @@ import numpy as np
 import pytest
 import scipy.sparse as sp
 import tessolvpy as tso
-from expressions import raises, refusal
+from expressions import raises, refusal, state
 from loops import check_growth, refused
-from test_build_variables import state
 
 INF = 1e20
 A, B = np.array([[1.0, 2.0], [4.0, 3.0]]), np.array([[0.0, 1.0], [1.0, -1.0]])

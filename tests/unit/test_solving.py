@@ -6,7 +6,6 @@ import weakref
 
 import pytest
 import tessolvpy as tso
-from expressions import refusal
 
 RUNS = [("optimize", "TSOoptimize"), ("computeIIS", "TSOcomputeIIS")]
 each_run = pytest.mark.parametrize(("method", "function"), RUNS, ids=[row[0] for row in RUNS])
@@ -120,53 +119,3 @@ def test_exit_in_a_callback_ends_the_run(stub, model, method, function):
     with pytest.raises((tso.TessolvError, KeyboardInterrupt)):
         getattr(model, method)(callback)
     assert len(seen) == 1
-
-
-def test_reset_and_cleanup_milp(stub, model, mdl):
-    before = model.getVars(), list(model.getVars())
-    assert model.reset() is None
-    model.reset(1)
-    model.reset(clearall=7)
-    model.reset(True)
-    assert stub.calls() == [("TSOreset", mdl, flag) for flag in (0, 1, 7, 1)]
-    assert model.getVars() is before[0]
-    assert [x.index for x in before[1]] == [0, 1, 2]
-    for wrong in ("x", None, [], 2**40):
-        with pytest.raises(OverflowError if wrong == 2**40 else TypeError):
-            model.reset(wrong)
-    assert stub.calls() == []
-    assert model.cleanupMilp() == 17
-    assert type(model.cleanupMilp()) is int
-    assert stub.calls() == [("TSOcleanupmilp", mdl, "out")] * 2
-
-
-def test_message(stub, model, mdl):
-    assert model.message("é") is None
-    model.message(message="b")
-    stub.fail("TSOmsg", -3)
-    model.message("c")  # its result is not looked at
-    assert stub.calls() == [
-        call for text in ("é", "b", "c") for call in (("TSOgetenv", mdl), ("TSOmsg", f"env of {mdl}", text))
-    ]
-    assert refusal(model.message, None) == (TypeError, "expected bytes, NoneType found")
-    wrong = "Argument 'message' has incorrect type (expected str, got int)"
-    assert refusal(model.message, 5) == (TypeError, wrong)
-    assert refusal(model.message, "\ud800")[0] is UnicodeEncodeError
-    assert "TSOmsg" not in stub.names()
-
-
-@pytest.mark.parametrize(("method", "function"), [("read", "TSOread"), ("write", "TSOwrite")])
-def test_files(stub, model, mdl, method, function):
-    use = getattr(model, method)
-    before = [model.getVars(), model.getConstrs(), list(model.getVars())]
-    assert use("folder/é.sol.gz") is None
-    use(filename="b.prm")
-    assert stub.calls() == [(function, mdl, "folder/é.sol.gz"), (function, mdl, "b.prm")]
-    for error, *wrong in [(TypeError, None), (TypeError, 5), (TypeError, b"a.lp"), (TypeError, ["a.lp"]), (TypeError,),
-                          (UnicodeEncodeError, "\ud800.lp")]:  # fmt: skip
-        with pytest.raises(error):
-            use(*wrong)
-    assert stub.calls() == []
-    assert model.getVars() is before[0]
-    assert model.getConstrs() is before[1]
-    assert model.getVars() == before[2]
