@@ -1,4 +1,4 @@
-"""What the import leaves behind, the module's functions, and the end of the process."""
+"""What the import leaves behind, the module's functions, and its error."""
 
 import sys
 
@@ -61,9 +61,6 @@ def test_system_runs_the_command_and_forgets_its_status(tmp_path):
         tso.system()
 
 
-# ---- Models in the caller's module ----
-
-
 def test_models_prints_the_models_of_the_callers_globals(stub, capsys):
     first, hidden = tso.Model("a"), [tso.Model("b")]
     space = {"tso": tso, "first": first, "number": 1, "again": first, "hidden": hidden}
@@ -74,120 +71,6 @@ def test_models_prints_the_models_of_the_callers_globals(stub, capsys):
     del space["first"], space["again"]
     space["f"](first)
     assert capsys.readouterr().out == "No models currently loaded\n"
-
-
-# ---- The default environment ----
-
-
-def test_default_environment_is_made_on_demand_and_anew_after_dispose(stub):
-    tso.disposeDefaultEnv()
-    assert stub.calls() == []
-    stub.fail("TSOloadenv", -10)
-    with pytest.raises(tso.TessolvError, match="text of code -10"):
-        tso.Model()
-    assert stub.names() == ["TSOloadenv", "TSOexplainerror"]
-    tso.disposeDefaultEnv()
-    assert stub.calls() == []  # one that failed is not kept, so there is none to dispose of
-    tso.Model()
-    tso.Model()
-    calls = stub.calls()
-    assert [c[0] for c in calls] == ["TSOloadenv", "TSOnewmodel", "TSOgetenv", "TSOnewmodel", "TSOgetenv"]
-    assert calls[0] == ("TSOloadenv", ["out", "3"], "")
-    default = calls[1][1]
-    assert calls[3][1] == default
-    assert tso.disposeDefaultEnv() is None
-    assert tso.disposeDefaultEnv() is None
-    assert stub.calls() == [("TSOfreeenv", default)]
-    tso.Model()
-    calls = stub.calls()
-    assert calls[0][0] == "TSOloadenv"
-    assert calls[1][1] != default
-
-
-# ---- Reading a model ----
-
-
-def populating(model):
-    return [
-        call
-        for name in tables.COUNTS
-        for call in (("TSOgetattrinfo", model, name, "out", "out", "out"), ("TSOgetintattr", model, name, "out"))
-    ]
-
-
-def test_read_calls(stub):
-    env = tso.Env()
-    stub.clear()
-    made = tso.read("folder/é.mps", env)
-    calls = stub.calls()
-    name = calls[0][1]
-    assert calls[0] == ("TSOreadmodel", name, "folder/é.mps", "out")
-    assert calls[1] == ("TSOloadenv", ["out", "3"], "")  # the default one, for the new Model
-    model = calls[2][1]
-    assert calls[2:] == [*populating(model), ("TSOgetenv", model)]
-    assert isinstance(made, tso.Model)
-
-    tso.read(filename="a.lp")
-    default = stub.calls()[0][1]
-    assert default not in (name, "null")
-    tso.read("a.lp", env=None)
-    assert stub.calls()[0][1] == default
-
-
-# ---- The end of the process ----
-
-
-def frees(calls):
-    return [call for call in calls if call[0].startswith("TSOfree")]
-
-
-def test_exit_disposes_models_then_environments_in_order(run_script):
-    code = """
-m1 = tso.Model("one")                   # makes the default environment: env1
-e2 = tso.Env()
-m2 = tso.Model("two", e2)
-e3 = tso.Env()
-gone = tso.Model("gone"); gone.dispose()
-e3.dispose()
-m4 = tso.Model("four"); del m4          # stays registered
-e4 = tso.Env(); del e4
-stub.clear()
-"""
-    models = [("TSOfreemodel", f"model{k}") for k in (3, 1, 2, 4)]
-    envs = [("TSOfreeenv", f"env{k}") for k in (3, 1, 2, 4)]
-    assert frees(run_script(code)[2]) == [models[0], envs[0], *models[1:], *envs[1:]]
-
-
-def test_models_from_files_are_not_registered(run_script):
-    freed = frees(run_script("m = tso.Model('own')\nr = tso.read('a.lp')\nc = m.copy()\n")[2])
-    assert freed[:2] == [("TSOfreemodel", "model1"), ("TSOfreeenv", "env1")]
-    assert ("TSOfreemodel", "model3") not in freed  # a copy does not own its model
-
-
-def test_a_failing_dispose_ends_the_cleanup(run_script):
-    code = """
-class Broken(tso.Model):
-    def dispose(self):
-        raise ValueError("cannot go")
-
-first, broken, last = tso.Model(), Broken(), tso.Model()
-"""
-    _, err, calls = run_script(code)
-    assert "cannot go" in err
-    assert frees(calls)[:1] == [("TSOfreemodel", "model1")]
-    assert ("TSOfreeenv", "env1") not in calls
-
-
-def test_failing_frees_are_silent(stub):
-    env, model = tso.Env(), tso.Model()
-    stub.fail("TSOfreeenv", -3)
-    stub.fail("TSOfreemodel", -3)
-    assert env.dispose() is None
-    assert model.dispose() is None
-    assert stub.names()[-2:] == ["TSOfreeenv", "TSOfreemodel"]
-
-
-# ---- TessolvError ----
 
 
 def test_error_forms(stub):

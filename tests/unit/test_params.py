@@ -45,63 +45,6 @@ def test_wildcards(stub, env, capsys):
     assert stub.calls() == []
 
 
-def test_default(stub, env, capsys):
-    for name, spelled, kind, value, outs in [
-        ("MaxTime", "DEFAULT", "dbl", 14.0, 4),
-        ("Method", "default", "int", 14, 4),
-        ("LogFile", "Default", "str", "default text", 2),
-    ]:
-        env.setParam(name.lower(), spelled)
-        asked, told = stub.calls()
-        assert asked == (f"TSOget{kind}paraminfo", told[1], name, *["out"] * outs)
-        assert told == (f"TSOset{kind}param", asked[1], name, value)
-        assert capsys.readouterr().out == f"Set parameter {name} to value {value}\n"
-        stub.fail(f"TSOget{kind}paraminfo", -4001)
-        with pytest.raises(tso.TessolvError):
-            env.setParam(name, "default")
-        assert not [name for name in stub.names() if name.startswith("TSOset")]
-        assert capsys.readouterr().out == ""
-
-
-@pytest.mark.parametrize("name", ["Method", "MaxTime", "LogFile"])
-def test_a_refused_value(stub, env, capsys, name):
-    for function in FUNCTIONS.values():
-        stub.fail(function, -4000)
-    with pytest.raises(tso.TessolvError, match="text of code -4000"):
-        env.setParam(name, "x" if name == "LogFile" else 1)
-    assert capsys.readouterr().out.startswith("Set parameter ")
-
-
-# ---- Of a model ----
-
-
-def test_proxy(stub, model, capsys):
-    assert model.Params is model.params
-    assert (model.Params.maxtime, model.Params.MIP_MaxSols, model.params.LogFile) == (11.5, 11, "current text")
-    calls = stub.calls()
-    handle = calls[0][1]
-    assert handle.startswith("env of model")
-    assert calls == [
-        ("TSOgetdblparam", handle, "MaxTime", "out"),
-        ("TSOgetintparam", handle, "MIP/MaxSols", "out"),
-        ("TSOgetstrparam", handle, "LogFile", "out"),
-    ]
-    model.Params.MaxTime = 3
-    model.Params.nosuch = 3
-    setattr(model.Params, "MIP/GapAb*", "default")
-    assert [call[:3] for call in stub.calls()] == [
-        ("TSOsetdblparam", handle, "MaxTime"),
-        ("TSOgetdblparaminfo", handle, "MIP/GapAbs"),
-        ("TSOsetdblparam", handle, "MIP/GapAbs"),
-    ]
-    assert "No parameters matching 'nosuch' found\n" in capsys.readouterr().out
-    for name in ("nosuch", "MIP*"):
-        with pytest.raises(AttributeError) as caught:
-            getattr(model.Params, name)
-        assert str(caught.value) == f"Param `{name}` does not exist"
-    assert stub.calls() == []
-
-
 def test_param_info(stub, model):
     for name, function, numbers in [
         ("method", "TSOgetintparaminfo", [11, 12, 13, 14]),
@@ -111,9 +54,6 @@ def test_param_info(stub, model):
         info = model.getParamInfo(name)
         assert sorted(map(str, numbers)) == sorted(str(v).replace(".0", "") for v in info if v in numbers)
         assert [n for n in stub.names() if n != "TSOgetenv"] == [function]
-
-
-# ---- For all models of the caller ----
 
 
 def everywhere(code, **names):
