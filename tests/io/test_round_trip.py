@@ -146,15 +146,6 @@ def test_ranges_hit_their_far_end_where_no_double_does(files):
         assert_same(model, files.again(model, suffix))
 
 
-def test_repeated_terms_are_one_in_files(files):
-    model = files.text("min\n obj: [ x * y + 2 y * x + x ^ 2 ]\nst\n q: [ x * y - 3 y * x ] <= 1\nend\n")
-    assert model.quadratic() == [(0, 1, 1.0), (1, 0, 2.0), (0, 0, 1.0)]
-    for suffix in (".lp", ".mps"):
-        back = files.again(model, suffix)
-        assert back.quadratic() == [(0, 1, 3.0), (0, 0, 1.0)]
-        assert back.quadratic(0) == ([], [(0, 1, -2.0)])
-
-
 def test_what_a_format_has_no_form_for_leaves_the_old_file(files, fails):
     crossed, semidefinite = files.model(), files.model()
     crossed.addvar(name="x")

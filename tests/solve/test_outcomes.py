@@ -75,3 +75,15 @@ def test_numbers_of_very_different_sizes(state, name):
     m = solved(state, *FAR_APART[name])
     assert (m.Status, m.HasSolution) == (TSO.OPTIMAL, 1)
     assert m.ObjVal == pytest.approx(FAR_APART[name][-1], rel=1e-5)
+
+
+def test_a_mip_has_no_duals(state):
+    m = state("Maximize\n obj: x + y\nSubject To\n c: 2 x + 2 y <= 5\nGeneral\n x y\nEnd\n")
+    m.optimize()
+    assert (m.ObjVal, m.DualObjVal) == pytest.approx((2, 2))
+    assert (m.MIP_GapAbs, m.MIP_GapRel) == pytest.approx((0, 0), abs=1e-4)
+    for element, name in [(m.getConstrs()[0], "DualSoln"), (m.getVars()[0], "RC")]:
+        with pytest.raises(tso.TessolvError) as caught:
+            element.getAttr(name)
+        assert caught.value.errno == TSO.DATA_NOT_AVAILABLE
+    assert [v.IsInteger for v in m.getVars()] == [1, 1]

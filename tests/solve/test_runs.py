@@ -68,23 +68,12 @@ def test_handles_of_a_disposed_model(read):
     x, c, params = m.getVars()[0], m.getConstrs()[0], m.Params
     m.dispose()
     for act in (
-        lambda: x.X,
-        lambda: setattr(x, "UB", 1),
-        lambda: str(c),
-        lambda: m.NumVars,
-        lambda: m.getAttr("X", m.getVars()),
-        lambda: m.setAttr("LB", m.getVars(), [0.0] * 32),
-        lambda: m.optimize(),
-        lambda: m.computeIIS(),
-        lambda: m.reset(),
-        lambda: m.cleanupMilp(),
-        lambda: m.write("a.lp"),
-        lambda: m.read("a.lp"),
-        lambda: m.copy(),
-        lambda: params.MaxTime,
-        lambda: setattr(params, "MaxTime", 1),
+        lambda: x.X, lambda: setattr(x, "UB", 1), lambda: str(c), lambda: m.NumVars, m.optimize,
+        lambda: m.getAttr("X", m.getVars()), lambda: m.setAttr("LB", m.getVars(), [0.0] * 32),
+        m.computeIIS, m.reset, m.cleanupMilp, m.copy,
+        lambda: m.write("a.lp"), lambda: m.read("a.lp"), lambda: params.MaxTime, lambda: setattr(params, "MaxTime", 1),
         lambda: m.ctypes().reload(),
-    ):
+    ):  # fmt: skip
         with pytest.raises(tso.TessolvError):
             act()
     for act in (lambda: m.message("nobody hears it"), m.resetParams):
