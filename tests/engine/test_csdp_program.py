@@ -3,56 +3,13 @@
 import os
 import shutil
 import signal
-import subprocess
-import sys
 from pathlib import Path
 
 import capi
 import pytest
 
 pytestmark = pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
-HERE = Path(__file__).resolve().parent
 PROGRAM = "tessolv-csdp"
-HEAD = f"""
-import os, signal, sys, threading, time
-sys.path[:0] = [{str(HERE)!r}, {str(HERE.parent / "library")!r}]
-import answers, capi, numpy as np
-dll = capi.load()
-library = capi.Library(dll)
-rng = np.random.default_rng(5)
-
-def large(n=900):
-    return answers.max_cut(library, n, [(i, j) for i in range(n) for j in range(i) if rng.random() < 0.1])
-def small():
-    return answers.max_cut(library, 5, [(i, (i + 1) % 5) for i in range(5)])
-def children():
-    found = []
-    for task in os.listdir("/proc/self/task"):
-        found += open(f"/proc/self/task/{{task}}/children").read().split()
-    return [int(pid) for pid in found]
-def logged(m):
-    env = dll.TSOgetenv(m.handle)
-    library.call("TSOsetintparam", env, b"OutputFlag", 1)
-    return m
-"""
-
-
-@pytest.fixture
-def script(tmp_path):
-    def run(code, libs=None, wait=True):
-        library = libs / "libtessolv.so" if libs else Path(capi.find_library()).resolve()
-        env = os.environ | {"PYTHONUNBUFFERED": "1", "TESSOLV_LIBRARY": str(library)}
-        started = subprocess.Popen(
-            [sys.executable, "-X", "faulthandler", "-c", HEAD + code],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=env, cwd=tmp_path,
-        )  # fmt: skip
-        if not wait:
-            return started
-        out, err = started.communicate(timeout=100)
-        assert started.returncode == 0, f"{started.returncode}: {err[-3000:]}"
-        return out
-
-    return run
 
 
 @pytest.fixture
@@ -66,10 +23,11 @@ def moved(tmp_path):
 def test_a_killed_program_is_a_code_and_a_line_in_the_log(script):
     out = script(
         """
-m = logged(large())
+m = semidefinite()
+m.parameter("OutputFlag", 1)
 threading.Timer(1, lambda: os.kill(children()[0], signal.SIGKILL)).start()
 print(dll.TSOoptimize(m.handle), m.count("Status"), m.count("HasSolution"), children())
-m = small()
+m = pentagon()
 print(dll.TSOoptimize(m.handle), m.count("Status"))
 """
     )
@@ -98,12 +56,12 @@ def test_a_program_that_is_missing_or_another_one(script, moved, content, mode, 
         (moved / PROGRAM).chmod(mode)
     out = script(
         """
-m = logged(small())
+m = pentagon(1)
 m.parameter("MaxTime", 1.0)
 begin = time.monotonic()
 print(dll.TSOoptimize(m.handle), m.count("Status"), time.monotonic() - begin < 3, children())
 """,
-        moved,
+        moved / "libtessolv.so",
     )
     assert f"{code} 0 True []" in out
     assert words in out
@@ -115,13 +73,13 @@ def test_it_is_found_beside_a_library_that_moved_and_needs_nothing_around_it(scr
         """
 os.close(0)  # the descriptor that the program gets as its own
 signal.signal(signal.SIGCHLD, signal.SIG_IGN)
-m = small()
+m = pentagon()
 print(dll.TSOoptimize(m.handle), round(m.number("ObjVal"), 6), len(os.listdir("/proc/self/fd")))
 for _ in range(20):
     dll.TSOoptimize(m.handle)
 print(len(os.listdir("/proc/self/fd")), children())
 """,
-        moved,
+        moved / "libtessolv.so",
     )
     first, second = out.splitlines()
     code, value, descriptors = first.split()
@@ -132,7 +90,7 @@ print(len(os.listdir("/proc/self/fd")), children())
 def test_it_dies_with_its_parent_and_does_not_hear_the_terminal(script):
     started = script(
         """
-m = large()
+m = semidefinite()
 threading.Timer(1, lambda: print(children()[0])).start()
 dll.TSOoptimize(m.handle)
 """,
@@ -158,13 +116,13 @@ def test_several_at_once_and_limits_keep_what_was_found(script):
         """
 codes = []
 def work():
-    m = small()
+    m = pentagon()
     codes.append((dll.TSOoptimize(m.handle), round(m.number("ObjVal"), 6)))
 threads = [threading.Thread(target=work) for _ in range(8)]
 for t in threads: t.start()
 for t in threads: t.join()
 print(set(codes) == {(0, 4.522542)})
-m = large(200)
+m = semidefinite(200)
 m.parameter("IPM/MaxIterations", 5)
 print(dll.TSOoptimize(m.handle), m.count("IPM/NumIters"), m.count("Status"))
 print(m.number("ObjVal") < m.number("DualObjVal"), m.matrices("PsdX", [0])[0].shape)

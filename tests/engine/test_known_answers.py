@@ -59,14 +59,24 @@ ANSWERS = [  # text, objective or status, attributes
 ]
 
 CONES = [
+    (f"min - 3 x - 4 y;st;{BALL} <= 1;{FREE2}", -5, {"X": [0.6, 0.8], "DualSoln": [-2.5], "RC": [0, 0]}),
+    (f"max 3 x + 4 y;st;{BALL} <= 1;{FREE2}", 5, {"X": [0.6, 0.8], "DualSoln": [2.5]}),
+    (f"min - 3 x - 4 y;st;q: [ - x^2 - y^2 ] >= -1;{FREE2}", -5, {"X": [0.6, 0.8], "DualSoln": [2.5]}),
+    (f"max 3 x + 4 y;st;q: [ - x^2 - y^2 ] >= -1;{FREE2}", 5, {"X": [0.6, 0.8], "DualSoln": [-2.5]}),
     (f"min x + y;st;{BALL} <= 1;{FREE2}", -ROOT, {"X": [-ROOT / 2] * 2, "DualSoln": [-ROOT / 2]}),
     (f"{CONE}bounds;x = 3;y = 4;", 5, {"X": [5, 3, 4], "DualSoln": [-0.1]}),
     (f"{CONE}r: x = 3;s: y >= 4;{FREE2}", 5, {"X": [5, 3, 4], "DualSoln": [-0.1, 0.6, 0.8]}),
+    (f"{CONE}bounds;x >= 3;y >= 4;", 5, {"X": [5, 3, 4], "RC": [0, 0.6, 0.8]}),
     (f"{CONE}{FREE2}", 0, {"X": [0, 0, 0]}),
     ("min y + z;st;q: [ x^2 - 2 z * y ] <= 0;bounds;x = 1;", ROOT, {"X": [1 / ROOT] * 2, "DualSoln": [-1 / ROOT]}),
     ("min x + y;st;q: [ x^2 - 2 x * y + y^2 ] <= 0;bounds;x free;y >= 2;", 4, {"X": [2, 2]}),
     ("min x + y;st;q: [ x * y ] >= 1;", 2, {"X": [1, 1], "DualSoln": [1]}),
     (f"min x + y;st;{BALL} <= 1;bounds;x >= 2;y free;", "infeasible", {}),
+    (f"min x - y;st;q: - y + [ x^2 ] <= 0;{FREE2}", "unbounded", {}),
+    ("min x - y;st;q: - y + [ x^2 ] <= 0;bounds;x free;-9 <= y <= -1;", "infeasible", {}),
+    ("min x - y;st;q: - y + [ x^2 ] <= 0;bounds;2 <= x <= 1;y = -2;", "infeasible", {}),
+    ("min x - y;st;q: - y + [ x^2 ] <= 0;bounds;x = -1;y = 2;", -3, {"X": [-1, 2]}),
+    ("min x + y;st;q: x + [ x * y - y * x ] >= 2;", 2, {}),  # nothing quadratic is left
 ]
 
 

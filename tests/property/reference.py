@@ -89,48 +89,67 @@ class Var:
     index: int
 
 
-class LinExpr:
+class Terms:
+    """What both kinds of expression share: views side by side, one for each part of a term."""
+
+    def push(self, *term):
+        for view, part in zip(self.views, term):
+            view.add(part)
+
+    def terms(self):
+        return list(zip(*self.views))
+
+    def take(self, mult, views):
+        """Appends the terms of others, whose coefficients are copied for the factor."""
+        coeffs = views[0].copy()
+        if mult != 1.0:
+            coeffs.map(lambda item: mult * item)
+        self.views = [view.plus(other) for view, other in zip(self.views, [coeffs, *views[1:]])]
+
+    def remove_terms(self, item):
+        found = [i for i, term in enumerate(self.terms()) if item in term[1:]] if isinstance(item, Var) else [item]
+        if found:
+            for view in self.views:
+                view.remove(found)
+
+    def refuse(self, other):
+        raise TypeError(f"unsupport operation +=: `{type(self).__name__}` and `{type(other).__name__}`")
+
+
+class LinExpr(Terms):
     def __init__(self, start=0, var=None):
-        self.coeffs, self.vars, self.constant = View(), View(), 0.0
+        self.views, self.constant = [View(), View()], 0.0
         if var is not None:
             self.add_terms(start, var)
         elif isinstance(start, Var):
             self.add_term(1.0, start)
         elif isinstance(start, LinExpr):
-            self.coeffs, self.vars = start.coeffs.copy(), start.vars.copy()
+            self.views = [view.copy() for view in start.views]
             self.constant += start.constant
         else:
             self.constant = float(start)
 
     def add_term(self, coeff, var):
         if coeff != 0.0:
-            self.coeffs.add(float(coeff))
-            self.vars.add(var)
+            self.push(float(coeff), var)
 
     def add_terms(self, coeffs, vars):
         for c, v in zip(coeffs, vars) if isinstance(coeffs, list) else [(coeffs, vars)]:
             self.add_term(float(c), v)
 
-    def add_expr(self, mult, other):
+    def add(self, other, mult):
         mult = float(mult)
-        if mult == 0.0:
-            return
-        c, v, k = other.coeffs.copy(), other.vars.copy(), other.constant
-        if mult != 1.0:
-            c.map(lambda item: mult * item)
-            k *= mult
-        self.coeffs, self.vars = self.coeffs.plus(c), self.vars.plus(v)
-        self.constant += k
+        if mult != 0.0:
+            constant = other.constant if mult == 1.0 else mult * other.constant
+            self.take(mult, [other.views[0], other.views[1].copy()])
+            self.constant += constant
 
     def remove(self, item):
-        found = [i for i, v in enumerate(self.vars) if v == item] if isinstance(item, Var) else [item]
-        if found:
-            self.coeffs.remove(found)
-            self.vars.remove(found)
+        self.remove_terms(item)
 
     def clear(self):
-        self.coeffs.clear()
-        self.vars.clear()
+        for view in self.views:
+            view.clear()
         self.constant = 0.0
 
     def iadd(self, other):
@@ -139,72 +158,49 @@ class LinExpr:
         elif isinstance(other, Var):
             self.add_term(1.0, other)
         elif isinstance(other, LinExpr):
-            self.add_expr(1.0, other)
+            self.add(other, 1.0)
         else:
-            raise TypeError(f"unsupport operation +=: `LinExpr` and `{type(other).__name__}`")
+            self.refuse(other)
 
     def imul(self, other):
         if not isinstance(other, Number):
-            raise TypeError(f"unsupport operation +=: `LinExpr` and `{type(other).__name__}`")
+            self.refuse(other)
         factor = float(other)
-        self.coeffs.map(lambda item: factor * item)
+        self.views[0].map(lambda item: factor * item)
         self.constant = float(self.constant * other)
 
 
-class QuadExpr:
+class QuadExpr(Terms):
     def __init__(self, start=None):
-        self.coeffs, self.vars1, self.vars2, self.linear = View(), View(), View(), LinExpr(0)
+        self.views, self.linear = [View(), View(), View()], LinExpr(0)
         if isinstance(start, QuadExpr):
-            self.coeffs, self.vars1, self.vars2 = start.coeffs.copy(), start.vars1.copy(), start.vars2.copy()
-            self.linear = LinExpr(start.linear)
+            self.views, self.linear = [view.copy() for view in start.views], LinExpr(start.linear)
         elif start is not None:
             self.linear = LinExpr(start)
-
-    def push(self, coeff, one, other):
-        self.coeffs.add(coeff)
-        self.vars1.add(one)
-        self.vars2.add(other)
 
     def add_term(self, coeff, one, other):
         if coeff != 0.0:
             self.push(float(coeff), *((one, other) if one.index < other.index else (other, one)))
 
-    def add_expr(self, mult, other):
-        mult = float(mult)
-        if mult == 0.0:
-            return
-        c = other.coeffs.copy()
-        self.linear.add_expr(mult, other.linear)
-        if mult != 1.0:
-            c.map(lambda item: mult * item)
-        self.coeffs = self.coeffs.plus(c)
-        self.vars1 = self.vars1.plus(other.vars1)
-        self.vars2 = self.vars2.plus(other.vars2)
-
     def add(self, other, mult):
+        mult = float(mult)
         if isinstance(other, LinExpr):
-            self.linear.add_expr(mult, other)
-        else:
-            self.add_expr(mult, other)
+            self.linear.add(other, mult)
+        elif mult != 0.0:
+            self.linear.add(other.linear, mult)
+            self.take(mult, other.views)
 
-    def add_arrays(self, coeffs, one, other):
-        self.coeffs = self.coeffs.plus(coeffs)
-        self.vars1 = self.vars1.plus(one)
-        self.vars2 = self.vars2.plus(other)
+    def add_arrays(self, *arrays):
+        self.views = [view.plus(array) for view, array in zip(self.views, arrays)]
 
     def remove(self, item):
-        found = [item]
-        if isinstance(item, Var):
-            found = [i for i, pair in enumerate(zip(self.vars1, self.vars2)) if item in pair]
-        if found:
-            for view in (self.coeffs, self.vars1, self.vars2):
-                view.remove(found)
+        self.remove_terms(item)
         if isinstance(item, Var):
             self.linear.remove(item)
 
     def clear(self):
         self.linear.clear()
-        for view in (self.coeffs, self.vars1, self.vars2):
+        for view in self.views:
             view.clear()
 
     def iadd(self, other):
@@ -217,8 +213,8 @@ class QuadExpr:
 
     def imul(self, other):
         if not isinstance(other, Number):
-            raise TypeError(f"unsupport operation +=: `QuadExpr` and `{type(other).__name__}`")
-        self.coeffs.map(lambda item: item * other)
+            self.refuse(other)
+        self.views[0].map(lambda item: item * other)
         self.linear.imul(other)
 
 
@@ -237,19 +233,18 @@ def quicksum(items):
     r = QuadExpr()
     for item in items:
         if isinstance(item, QuadExpr):
-            for term in list(zip(item.coeffs, item.vars1, item.vars2)):
+            for term in item.terms():
                 r.push(*term)
             item = item.linear
         if isinstance(item, LinExpr):
-            for c, v in list(zip(item.coeffs, item.vars)):
-                r.linear.coeffs.add(c)
-                r.linear.vars.add(v)
+            for term in item.terms():
+                r.linear.push(*term)
             r.linear.constant += item.constant
         elif isinstance(item, Var):
             r.linear.add_term(1.0, item)
         else:
             r.linear.constant += float(item)
-    return r if r.coeffs.size else r.linear
+    return r if r.views[0].size else r.linear
 
 
 def add(a, b):
@@ -265,12 +260,13 @@ def scaled(a, factor):
     r = LinExpr() if rank(a) < 3 else QuadExpr()
     if isinstance(a, Var):
         r.add_term(factor, a)
-    elif factor != 0.0 and isinstance(a, LinExpr):
-        r.coeffs, r.vars = View([factor * c for c in a.coeffs]), View(list(a.vars))
-        r.constant += factor * a.constant
     elif factor != 0.0:
-        r.coeffs = View([c if factor == 1.0 else factor * c for c in a.coeffs])
-        r.vars1, r.vars2, r.linear = View(list(a.vars1)), View(list(a.vars2)), scaled(a.linear, factor)
+        kept = isinstance(a, QuadExpr) and factor == 1.0
+        r.views = [View([c if kept else factor * c for c in a.views[0]]), *(View(list(v)) for v in a.views[1:])]
+        if isinstance(a, LinExpr):
+            r.constant += factor * a.constant
+        else:
+            r.linear = scaled(a.linear, factor)
     return r
 
 
@@ -286,16 +282,16 @@ def mul(a, b):
     if isinstance(a, Var):
         r.add_term(1.0, a, b)
     elif isinstance(b, Var):
-        for c, v in zip(a.coeffs, a.vars):
+        for c, v in a.terms():
             r.add_term(c, v, b)
         r.linear.add_term(a.constant, b)
     else:
         r.linear.constant += b.constant * a.constant
         for bare, terms in ((a.constant, b), (b.constant, a)):  # the bare constant: no factor of the term it meets
-            for v in terms.vars:
+            for _, v in terms.terms():
                 r.linear.add_term(bare, v)
-        for c, v in zip(a.coeffs, a.vars):
-            for d, w in zip(b.coeffs, b.vars):
+        for c, v in a.terms():
+            for d, w in b.terms():
                 r.add_term(c * d, v, w)
     return r
 

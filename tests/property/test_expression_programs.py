@@ -72,27 +72,21 @@ class Program:
             self.mine[target], self.real[target] = expected, result
 
     def check(self):
+        """Numbers are compared by what they print, in quadratic terms by their types too."""
         for mine, real in zip(self.mine, self.real):
-            assert self.seen(mine) == self.shown(real)
-
-    def seen(self, e):
-        linear = e.linear if isinstance(e, ref.QuadExpr) else e
-        terms = [*zip(map(repr, linear.coeffs), linear.vars)]
-        quadratic = None
-        if linear is not e:
-            quadratic = [*zip([(type(c), repr(c)) for c in e.coeffs], e.vars1, e.vars2)]
-        return type(e).__name__, repr(linear.constant), terms, quadratic
+            part, quadratic = (mine, []) if isinstance(mine, ref.LinExpr) else (mine.linear, mine.terms())
+            linear = [(repr(c), v) for c, v in part.terms()]
+            quadratic = [(type(c), repr(c), v, w) for c, v, w in quadratic]
+            assert (type(mine).__name__, repr(part.constant), linear, quadratic) == self.shown(real)
 
     def shown(self, e):
         back = {id(v): k for k, v in self.variables.items()}
-        linear = e.getLinExpr() if isinstance(e, tso.QuadExpr) else e
+        linear, quadratic = e, []
+        if isinstance(e, tso.QuadExpr):
+            linear = e.getLinExpr()
+            places = [(e.getCoeff(i), e.getVar1(i), e.getVar2(i)) for i in range(e.size())]
+            quadratic = [(type(c), repr(c), back[id(v)], back[id(w)]) for c, v, w in places]
         terms = [(repr(linear.getCoeff(i)), back[id(linear.getVar(i))]) for i in range(linear.size())]
-        quadratic = None
-        if linear is not e:
-            quadratic = [
-                ((type(e.getCoeff(i)), repr(e.getCoeff(i))), back[id(e.getVar1(i))], back[id(e.getVar2(i))])
-                for i in range(e.size())
-            ]
         return type(e).__name__, repr(linear.getConstant()), terms, quadratic
 
 
@@ -152,32 +146,23 @@ def run(p, kind, to, *args):
         a, b = p.operand(args[1])
 
         def inplace():
-            e = real
-            if args[0] == "+":
-                e += b
-            elif args[0] == "-":
-                e -= b
-            else:
-                e *= b
-            assert e is real
+            result = {"+": operator.iadd, "-": operator.isub, "*": operator.imul}[args[0]](real, b)
+            assert result is real
 
         expected = {"+": lambda: mine.iadd(a), "-": lambda: mine.iadd(ref.neg(a)), "*": lambda: mine.imul(a)}
         p.step(to, expected[args[0]], inplace)
     elif kind == "add":
         a, b = p.operand(args[0])
         if quadratic or isinstance(a, ref.LinExpr):
-            p.step(to, lambda: (mine.add if quadratic else lambda e, m: mine.add_expr(m, e))(a, args[1]),
-                   lambda: real.add(b, args[1]))  # fmt: skip
+            p.step(to, lambda: mine.add(a, args[1]), lambda: real.add(b, args[1]))
     elif kind == "terms":
-        rows = [(NUMBERS[i % len(NUMBERS)], p.operand(("var", j)), p.operand(("var", k))) for i, j, k in args[0]]
-        coeffs, first, second = [c for c, _, _ in rows], [v for _, v, _ in rows], [v for _, _, v in rows]
+        rows = [(NUMBERS[i % len(NUMBERS)], *p.operand(("var", j)), *p.operand(("var", k))) for i, j, k in args[0]]
+        coeffs, a, b, c, d = map(list, zip(*rows)) if rows else ([], [], [], [], [])
         if quadratic and args[1]:
-            p.step(to, lambda: mine.add_arrays(coeffs, [a for a, _ in first], [a for a, _ in second]),
-                   lambda: real.addTerms(coeffs, [b for _, b in first], [b for _, b in second]))  # fmt: skip
+            p.step(to, lambda: mine.add_arrays(coeffs, a, c), lambda: real.addTerms(coeffs, b, d))
         else:
             linear = mine.linear if quadratic else mine
-            p.step(to, lambda: linear.add_terms(coeffs, [a for a, _ in first]),
-                   lambda: real.addTerms(tuple(coeffs), [b for _, b in first]))  # fmt: skip
+            p.step(to, lambda: linear.add_terms(coeffs, a), lambda: real.addTerms(tuple(coeffs), b))
     elif kind == "term":
         (a, b), (c, d) = (p.operand(("var", i)) for i in args[0])
         if quadratic:
