@@ -400,3 +400,22 @@ time.sleep(0.5)
     for _ in range(3):
         run = subprocess.run([sys.executable, "-c", script], cwd=tmp_path, capture_output=True, text=True, timeout=120)
         assert run.returncode == 0, run.stderr
+
+
+def test_runs_on_many_threads_one_after_another():
+    """SCIP has room for some tens of threads with nonlinear parts in the life of a process."""
+    found = []
+
+    def work():
+        m = quiet()
+        x, y = m.addVar(vtype=TSO.INTEGER, ub=10), m.addVar(ub=10)
+        m.addQConstr(x * y <= 17.3)
+        m.setObjective(x + 2 * y, TSO.MAXIMIZE)
+        m.optimize(lambda model, where: where == NODE and model.cbSetSolution(x, 2))
+        found.append(m.ObjVal)
+
+    for _ in range(80):
+        thread = threading.Thread(target=work)
+        thread.start()
+        thread.join()
+    assert found == pytest.approx([21] * 80)

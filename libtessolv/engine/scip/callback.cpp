@@ -52,8 +52,8 @@ SCIP_RETCODE on_branch(SCIP*, SCIP_BRANCHRULE* b, SCIP_Bool, SCIP_RESULT* result
 
 } // namespace
 
-ScipCallback::ScipCallback(const Model& model, Run& run, ScipProblem& problem, ScipExchange& exchange)
-    : model_(model), run_(run), problem_(problem), exchange_(exchange),
+ScipCallback::ScipCallback(const Model& model, Run& run, ScipProblem& problem, ScipExchange& exchange, Turns& turns)
+    : model_(model), run_(run), problem_(problem), exchange_(exchange), turns_(turns),
       lazy_(model.env.params().get_int(Param::MIP_EnableLazyConstr) != 0),
       tolerance_(std::max(1e-9, model.env.params().get_double(Param::SPX_PrimalTolerance))) {}
 
@@ -103,10 +103,10 @@ void ScipCallback::call(Where where, SCIP_SOL* sol) {
             self.where_ = kNowhere;
         }
     };
-    bool go_on;
+    bool go_on = true;
     {
         const Inside inside(*this, where, sol);
-        go_on = run_.callback->call(*this, where);
+        turns_.on_caller([&] { go_on = run_.callback->call(*this, where); });
     }
     if (!go_on) {
         ended_ = true;
@@ -310,22 +310,26 @@ bool ScipCallback::hand_over(SCIP_HEUR* heuristic) {
 
 // By a run of its own on the rest of the problem, which must be short.
 bool ScipCallback::complete(std::vector<double>& x) const {
-    ScipProblem rest;
-    scip_build(model_, rest);
-    SCIP* s = rest.object.get();
-    for (size_t j = 0; j < x.size(); ++j) {
-        if (x[j] == TSO_UNDEFINED)
-            continue;
-        must(SCIPchgVarLb(s, rest.object.vars[j], x[j]), "a fixed variable");
-        must(SCIPchgVarUb(s, rest.object.vars[j], x[j]), "a fixed variable");
-    }
-    rest.object.set("limits/time", std::clamp(run_.remaining(), 1e-3, kCompletionSeconds));
-    rest.object.set("limits/nodes", kCompletionNodes);
-    if (SCIPsolve(s) != SCIP_OKAY || SCIPgetNSols(s) == 0)
-        return false;
-    must(SCIPgetSolVals(s, SCIPgetBestSol(s), static_cast<int>(x.size()), rest.object.vars_data(), x.data()),
-         "a solution");
-    return true;
+    bool found = false;
+    turns_.on_engine([&] {
+        ScipProblem rest;
+        scip_build(model_, rest);
+        SCIP* s = rest.object.get();
+        for (size_t j = 0; j < x.size(); ++j) {
+            if (x[j] == TSO_UNDEFINED)
+                continue;
+            must(SCIPchgVarLb(s, rest.object.vars[j], x[j]), "a fixed variable");
+            must(SCIPchgVarUb(s, rest.object.vars[j], x[j]), "a fixed variable");
+        }
+        rest.object.set("limits/time", std::clamp(run_.remaining(), 1e-3, kCompletionSeconds));
+        rest.object.set("limits/nodes", kCompletionNodes);
+        if (SCIPsolve(s) != SCIP_OKAY || SCIPgetNSols(s) == 0)
+            return;
+        must(SCIPgetSolVals(s, SCIPgetBestSol(s), static_cast<int>(x.size()), rest.object.vars_data(), x.data()),
+             "a solution");
+        found = true;
+    });
+    return found;
 }
 
 // ---- Small things ----

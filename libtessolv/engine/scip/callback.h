@@ -1,12 +1,13 @@
 // The user's callback inside a run of SCIP: plugins that ask it about solutions and nodes, and what it hands in.
 //
-// SCIP runs on the caller's thread then, so a callback is always a plain call from below. What it hands in is kept
-// until it has returned: offering a solution to SCIP while it runs would ask it again about that solution.
+// The callback runs on the thread of the library's caller, while SCIP's own waits. What it hands in is kept until it
+// has returned: offering a solution to SCIP while it runs would ask it again about that solution.
 #pragma once
 
 #include "core/callback.h"
 #include "engine/scip/engine.h"
 #include "engine/scip/plugins.h"
+#include "engine/scip/turns.h"
 
 #include <exception>
 #include <map>
@@ -16,10 +17,11 @@ namespace tso::engine {
 
 class ScipCallback final : public CallbackContext {
 public:
-    ScipCallback(const Model& model, Run& run, ScipProblem& problem, ScipExchange& exchange);
-    void include();                       // plugins and settings, before the problem is solved
-    void mute() { muted_ = true; }        // what SCIP is asked from now on is not the model's problem
-    bool ended() const { return ended_; } // the callback asked for the end of the run
+    ScipCallback(const Model& model, Run& run, ScipProblem& problem, ScipExchange& exchange, Turns& turns);
+    void include();                        // plugins and settings, before the problem is solved
+    void mute() { muted_ = true; }         // what SCIP is asked from now on is not the model's problem
+    bool ended() const { return ended_; }  // the callback asked for the end of the run
+    bool is_lazy() const { return lazy_; } // constraints may come later
     void rethrow() const {
         if (error_)
             std::rethrow_exception(error_);
@@ -80,7 +82,8 @@ private:
     Run& run_;
     ScipProblem& problem_;
     ScipExchange& exchange_;
-    const bool lazy_; // constraints may come later
+    Turns& turns_;
+    const bool lazy_;
     double tolerance_;
     bool started_ = false, muted_ = false, ended_ = false;
     std::exception_ptr error_;

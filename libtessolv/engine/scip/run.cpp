@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
+#include <exception>
 #include <functional>
 #include <limits>
 #include <new>
@@ -27,8 +27,7 @@ double finite_or_none(double v) { return std::fabs(v) < kNoBound ? v : kNoValue;
 struct Watch {
     std::shared_ptr<ScipProblem> problem;
     std::shared_ptr<ScipExchange> exchange;
-    ScipCallback* callback = nullptr; // the user's; SCIP then runs on the caller's thread,
-    std::function<void()> tick;       // where nobody else tells the log how it goes
+    ScipCallback* callback = nullptr; // the user's
 };
 
 std::vector<double> values_of(ScipProblem& problem, SCIP_SOL* sol) {
@@ -76,8 +75,6 @@ SCIP_RETCODE on_event(SCIP* s, SCIP_EVENTHDLR* handler, SCIP_EVENT* event, SCIP_
             SCIPinterruptSolve(s);
     } catch (const std::bad_alloc&) { // a solution less in the pool
     }
-    if (w.tick)
-        w.callback->guarded([&] { w.tick(); });
     return SCIP_OKAY;
 }
 
@@ -218,44 +215,13 @@ void Job::operator()() {
     }
     const std::vector<char>& whole = watch.problem->whole;
     if ((status == SCIP_STATUS_OPTIMAL || status == SCIP_STATUS_GAPLIMIT) && watch.problem->nonlinear && !stopped() &&
-        !outcome->solutions.empty() && std::find(whole.begin(), whole.end(), 1) != whole.end() &&
+        !(watch.callback && watch.callback->is_lazy()) && !outcome->solutions.empty() &&
+        std::find(whole.begin(), whole.end(), 1) != whole.end() &&
         std::find(whole.begin(), whole.end(), 0) != whole.end())
         refine();
     outcome->status = status;
     SCIPfreeTransform(scip()); // the events end with this thread's data
 }
-
-// Ends a run on this thread from another one, when it is interrupted or out of time: SCIP looks at no flag of ours.
-class Watcher {
-public:
-    Watcher(Run& run, ScipExchange& exchange, ScipObject& object)
-        : thread_([this, &run, &exchange, &object] {
-              std::unique_lock lock(mutex_);
-              while (!done_) {
-                  wake_.wait_for(lock, std::chrono::milliseconds(20));
-                  if (!done_ && (run.interrupt.load() || run.remaining() <= 0)) {
-                      exchange.stop = true;
-                      object.interrupt();
-                  }
-              }
-          }) {}
-    ~Watcher() {
-        {
-            const std::lock_guard lock(mutex_);
-            done_ = true;
-        }
-        wake_.notify_one();
-        thread_.join();
-    }
-    Watcher(const Watcher&) = delete;
-    Watcher& operator=(const Watcher&) = delete;
-
-private:
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    bool done_ = false;
-    std::thread thread_; // last: it uses the others
-};
 
 } // namespace
 
@@ -274,20 +240,35 @@ ScipOutcome ScipEngine::run_scip(Model& model, Run& run, const std::shared_ptr<S
         progress.tell(news);
     };
     if (run.callback) {
-        ScipCallback callback(model, run, *problem, *exchange);
-        Job job{{problem, exchange, &callback, tick}, outcome, run.begin, run.max_seconds};
-        {
-            const Watcher watcher(run, *exchange, problem->object);
-            job();
-        }
+        Turns turns;
+        ScipCallback callback(model, run, *problem, *exchange, turns);
+        std::exception_ptr thrown;
+        std::thread engine([&] {
+            try {
+                on_scip_thread(Job{{problem, exchange, &callback}, outcome, run.begin, run.max_seconds});
+            } catch (...) {
+                thrown = std::current_exception();
+            }
+            turns.done();
+        });
+        turns.serve([&] {
+            if (run.interrupt.load() || run.remaining() <= 0) {
+                exchange->stop = true;
+                problem->object.interrupt();
+            }
+            tick();
+        });
+        engine.join();
         callback.rethrow();
+        if (thrown)
+            std::rethrow_exception(thrown);
         if (callback.ended()) {
             outcome->status = SCIP_STATUS_USERINTERRUPT;
             run.interrupt = true;
         }
         return std::move(*outcome);
     }
-    Job job{{problem, exchange, nullptr, {}}, outcome, run.begin, run.max_seconds};
+    Job job{{problem, exchange, nullptr}, outcome, run.begin, run.max_seconds};
     const bool ended = run_on_worker(
         run, exchange, [job = std::move(job)]() mutable { on_scip_thread(std::ref(job)); },
         [&] {
