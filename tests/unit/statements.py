@@ -56,7 +56,7 @@ STATEMENTS = {
     "range": lambda m, e: m.addRange(m.getVars()[0] + m.getVars()[1], 0, 1),
     "linear row": lambda m, e: m.addLConstr(m.getVars()[0], "<", 1),
     "generated rows": lambda m, e: m.addConstrs((x <= NUMBER for x in m.getVars()[:1]), NAME),
-    "quadratic row": lambda m, e: m.addConstr(m.getVars()[0] * m.getVars()[1] + m.getVars()[2] <= NUMBER, NAME),
+    "quadratic row": lambda m, e: m.addConstr(m.getVars()[0] * m.getVars()[1] + m.getVars()[0] <= NUMBER, NAME),
     "quadratic range": lambda m, e: m.addConstr(m.getVars()[0] * m.getVars()[1] == [1, NUMBER]),
     "rows of an array": lambda m, e: m.addConstr(np.eye(3) @ tso.MVar.fromlist(m.getVars()[:3]) <= NUMBER, NAME),
     "set": lambda m, e: m.addSOS(2, iter(m.getVars()[:2]), {0: 1, 1: NUMBER}.values()),

@@ -72,13 +72,6 @@ CALLBACKS = dict(  # noqa: C408
     MIP_DEPTH=311, MIP_PHASE=312, MIP_SOL=316, MIP_REL=317,
 )
 
-NO_CONSTANT = {  # callback codes that cbGet knows but that have no public name
-    "what": """
-        PRE_LB PRE_UB PRE_LHS PRE_RHS PRE_OBJ PRE_ISINT PRE_ELEMENTS PRE_INDICES PRE_STARTS PRE_OBJCONST MIP_SOLPRE
-        MIP_RELPRE MIP_RELRDCPRE MIP_LB MIP_UB
-    """.split(),
-}
-
 PUBLIC = """
 TSO models disposeDefaultEnv multidict paramHelp quicksum read readParams resetParams setParam system
 writeParams version TessolvError tuplelist tupledict Var MVar Constr QConstr SOS GenConstr MConstr MQConstr

@@ -9,7 +9,7 @@ import scipy.sparse
 import tessolvpy as tso
 from expressions import terms
 from loops import check_growth
-from statements import NAME, NUMBER
+from statements import NAME, NUMBER, STATEMENTS
 
 _testcapi = pytest.importorskip("_testcapi")
 
@@ -66,17 +66,11 @@ GOOD = {
     ),
     "changes": lambda m, x, y: (change(x + y, x, y), change(x * y + x, x, y)),
     "queries": lambda m, x, y: (query(x + y, x), query(x * y + 1, x), str(x <= y)),
-    "variable": lambda m, x, y: m.remove(m.addVar(1, NUMBER, 2, "I", NAME, tso.Column([1, 2], m.getConstrs()[:2]))),
-    "variables": lambda m, x, y: m.remove(m.addVars(2, ["a", "bc"], lb=NUMBER, ub=[1.0] * 4, vtype="B", name=NAME)),
-    "row": lambda m, x, y: m.remove([m.addConstr(x + 2 * y <= NUMBER, NAME), m.addLConstr(x, "<", y)]),
-    "rows": lambda m, x, y: m.remove(m.addConstrs((x + i * y <= NUMBER for i in range(6)), NAME)),
-    "quadratic row": lambda m, x, y: m.remove(
-        [m.addConstr(x * y + x <= NUMBER, NAME), m.addQConstr(x * x, ">", y + 1), m.addConstr(x * y == [1, NUMBER])]
-    ),
-    "set": lambda m, x, y: m.remove(m.addSOS(2, iter([x, y]), {0: NUMBER, 1: 2 * NUMBER}.values())),
-    "indicator": lambda m, x, y: m.remove(
-        [m.addConstr((y == 1) >> (x + y <= NUMBER), NAME), m.addGenConstrIndicator(y, 0, x, "=", NUMBER + y, NAME)]
-    ),
+    **{
+        name: lambda m, x, y, act=STATEMENTS[name]: m.remove(act(m, None))
+        for name in ("variable", "variables", "row", "linear row", "generated rows", "quadratic row", "quadratic range",
+                     "set", "indicator")
+    },
     "objective": lambda m, x, y: (m.setObjective(x * y + NUMBER * x + y + 1, -1), m.getObjective()),
 }  # fmt: skip
 LONG = {

@@ -8,8 +8,6 @@ import pytest
 import tessolvpy as tso
 from tessolvpy import TSO, LinExpr, tupledict
 
-OUTSIDE = "^method can only be called in callback function$"
-
 
 @pytest.fixture
 def inside(stub, model):
@@ -43,121 +41,96 @@ def x(stub, model):
     return model.getVars()[:4]
 
 
-def test_only_inside_a_callback(model, x):
-    kept = []
-    calls = [
-        lambda: model.cbGet(300),
-        model.cbGetSolution,
-        model.cbGetNodeRel,
-        lambda: model.cbCut(x[0] <= 1),
-        lambda: model.cbBranch(x[0], 0.5),
-        lambda: model.cbSetSolution(x[0], 1),
-        model.cbUseSolution,
-    ]
-    for call in calls:
-        with pytest.raises(RuntimeError, match=OUTSIDE):
-            call()
-    model.optimize(lambda m, where: kept.append(m))
-    for call in calls:
-        with pytest.raises(RuntimeError, match=OUTSIDE):
-            call()
-
-
-def test_values_by_code(stub, model, x, inside):
-    assert inside(lambda: model.cbGet(300))[0] == 300.0
-    for code, kind, length in [(203, "f8", 4), (210, "i4", 4), (211, "i4", 5), (205, "f8", 4), (316, "f8", 4)]:
-        values, calls = inside(lambda code=code: model.cbGet(code))
-        assert (values.dtype, values.shape) == (np.dtype(kind), (length,)), code
-        assert calls[0][2:4] == (5, code)
-    for code in (0, 215, 315, 318, -1):
+def test_refusals(stub, model, x, inside):
+    stranger, wrong_index = tso.Model().addVar(), TSO.MODEL_INVALID_COL_IDX
+    get, cut, branch, offer = model.cbGetSolution, model.cbCut, model.cbBranch, model.cbSetSolution
+    for act, wrong in [
+        *[(get, (w,)) for w in (1.5, "x", [x[0], 2], [None])],
+        *[(cut, w) for w in ((x[0] * x[1] <= 1,), (x[0],), (3,), ("a",), ([x[0] <= 1, 5],), (x[0] <= 1, "<", 2),
+                             (x[0], "<"), (x[0], "!", 1), (x[0], 5, 1), ({}, "<", 1), (([0], [1, 2]), "<", 1),
+                             ((["a"], [1]), "<", 1), ((x[0] == 1) >> (x[1] <= 1),))],
+        *[(branch, w) for w in (("x", 1), (x[0], "a"), (x[0], 1, "up"), (2**40, 1))],
+        *[(offer, w) for w in ((x, [1]), (x[0], "a"), (x[0], float("nan")), ("ab", 1), ([x[0], None], 1),
+                               ({"a": x[0]}, {"b": 1}))],
+    ]:  # fmt: skip
+        with pytest.raises((TypeError, ValueError, KeyError, OverflowError)):
+            inside(lambda act=act, wrong=wrong: act(*wrong))
+    with pytest.raises(ValueError, match="not of both"):
+        inside(lambda: (offer(x[0], 1), offer(1, 1)))
+    codes = [(lambda code=code: model.cbGet(code), TSO.CB_INVALID_WHAT) for code in (0, 215, 315, 318, -1)]
+    codes += [(lambda i=i: offer(i, 1), wrong_index) for i in (4, -1)]
+    for act, code in [*codes, (lambda: get(stranger), wrong_index)]:
         with pytest.raises(tso.TessolvError) as refused:
-            inside(lambda code=code: model.cbGet(code))
-        assert refused.value.errno == TSO.CB_INVALID_WHAT
+            inside(act)
+        assert refused.value.errno == code
+    model.optimize(lambda m, where: None)
+    for act, *arguments in [
+        (model.cbGet, 300), (get,), (model.cbGetNodeRel,), (cut, x[0] <= 1), (branch, x[0], 0.5), (offer, x[0], 1),
+        (model.cbUseSolution,),
+    ]:  # fmt: skip
+        with pytest.raises(RuntimeError, match="^method can only be called in callback function$"):
+            act(*arguments)
 
 
-def test_values_in_the_form_in_which_they_are_asked(model, x, inside):
+def test_values(model, x, inside):
+    for code, kind, length in [(203, "f8", 4), (210, "i4", 4), (211, "i4", 5), (316, "f8", 4)]:
+        values, calls = inside(lambda code=code: model.cbGet(code))
+        assert (values.dtype, values.shape, *calls[0][2:4]) == (np.dtype(kind), (length,), 5, code)
     keyed = tupledict({(0, "a"): x[3], (1, "b"): x[1]})
     grid = tso.MVar.fromlist([[x[0], x[1]], [x[2], x[3]]])
-    assert inside(lambda: model.cbGetSolution(x[2]))[0] == 0.5
-    assert inside(lambda: model.cbGetSolution(reversed(x)))[0] == [0.75, 0.5, 0.25, 0.0]
-    found = inside(lambda: model.cbGetSolution(keyed))[0]
-    assert type(found) is tupledict and found == {(0, "a"): 0.75, (1, "b"): 0.25}
-    assert inside(lambda: model.cbGetSolution(grid))[0].tolist() == [[0.0, 0.25], [0.5, 0.75]]
-    assert inside(model.cbGetSolution)[0].tolist() == [0.0, 0.25, 0.5, 0.75]
+    for asked, expected in [
+        ((x[2],), 0.5),
+        ((reversed(x),), [0.75, 0.5, 0.25, 0.0]),
+        ((keyed,), {(0, "a"): 0.75, (1, "b"): 0.25}),
+        ((grid,), [[0.0, 0.25], [0.5, 0.75]]),
+        ((), [0.0, 0.25, 0.5, 0.75]),
+    ]:
+        found = inside(lambda asked=asked: model.cbGetSolution(*asked))[0]
+        assert (found.tolist() if isinstance(found, np.ndarray) else found) == expected
+        assert type(found) is np.ndarray or isinstance(found, type(expected))
     assert inside(lambda: model.cbGetNodeRel(x[:2]))[0] == [TSO.UNDEFINED] * 2  # no relaxation was solved
-    for wrong in (1.5, "x", [x[0], 2], [None]):
-        with pytest.raises(TypeError):
-            inside(lambda wrong=wrong: model.cbGetSolution(wrong))
-    with pytest.raises(tso.TessolvError) as refused:
-        inside(lambda: model.cbGetSolution(tso.Model().addVar()))
-    assert refused.value.errno == TSO.MODEL_INVALID_COL_IDX
 
 
-def test_cuts(model, x, inside):
-    def cuts(*arguments):
-        return [call[2:] for call in inside(lambda: model.cbCut(*arguments))[1]]
-
-    one = (2, [0, 1], [2.0, 1.0], "<", 3.0)
-    assert cuts(2 * x[0] + x[1] + 1 <= 4) == [one]
-    assert cuts(x[1] + 2 * x[0], "<", 3) == cuts(2 * x[0] + x[1] + 1, "<=", LinExpr(4)) == [one]
-    assert cuts(x[0] == [1, 2]) == [(1, [0], [1.0], ">", 1.0), (1, [0], [1.0], "<", 2.0)]
-    assert cuts(x[0] + x[1] + x[0] == 1) == [(2, [0, 1], [2.0, 1.0], "=", 1.0)]
-    assert [c[-1] for c in cuts([x[0] <= 1, x[1] >= 2, True])] == [1.0, 2.0]
-    assert cuts(False) == [(0, None, None, "<", -1.0)]
-    block = tso.MVar.fromlist(x[:2])
-    assert cuts(block <= 1) == cuts(block, "<", np.ones(2)) == [(1, [i], [1.0], "<", 1.0) for i in range(2)]
-    assert cuts(([3, 1, 3], [1, 2, 4]), ">", 7) == [(2, [1, 3], [2.0, 5.0], ">", 7.0)]
-    bad = [
-        (x[0] * x[1] <= 1,),
-        (x[0],),
-        (3,),
-        ("a",),
-        ([x[0] <= 1, 5],),
-        (x[0] <= 1, "<", 2),
-        (x[0], "<"),
-        (x[0], "!", 1),
-    ]
-    bad += [(x[0], 5, 1), ({}, "<", 1), (([0], [1, 2]), "<", 1), ((["a"], [1]), "<", 1), ((x[0] == 1) >> (x[1] <= 1),)]
-    for arguments in bad:
-        with pytest.raises((TypeError, ValueError)):
-            inside(lambda arguments=arguments: model.cbCut(*arguments))
-
-
-def test_branching(model, x, inside):
+def test_cuts_and_branches(model, x, inside):
+    one, block = (2, [0, 1], [2.0, 1.0], "<", 3.0), tso.MVar.fromlist(x[:2])
+    each = [(1, [i], [1.0], "<", 1.0) for i in range(2)]
+    for arguments, *expected in [
+        ((2 * x[0] + x[1] + 1 <= 4,), one),
+        ((x[1] + 2 * x[0], "<", 3), one),
+        ((2 * x[0] + x[1] + 1, "<=", LinExpr(4)), one),
+        ((x[0] == [1, 2],), (1, [0], [1.0], ">", 1.0), (1, [0], [1.0], "<", 2.0)),
+        ((x[0] + x[1] + x[0] == 1,), (2, [0, 1], [2.0, 1.0], "=", 1.0)),
+        (([x[0] <= 1, x[1] >= 2, True],), each[0], (1, [1], [1.0], ">", 2.0)),
+        ((False,), (0, None, None, "<", -1.0)),
+        ((block <= 1,), *each),
+        ((block, "<", np.ones(2)), *each),
+        ((([3, 1, 3], [1, 2, 4]), ">", 7), (2, [1, 3], [2.0, 5.0], ">", 7.0)),
+    ]:
+        calls = inside(lambda arguments=arguments: model.cbCut(*arguments))[1]
+        assert [call[2:] for call in calls] == expected
     assert inside(lambda: model.cbBranch(x[2], 0.5, -1))[1][0][2:] == (2, 0.5, -1)
     name, *_, value, way = inside(lambda: model.cbBranch(1, 2))[1][0]
     assert (name, value, way) == ("TSOcbbranchp", 2.0, 0)
-    for wrong in (("x", 1), (x[0], "a"), (x[0], 1, "up"), (2**40, 1)):
-        with pytest.raises((TypeError, OverflowError)):
-            inside(lambda wrong=wrong: model.cbBranch(*wrong))
 
 
-def test_solutions(stub, model, x, inside):
-    def offered(*entries):
-        def act():
+def test_solutions(model, x, inside):
+    U = TSO.UNDEFINED
+    for entries, *expected in [
+        ([(x[1], 3), (x[:2], [1, 2])], "TSOcbsolution", [1.0, 2.0, U, U]),
+        ([(tupledict(enumerate(x)), {0: 1, 1: 2, 2: 3, 3: 4})], "TSOcbsolution", [1.0, 2.0, 3.0, 4.0]),
+        ([(tso.MVar.fromlist(x), np.arange(4)), ({"a": x[0]}, 9)], "TSOcbsolution", [9.0, 1.0, 2.0, 3.0]),
+        ([([0, 2], 1.5)], "TSOcbsolutionp", [1.5, U, 1.5, U]),
+    ]:
+
+        def act(entries=entries):
             for entry in entries:
                 model.cbSetSolution(*entry)
             return model.cbUseSolution()
 
-        (status, objective), calls = inside(act)
+        (status, objective), ((name, _, solution, *_),) = inside(act)
         assert status == 0 and isinstance(objective, float)
-        return [(name, solution) for name, _, solution, *_ in calls]
-
-    U = TSO.UNDEFINED
-    assert offered((x[1], 3), (x[:2], [1, 2])) == [("TSOcbsolution", [1.0, 2.0, U, U])]
-    assert offered((tupledict(enumerate(x)), {0: 1, 1: 2, 2: 3, 3: 4})) == [("TSOcbsolution", [1.0, 2.0, 3.0, 4.0])]
-    assert offered((tso.MVar.fromlist(x), np.arange(4)), ({"a": x[0]}, 9)) == [("TSOcbsolution", [9.0, 1.0, 2.0, 3.0])]
-    assert offered(([0, 2], 1.5)) == [("TSOcbsolutionp", [1.5, U, 1.5, U])]
-
+        assert [name, solution] == expected
     assert inside(model.cbUseSolution) == (None, [])
-    for wrong in ((x, [1]), (x[0], "a"), (x[0], float("nan")), ("ab", 1), ([x[0], None], 1), ({"a": x[0]}, {"b": 1})):
-        with pytest.raises((TypeError, ValueError, KeyError)):
-            inside(lambda wrong=wrong: model.cbSetSolution(*wrong))
-    for index in (4, -1):
-        with pytest.raises(tso.TessolvError):
-            inside(lambda index=index: model.cbSetSolution(index, 1))
-    with pytest.raises(ValueError, match="not of both"):
-        inside(lambda: (model.cbSetSolution(x[0], 1), model.cbSetSolution(1, 1)))
 
 
 def test_what_was_entered_is_offered_when_the_callback_returns(stub, model, x):
