@@ -3,6 +3,7 @@
 import gc
 import sys
 
+import pytest
 import tessolvpy as tso
 
 ERRORS = (
@@ -43,6 +44,19 @@ def check_growth(act, watched, times=200):
         grown.append((blocks_after - blocks, max(b - a for a, b in zip(references, references_after))))
     assert min(blocks for blocks, _ in grown) < times / 2, "a block for each call"
     assert min(references for _, references in grown) < times * 0.3, "a reference for each call"
+
+
+def without_memory(act, first, last=0):
+    """The type of the error that the call ends in if the allocations from the first to the last, or all, fail."""
+    testcapi = pytest.importorskip("_testcapi")
+    testcapi.set_nomemory(first, last)
+    try:
+        act()
+    except BaseException as error:
+        testcapi.remove_mem_hooks()
+        return type(error)
+    testcapi.remove_mem_hooks()
+    return None
 
 
 def resident():

@@ -26,9 +26,7 @@ def test_one_variable(stub, built):
     for arguments, keywords, expected in [
         ((), {}, (0, None, None, 0.0, 0.0, INF, "C", "")),
         ((1, 2.5, True, "Integer", "é"), {}, (0, None, None, 1.0, 1.0, 2.5, "I", "é")),
-        ((numpy.int8(-1),), {"name": "x", "vtype": "b"}, (0, None, None, 0.0, -1.0, INF, "b", "x")),
         ((-INF, float("inf")), {}, (0, None, None, 0.0, -INF, float("inf"), "C", "")),
-        ((), {"column": None}, (0, None, None, 0.0, 0.0, INF, "C", "")),
         ((), {"column": Column()}, (0, None, None, 0.0, 0.0, INF, "C", "")),
         ((), {"column": Column(2, b), "obj": 3}, (1, [1], [2.0], 3.0, 0.0, INF, "C", "")),
         ((), {"column": Column([1, 2, 4, 0], [c, a, c, b])}, (3, [0, 1, 2], [2.0, 0.0, 5.0], 0.0, 0.0, INF, "C", "")),
@@ -48,23 +46,19 @@ def test_columns(built):
     column = tso.Column([1, 2.5], [a, b])
     column.addTerms(3, a)
     column.addTerms(numpy.array([4.0]), (c,))
-    seen = [(column.getCoeff(i), column.getConstr(i)) for i in range(column.size())]
-    assert seen == [(1, a), (2.5, b), (3, a), (4.0, c)]
     copy = column.copy()
-    for nothing in (4, -1, 2**70):
-        column.remove(nothing)
-    column.remove(a)
-    column.remove(0)
-    assert [column.getConstr(i) for i in range(column.size())] == [c]
-    column.clear()
-    assert (column.size(), copy.size(), tso.Column().size()) == (0, 4, 0)
+    for item in (4, -1, 2**70, a, 0):  # three of them are none
+        column.remove(item)
+    for one, expected in [(copy, [(1, a), (2.5, b), (3, a), (4.0, c)]), (column, [(4.0, c)])]:
+        assert [(one.getCoeff(i), one.getConstr(i)) for i in range(one.size())] == expected
+        one.clear()
+        assert one.size() == 0
 
 
 def test_many_variables(stub, built):
     m, *_ = built
     null = [None] * 5  # obj, lb, ub, vtype, names
     for indices, keywords, keys, arrays in [
-        ((3,), {}, [0, 1, 2], null),
         ((1, 2), {"name": "x"}, [(0, 0), (0, 1)], [*null[:4], ["x[0,0]", "x[0,1]"]]),
         ((["a", "b"],), {"name": "x"}, ["a", "b"], [*null[:4], ["x['a']", "x['b']"]]),
         ((["ab"], [(1, "c d"), ()]), {"name": "é"}, [("a", "b", 1, "c d"), ("a", "b")],
@@ -137,22 +131,17 @@ def test_rows(stub, built):
     for add, *expected in [
         (lambda: m.addConstr(x + 1 <= 2, "r"), [0], [1.0], -INF, 1.0, "r"),
         (lambda: m.addConstr(z + 2 * x + y >= 3 + z, name="é"), [0, 1, 2], [2.0, 1.0, 0.0], 3.0, INF, "é"),
-        (lambda: m.addConstr(x + x <= 1), [0], [2.0], -INF, 1.0, ""),
         (lambda: m.addConstr(x - x == 0), [0], [0.0], 0.0, 0.0, ""),
-        (lambda: m.addConstr(y == z), [1, 2], [1.0, -1.0], 0.0, 0.0, ""),
         (lambda: m.addConstr(x == [0, 100]), [0], [1.0], 0.0, 100.0, ""),
         (lambda: m.addConstr(x + 3 == (-infinity, 5)), [0], [1.0], -INF, 2.0, ""),
         (lambda: m.addConstr(x + 3 == [1e30, 1e31]), [0], [1.0], INF, INF, ""),
         (lambda: m.addConstr(True), [], [], -INF, 0.0, ""),
         (lambda: m.addConstr(False), [], [], -INF, -1.0, ""),
-        (lambda: Range(x, -INF, 5), [0], [1.0], -INF, 5.0, ""),
         (lambda: Range(x + 1, None, 5, None), [0], [1.0], -INF, 4.0, ""),
         (lambda: Range(expr=7, lower=1, upper=None, name="n"), [], [], -6.0, INF, "n"),
         (lambda: L(x, "<", y, "l"), [0, 1], [1.0, -1.0], -INF, 0.0, "l"),
         (lambda: L(3, ">", x + y), [0, 1], [-1.0, -1.0], -3.0, INF, ""),
-        (lambda: L(2 * x, sense="=", rhs=5), [0], [2.0], 5.0, 5.0, ""),
         (lambda: L(y <= 4, name="t"), [1], [1.0], -INF, 4.0, "t"),
-        (lambda: L(x == [1, 2]), [0], [1.0], 1.0, 2.0, ""),
     ]:
         rows = len(m.getConstrs())
         made = add()
@@ -281,32 +270,16 @@ def test_removal(stub, built):
     assert [c.index for c in rows] == [c.index for c in qrows] == [0, -2, 1, -4, 2]
     assert m.getVars() is not old_vars
     assert (len(old_vars), len(old_rows), len(qrows)) == (3, 5, 5)
-    assert [v.index for v in m.getVars()] == [0, 1]
     assert [[c.index for c in one] for one in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs())] == [[0, 1, 2]] * 3
-    stub.clear()
     m.remove([y, rows[1], qrows[3]])  # gone already
-    assert stub.calls() == []
-    last = m.addVar()
-    m.remove([last, x])
-    assert (last.index, x.index, z.index, m.addVar().index) == (-3, -1, 0, 1)
-    assert hash(x) == -2
+    assert stub.calls() == [] and hash(y) == -2
     # Kind by kind: what comes before the failing kind is done, the rest is as it was.
     stub.fail("TSOdelconstrs", -2002)
     before = state(m)
-    with pytest.raises(tso.TessolvError):
-        m.remove([rows[0], z])
-    assert z.index == -1
+    assert refusal(m.remove, [rows[0], z])[0] is tso.TessolvError
+    assert z.index == -2
     assert state(m)[1][1:4] == before[1][1:4]
     assert state(m)[0][1:] == before[0][1:]
-
-
-def test_removal_of_other_kinds(stub, model):
-    general, sos = model.getGenConstrs(), model.getSOSs()
-    stub.clear()
-    model.remove([general[0], sos[0], general[0]])
-    assert [(c[0], *c[2:]) for c in stub.calls()] == [("TSOdelsos", 1, [0]), ("TSOdelgenconstrs", 1, [0])]
-    assert [one.index for one in (general[0], general[1], sos[0])] == [-1, 0, -1]
-    assert (len(model.getSOSs()), model.getGenConstrs()) == (0, [general[1]])
 
 
 def test_handles_that_stand_for_nothing_here(stub, built):

@@ -7,8 +7,8 @@ import numpy as np
 import pytest
 import scipy.sparse as sp
 import tessolvpy as tso
-from expressions import raises, refusal, state
-from loops import check_growth, refused
+from expressions import raises, refusal
+from loops import check_growth, without_memory
 
 INF = 1e20
 A, B = np.array([[1.0, 2.0], [4.0, 3.0]]), np.array([[0.0, 1.0], [1.0, -1.0]])
@@ -168,43 +168,6 @@ def test_terms_removal_and_text(stub, built):
     assert (A * X + B * Y + 2 * x + 1).getValue() == (1 + 12 + 9) + (4 - 3) + 1 + 1
 
 
-def test_what_expressions_refuse(stub, built):
-    m, X, _, x, y = built
-    e, mx = A * X + x, m.addMVar(2)
-    number_of, no, inplace = "list index out of range", "unsupported operand type(s) for ", "unsupport operation +=: "
-    for act, error, expected in [
-        (lambda: e * e, TypeError, no + "*: `PsdExpr` and `PsdExpr`"),
-        (lambda: x * e, TypeError, no + "*: `Var` and `PsdExpr`"),
-        (lambda: x * X, TypeError, no + "*: `Var` and `PsdVar`"),
-        (lambda: x * x + e, TypeError, no + "+: `QuadExpr` and `PsdExpr`"),
-        (lambda: e - x * x, TypeError, no + "-: `PsdExpr` and `QuadExpr`"),
-        (lambda: mx - e, TypeError, no + "-: `MVar` and `PsdExpr`"),
-        (lambda: A + e, TypeError, no + "+: `ndarray` and `PsdExpr`"),
-        (lambda: A * e, TypeError, no + "*: `ndarray` and `PsdExpr`"), (lambda: e <= x * x, TypeError, None),
-        (lambda: e / x, TypeError, no + "/: `PsdExpr` and `Var`"), (lambda: e / 0, ZeroDivisionError, "float division"),
-        (lambda: tso.quicksum([x * x, e]), TypeError, no + "+: `QuadExpr` and `PsdExpr`"),
-        (lambda: x + X, TypeError, None), (lambda: X + 1, TypeError, None), (lambda: X <= 1, TypeError, None),
-        (lambda: x <= X, TypeError, None), (lambda: x == X, TypeError, None), (lambda: X >= mx, TypeError, None),
-        (lambda: e**2, TypeError, None), (lambda: e < 1, TypeError, None), (lambda: 1 / e, TypeError, None),
-        (lambda: hash(e), TypeError, no + "hash(): `PsdExpr`"),
-        (lambda: e.__iadd__(x * x), TypeError, inplace + "`PsdExpr` and `QuadExpr`"),
-        (lambda: e.__imul__(x), TypeError, inplace + "`PsdExpr` and `Var`"),
-        (lambda: e == [1, 2, 3], ValueError, "`=` expect an array with 2 elements: [ LHS, RHS ]"),
-        (lambda: e == ["a", 1], TypeError, "range constraint requires numeric values"),
-        (lambda: e.add(x), TypeError, "Argument `expr` cannot be <class 'tessolvpy.Var'> type"),
-        (lambda: e.addTerm(A, x), tso.TessolvError, "Expect a PsdVar"),
-        (lambda: e.addTerms([A], [X, X]), ValueError, "1 matrices given for 2 variables"),
-        (lambda: e.addTerms([A, A], [X, x]), tso.TessolvError, "Expect a PsdVar"),
-        (lambda: tso.PsdExpr(X), TypeError, None), (lambda: tso.PsdExpr(A, x), tso.TessolvError, "Expect a PsdVar"),
-        (lambda: e.remove("x"), TypeError, "Argument `item` should be an integer, PsdVar or Var"),
-        (lambda: e.getCoeff(-1), IndexError, number_of), (lambda: e.getPsdVar(1), IndexError, number_of),
-    ]:  # fmt: skip
-        kind, text = refusal(act)
-        assert kind is error and expected in (None, text), text
-        assert numbers(e).tolist() == [1, 3, 3, 3, 0, 0, 0, 0, 1, 0, 0]
-    assert (X.__array_priority__, tso.PsdExpr.__array_priority__) == (1000.0, 1000)
-
-
 def test_rows(stub, built, env):
     m, X, Y, x, y = built
     two = ([0, 0, 0, 1, 1], [0, 1, 1, 1, 1], [0, 0, 1, 0, 1], [1.0, 3.0, 3.0, 1.0, -1.0])
@@ -231,22 +194,6 @@ def test_rows(stub, built, env):
         assert type(made) is tso.PsdConstr and made is m.getPsdConstrs()[-1]
         for kind in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs()):
             assert [c.index for c in kind] == list(range(rows + 1))
-    kinds, before = "should be one of [constant, Var, LinExpr, PsdExpr", state(m)
-    for act, *expected in [
-        (lambda: m.addConstr(e <= 1, name=None), TypeError, "expected bytes, NoneType found"),
-        (lambda: m.addConstr(e == [0, 1j]), TypeError, "must be real number, not complex"),
-        (lambda: m.addRange(e, None, None), TypeError, "must be real number, not NoneType"),
-        (lambda: P(e), ValueError, "sense and rhs can not be None if lhs is not a TempConstr"),
-        (lambda: P(e <= 1, "<"), ValueError, "sense and rhs should be None if lhs is a TempConstr"),
-        (lambda: P(e, "<=", 1), tso.TessolvError, "Invalid sense `<=`"),
-        (lambda: P(e, "<", x * x), TypeError, f"rhs {kinds}] type"),
-        (lambda: P("e", "<", 1), TypeError, f"lhs {kinds}, TempConstr] type"),
-        (lambda: P(x * x <= 1), TypeError, f"expression in TempConstr {kinds}] type"),
-        (lambda: m.remove([x, X]), TypeError, "remove psd variable temporary not support"),
-        (lambda: m.remove(m.getPsdConstrs()), TypeError, "remove psd constraint temporary not support"),
-    ]:
-        assert list(refusal(act)) == expected
-        assert (state(m), stub.names()) == (before, [])
     # Variables of another model reach the solver as what no model has.
     other = tso.Model("other", env)
     other.addConstr(e <= 1)
@@ -303,14 +250,9 @@ def test_loops_hold_on_to_nothing(stub, built):
         m.setAttr("PsdObj", [X, Y], [A, B]), m.getAttr("PsdX", [X, Y]), stub.clear()
 
     check_growth(use, [A, B, sparse, X, Y, x, m, tso.PsdExpr, tso.PsdVar])
-    acts = [lambda: [[1, float("nan")]] * 2 * X, lambda: e.addTerms([A, 5], [X, X]), lambda: m.addConstr(e == [0, "a"])]
-    for act in [*acts, lambda: m.setObjective(1e30 * e), lambda: m.addPsdVar(2, np.eye(3))]:
-        refuse = refused(act, (TypeError, ValueError, tso.TessolvError))
-        check_growth(lambda refuse=refuse: (refuse(), stub.clear()), [A, X, x, e, m, tso.PsdExpr])
 
 
 def test_every_allocation_that_fails(stub, built):
-    _testcapi = pytest.importorskip("_testcapi")
     m, X, Y, x, y = built
     e, lists = A * X + B * Y + x + 1, [[1.0, 2.0], [4.0, 3.0]]
     before = numbers(e).tolist()
@@ -326,14 +268,9 @@ def test_every_allocation_that_fails(stub, built):
         for first in range(400):
             held = [(A * X, e + i, e == [i, i + 1.5]) for i in range(20)]  # so that no list of free objects has any
             stub.clear()
-            rows, variables, error = len(m.getConstrs()), len(m.getPsdVars()), None
-            _testcapi.set_nomemory(first, first + 1)
-            try:
-                act()
-            except (MemoryError, TypeError) as caught:  # NumPy's conversions tell some as a matter of types
-                error = caught
-            finally:
-                _testcapi.remove_mem_hooks()
+            rows, variables = len(m.getConstrs()), len(m.getPsdVars())
+            error = without_memory(act, first, first + 1)
+            assert error in (None, MemoryError, TypeError)  # NumPy's conversions tell some as a matter of types
             made = [len(one) for one in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs())]
             called = stub.names()
             assert made == [rows + called.count("TSOaddrangepsdconstr")] * 3, name

@@ -294,7 +294,55 @@ def models_and_environments(b):
     ]  # fmt: skip
 
 
-TABLES = [expressions, variables, rows, sets_and_indicators, attributes, models_and_environments]
+def semidefinite(b):
+    m, x, X, A = b.m, b.x, b.X, np.array([[1.0, 2.0], [4.0, 3.0]])
+    e, mx, P = b.p, b.a, m.addPsdConstr
+    no, inplace = "unsupported operand type(s) for {}: `{}` and `{}`".format, "unsupport operation +=: `PsdExpr` and "
+    given, kinds = (
+        "sense and rhs {} be None if lhs is {} TempConstr",
+        "should be one of [constant, Var, LinExpr, PsdExpr",
+    )
+    return [
+        *[(act, TypeError, no(*words)) for act, *words in (
+            (lambda: e * e, "*", "PsdExpr", "PsdExpr"), (lambda: x * e, "*", "Var", "PsdExpr"),
+            (lambda: x * X, "*", "Var", "PsdVar"), (lambda: x * x + e, "+", "QuadExpr", "PsdExpr"),
+            (lambda: e - x * x, "-", "PsdExpr", "QuadExpr"), (lambda: mx - e, "-", "MVar", "PsdExpr"),
+            (lambda: A + e, "+", "ndarray", "PsdExpr"), (lambda: A * e, "*", "ndarray", "PsdExpr"),
+            (lambda: e / x, "/", "PsdExpr", "Var"), (lambda: tso.quicksum([x * x, e]), "+", "QuadExpr", "PsdExpr"))],
+        (lambda: hash(e), TypeError, "unsupported operand type(s) for hash(): `PsdExpr`"),
+        (lambda: e / 0, ZeroDivisionError, "float division"),
+        *[(act, TypeError) for act in (
+            lambda: x + X, lambda: X + 1, lambda: X <= 1, lambda: x <= X, lambda: x == X, lambda: X >= mx,
+            lambda: e <= x * x, lambda: e**2, lambda: e < 1, lambda: 1 / e, lambda: tso.PsdExpr(X))],
+        (lambda: e.__iadd__(x * x), TypeError, inplace + "`QuadExpr`"),
+        (lambda: e.__imul__(x), TypeError, inplace + "`Var`"),
+        (lambda: e == [1, 2, 3], ValueError, "`=` expect an array with 2 elements: [ LHS, RHS ]"),
+        (lambda: e == ["a", 1], TypeError, "range constraint requires numeric values"),
+        (lambda: e.add(x), TypeError, "Argument `expr` cannot be <class 'tessolvpy.Var'> type"),
+        *[(act, tso.TessolvError, "Expect a PsdVar") for act in (
+            lambda: e.addTerm(A, x), lambda: e.addTerms([A, A], [X, x]), lambda: tso.PsdExpr(A, x))],
+        (lambda: e.addTerms([A], [X, X]), ValueError, "1 matrices given for 2 variables"),
+        (lambda: e.remove("x"), TypeError, "Argument `item` should be an integer, PsdVar or Var"),
+        (lambda: e.getCoeff(-1), IndexError, OUTSIDE),
+        (lambda: e.getPsdVar(1), IndexError, OUTSIDE),
+        (lambda: m.addConstr(e <= 1, name=None), TypeError, NO_NAME),
+        (lambda: m.addConstr(e == [0, 1j]), TypeError, "must be real number, not complex"),
+        (lambda: m.addRange(e, None, None), TypeError, "must be real number, not NoneType"),
+        (lambda: P(e), ValueError, given.format("can not", "not a")),
+        (lambda: P(e <= 1, "<"), ValueError, given.format("should", "a")),
+        (lambda: P(e, "<=", 1), tso.TessolvError, "Invalid sense `<=`"),
+        (lambda: P(e, "<", x * x), TypeError, f"rhs {kinds}] type"),
+        (lambda: P("e", "<", 1), TypeError, f"lhs {kinds}, TempConstr] type"),
+        (lambda: P(x * x <= 1), TypeError, f"expression in TempConstr {kinds}] type"),
+        (lambda: m.remove(m.getPsdConstrs()), TypeError, "remove psd constraint temporary not support"),
+        (lambda: [[1, NAN]] * 2 * X, ValueError, "the matrix has nan at [0, 1]"),
+        (lambda: m.setObjective(1e30 * e), tso.TessolvError),
+        (lambda: m.addPsdVar(2, np.eye(3)), ValueError,
+         "a matrix of shape (3, 3) does not fit a semi-definite variable of dimension 2"),
+    ]  # fmt: skip
+
+
+TABLES = [expressions, variables, rows, sets_and_indicators, attributes, models_and_environments, semidefinite]
 
 
 @pytest.fixture
@@ -302,6 +350,8 @@ def b(stub, env, model):
     x, y, z = model.getVars()
     made = SimpleNamespace(m=model, env=env, x=x, y=y, z=z, a=tso.MVar.fromlist([x, y]))
     made.e, made.q = 2 * x + y, tso.quicksum([2 * x * y, z * z, y * z, x + 1])
+    made.X = model.getPsdVars()[0]
+    made.p = [[1, 2], [4, 3]] * made.X + x
     made.error, made.view = tso.TessolvError(5, "x"), model.ctypes()
     model.getQConstrs(), model.getPsdConstrs()
     stub.clear()
@@ -311,7 +361,7 @@ def b(stub, env, model):
 @pytest.mark.parametrize("table", TABLES, ids=lambda table: table.__name__)
 def test_refusals(stub, b, table):
     def look():
-        return state(b.m), terms(b.e), terms(b.q), b.error.errno, b.error.message
+        return state(b.m), terms(b.e), terms(b.q), b.p.size(), terms(b.p.getLinExpr()), b.error.errno, b.error.message
 
     before, wrong = look(), []
     for number, (act, error, *text) in enumerate(table(b)):
