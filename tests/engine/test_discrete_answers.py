@@ -1,11 +1,11 @@
-"""Problems with discrete variables: answers, pools, cutoffs, semi-continuous variables."""
+"""Problems with discrete variables: answers found by trying all points, limits, starts, pools."""
 
 import itertools
 
 import capi
 import numpy as np
 import pytest
-from answers import INF, OPTIMAL, SUB_OPTIMAL, data, market_split, primal
+from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, add_quadratic, data, market_split, primal
 
 
 def solution(m, k):
@@ -33,25 +33,104 @@ def test_small_problems_against_enumeration(build, run, rng, maximize):
         assert (primal(m) == np.round(primal(m))).all()
 
 
-def test_pool_holds_the_best_of_what_was_found(build, run, rng):
-    n, k = 40, 5
-    matrix = rng.integers(1, 40, (k, n))
-    m = build(rng.integers(10, 60, n), matrix, np.full(k, -INF), matrix.sum(axis=1) // 3, types="B" * n, maximize=True)
-    assert run(m) == (0, OPTIMAL)
-    count = m.count("SolCount")
-    assert count >= 2
-    found = [solution(m, i) for i in range(count)]
-    values = [worth(m, x) for x in found]
-    assert values == sorted(values, reverse=True)
-    assert values[0] == pytest.approx(m.number("ObjVal"))
-    assert len({tuple(x) for x in found}) == count
-    for x in found:
-        assert (matrix @ x <= data(m)[2] + 1e-6).all()
-    m.dll.TSOreset(m.handle, 1)
-    m.parameter("MIP/SolutionPoolSize", 2)
-    assert run(m) == (0, OPTIMAL)
-    assert m.count("SolCount") <= 2
-    assert worth(m, solution(m, 0)) == pytest.approx(values[0])
+def test_small_ones_of_every_kind_against_all_their_points(build, run, rng):
+    """Integers in a box, with sets, indicators, quadratic rows of every sense and objectives of every curvature."""
+    grid = np.array(list(itertools.product(range(4), repeat=4)), float)
+    for trial in range(40):
+        q, cost = rng.integers(-3, 4, (4, 4)), rng.integers(-6, 7, 4).astype(float)
+        maximize = bool(trial % 2)
+        m = build(cost, ub=[3] * 4, types="IINI", maximize=maximize)
+        add_quadratic(m, *np.nonzero(q), q[np.nonzero(q)])
+        value = grid @ cost + np.einsum("ki,ij,kj->k", grid, q, grid)
+        ok = np.ones(len(grid), bool)
+        if trial % 3 != 1:
+            r, side = rng.integers(-2, 3, (4, 4)), float(rng.integers(0, 9))
+            sense = "<>="[int(rng.integers(3))]
+            m.addqconstr([(0, 1.0)], [(i, j, float(r[i, j])) for i in range(4) for j in range(4)], sense, side)
+            left = grid[:, 0] + np.einsum("ki,ij,kj->k", grid, r, grid)
+            ok &= {"<": left <= side, ">": left >= side, "=": left == side}[sense]
+        if trial % 3 != 2:
+            kind, order = int(rng.integers(1, 3)), rng.permutation(4)
+            m.addsos([kind], [0], order, [1, 2, 3, 4.0])
+            used = grid[:, order] != 0
+            ok &= used.sum(axis=1) <= kind
+            ok &= ~((used.sum(axis=1) == 2) & ~(used[:, :-1] & used[:, 1:]).any(axis=1))
+        if trial % 3 != 0:
+            m.set("VType", [3], "B")
+            active, sense, side = int(rng.integers(2)), "<>="[int(rng.integers(3))], float(rng.integers(0, 5))
+            m.addindicator(3, active, [0, 1], [1.0, 2.0], sense, side)
+            left = grid[:, 0] + 2 * grid[:, 1]
+            holds = {"<": left <= side, ">": left >= side, "=": left == side}[sense]
+            ok &= (grid[:, 3] <= 1) & ((grid[:, 3] != active) | holds)
+        if not ok.any():
+            assert run(m) == (0, INFEASIBLE), trial
+            continue
+        m.parameter("MIP/GapRel", 0.0)
+        assert run(m) == (0, OPTIMAL), trial
+        assert m.number("ObjVal") == pytest.approx(value[ok].max() if maximize else value[ok].min(), rel=1e-6, abs=1e-6)
+
+
+@pytest.fixture(params=["HiGHS", "SCIP"])
+def hard(request, build):
+    """hard(): a problem that is soon solved somehow, and not to the end; a set brings SCIP in."""
+
+    def make():
+        m = market_split(build, 4, 40)
+        if request.param == "SCIP":
+            m.addsos([1], [0], [40, 41])  # which holds in every optimum
+        return m
+
+    return make
+
+
+def test_limits_keep_what_was_found(hard, run):
+    m = hard()
+    for name, value, code in (
+        ("MIP/MaxNodes", 30, capi.ABORT_NODE_LIMIT),
+        ("MIP/MaxNodes", 0, capi.ABORT_NODE_LIMIT),
+        ("MIP/MaxSols", 1, capi.ABORT_SOLUTION_LIMIT),
+        ("MIP/MaxStallingNodes", 50, capi.ABORT_STALLING_NODE_LIMIT),
+        ("MaxTime", 0.0, capi.ABORT_TIME_LIMIT),
+        ("MaxTime", 0.5, capi.ABORT_TIME_LIMIT),
+    ):
+        m.dll.TSOreset(m.handle, 1)
+        m.parameter(name, value)
+        assert run(m) == (code, SUB_OPTIMAL if m.count("HasSolution") else 0), name
+        assert m.count("HasSolution") == 1 or value == 0
+        if m.count("HasSolution"):
+            matrix, low, _, _, _ = data(m)
+            assert abs(matrix @ primal(m) - low).max() < 1e-5
+            assert m.number("DualObjVal") <= m.number("ObjVal")
+            assert m.number("MIP/GapAbs") == pytest.approx(m.number("ObjVal") - m.number("DualObjVal"))
+        m.parameter(name, capi.MAXINT if isinstance(value, int) else 1e20)
+
+
+def test_a_start_of_all_or_of_the_discrete_part(hard, run):
+    m = hard()
+    m.parameter("MaxTime", 0.5)
+    run(m)
+    best, x = m.number("ObjVal"), primal(m)
+    for part in (x, np.where(np.arange(len(x)) < 40, x, capi.UNDEFINED)):
+        again = hard()
+        again.set("Start", None, part.tolist())
+        again.parameter("MIP/MaxNodes", 1)
+        run(again)
+        assert again.number("ObjVal") <= best + 1e-6
+
+
+def test_pool_holds_the_best_of_what_was_found(hard, run):
+    m = hard()
+    m.parameter("MIP/MaxNodes", 2000)
+    for room in (9, 2):
+        m.dll.TSOreset(m.handle, 1)
+        m.parameter("MIP/SolutionPoolSize", room)
+        run(m)
+        count, (matrix, low, _, _, _) = m.count("SolCount"), data(m)
+        found = [solution(m, i) for i in range(count)]
+        values = [worth(m, x) for x in found]
+        assert 2 <= count <= room and len({tuple(x) for x in found}) == count
+        assert values == sorted(values) and values[0] == pytest.approx(m.number("ObjVal"))
+        assert all(abs(matrix @ x - low).max() < 1e-5 for x in found)
 
 
 def test_gap_limits_end_a_run_as_solved(build, run, rng):
@@ -82,23 +161,3 @@ def test_what_no_engine_can_do_is_refused(build, logged):
     for m, words in ((not_binary, "not binary any more"), (mixed, "Make the integers continuous")):
         code, log = logged(m)
         assert code == capi.ABORT_SOLVER_NOT_AVAILABLE and words in log
-
-
-def test_limits_keep_what_was_found(build, run):
-    m = market_split(build, 4, 40)
-    for name, value, code in (
-        ("MIP/MaxNodes", 30, capi.ABORT_NODE_LIMIT),
-        ("MIP/MaxSols", 1, capi.ABORT_SOLUTION_LIMIT),
-        ("MIP/MaxStallingNodes", 50, capi.ABORT_STALLING_NODE_LIMIT),
-        ("MaxTime", 0.5, capi.ABORT_TIME_LIMIT),
-        ("MaxTime", 0.0, capi.ABORT_TIME_LIMIT),
-    ):
-        m.dll.TSOreset(m.handle, 1)
-        m.parameter(name, value)
-        assert run(m) == (code, SUB_OPTIMAL if value else 0)
-        assert m.count("HasSolution") == (value != 0)
-        if value:
-            matrix, low, high, _, _ = data(m)
-            assert abs(matrix @ primal(m) - low).max() < 1e-5
-            assert m.number("DualObjVal") <= m.number("ObjVal")
-        m.parameter(name, capi.MAXINT if isinstance(value, int) else 1e20)

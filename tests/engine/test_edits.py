@@ -45,29 +45,20 @@ def edit(m, rng):
     """One random edit of any kind."""
     n, k = m.count("NumVars"), m.count("NumConstrs")
     j, i = int(rng.integers(n)), int(rng.integers(k))
-    kind = rng.integers(10)
-    if kind == 0:
-        m.set("UB", [j], [float(rng.integers(1, 5))])
-    elif kind == 1:
-        m.set("LB", [j], [float(rng.integers(-2, 1))])
-    elif kind == 2:
-        m.set("Obj", [j], [float(rng.integers(-9, 4))])
-    elif kind == 3:
-        m.set("RHS", [i], [float(rng.integers(10, 60))])
-    elif kind == 4:
-        m.change([i], [j], [float(rng.integers(0, 6))])
-    elif kind == 5:
-        picked = rng.choice(n, 4, replace=False)
-        m.addrow(picked, rng.integers(1, 6, 4), upper=float(rng.integers(8, 30)))
-    elif kind == 6:
-        picked = rng.choice(k, 3, replace=False)
-        m.addvar(obj=-float(rng.integers(1, 9)), ub=3.0, rows=picked, values=rng.integers(1, 6, 3).astype(float))
-    elif kind == 7 and n > 8:
-        m.delete("vars", rng.choice(n, 2, replace=False))
-    elif kind == 8 and k > 5:
-        m.delete("constrs", [i])
-    elif kind == 9:
-        m.set("VType", [j], str(rng.choice(list("CIB"))))
+    cols, rows = rng.choice(n, 4, replace=False), rng.choice(k, 3, replace=False)
+    edits = [
+        lambda: m.set("UB", [j], [float(rng.integers(1, 5))]),
+        lambda: m.set("LB", [j], [float(rng.integers(-2, 1))]),
+        lambda: m.set("Obj", [j], [float(rng.integers(-9, 4))]),
+        lambda: m.set("RHS", [i], [float(rng.integers(10, 60))]),
+        lambda: m.set("VType", [j], str(rng.choice(list("CIB")))),
+        lambda: m.change([i], [j], [float(rng.integers(0, 6))]),
+        lambda: m.addrow(cols, rng.integers(1, 6, 4), upper=float(rng.integers(8, 30))),
+        lambda: m.addvar(obj=-float(rng.integers(1, 9)), ub=3.0, rows=rows, values=rng.integers(1, 6, 3)),
+        lambda: m.delete("vars", cols[: 2 * (n > 8)]),
+        lambda: m.delete("constrs", [i] * (k > 5)),
+    ]
+    edits[rng.integers(len(edits))]()
 
 
 @pytest.mark.parametrize("types", ["C", "I", "quadratic"])
@@ -110,19 +101,10 @@ def test_starts_of_the_user_are_used(build, run, rng):
     assert run(m) == (0, OPTIMAL)
     best, value = primal(m), m.number("ObjVal")
     for given in (30, 20):  # complete; the integers only
-        other = build(
-            m.get("Obj", length=30), [dict_row(row, 30) for row in m.rows()], [-INF] * 6, m.get("RHS", length=6),
-            ub=np.full(30, 3.0), types="I" * 20 + "C" * 10,
-        )  # fmt: skip
+        other = m.copy()
+        other.call("TSOreset", 1)
         other.set("Start", range(given), best[:given].tolist())
         for name, low in (("MIP/MaxNodes", 0), ("MIP/LevelHeurs", 0), ("Presolve", 0)):
             other.parameter(name, low)
         assert run(other)[0] == capi.ABORT_NODE_LIMIT
         assert other.number("ObjVal") == pytest.approx(value, abs=1e-6)
-
-
-def dict_row(row, n):
-    dense = np.zeros(n)
-    for j, v in row:
-        dense[j] = v
-    return dense

@@ -110,26 +110,6 @@ def test_prices_prove_the_optimum_of_random_problems(library, run, rng):
         assert (m.number("ObjVal") - before) / 1e-3 == pytest.approx(pi[i], rel=0.05, abs=1e-3)
 
 
-def test_control_problem(library, run):
-    """The H-infinity norm of 1 / (s^2 + 0.4 s + 1) by the bounded real lemma: 1 / (2 z sqrt(1 - z^2)) with z = 0.2."""
-    a, b, c = np.array([[0, 1], [-1, -0.4]]), np.array([[0.0], [1]]), np.array([[1.0, 0]])
-    m = library.model()
-    m.addvars(4, obj=[1, 0, 0, 0], lb=[0, FREE, FREE, FREE])  # the square of the norm, and the matrix P
-    m.addpsdvar(3)
-    parts = []
-    for p in ([[1, 0], [0, 0]], [[0, 1], [1, 0]], [[0, 0], [0, 1]]):
-        p = np.array(p, float)
-        parts.append(np.block([[a.T @ p + p @ a, p @ b], [b.T @ p, np.zeros((1, 1))]]))
-    parts.insert(0, np.diag([0, 0, -1.0]))
-    constant = np.block([[c.T @ c, np.zeros((2, 1))], [np.zeros((1, 3))]])
-    for i in range(3):
-        for j in range(i + 1):  # S = -(sum of parts + constant)
-            linear = [(k, part[i, j]) for k, part in enumerate(parts) if part[i, j]]
-            m.addpsdrow([(0, i, j, 1.0 if i == j else 0.5)], -constant[i, j], -constant[i, j], linear)
-    assert run(m) == (0, OPTIMAL)
-    assert np.sqrt(m.number("ObjVal")) == pytest.approx(1 / (0.4 * np.sqrt(1 - 0.04)), rel=1e-6)
-
-
 def test_a_quadratic_row_and_objective_beside_a_matrix(library, run):
     # min X11 + x^2, X12 = 1, X22 + y <= 2, x + y = 1, x^2 <= 4: X11 = 1 / X22, X22 = 1 + x.
     m = library.model()

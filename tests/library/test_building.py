@@ -44,6 +44,10 @@ def test_elements_read_back_and_variables_go_out_of_them(whole, fails):
     assert (whole.count("NumQConstrs"), whole.count("NumPsdConstrs"), whole.rows()) == (1, 1, [[(0, 2)], []])
     whole.delete("constrs", [1])
     assert (whole.count("NumPsdConstrs"), whole.count("NumPsdVars")) == (0, 2)
+    whole.addvar(vtype="B")
+    whole.addindicator(1, 1, [0], [1.0], ">", 2)
+    whole.delete("vars", [0])
+    assert whole.indicator(0) == (0, 1, [], ">", 2)
 
 
 def test_copies_are_independent(whole):
