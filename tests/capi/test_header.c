@@ -1,21 +1,8 @@
-/* tessolv.h as a C program sees it: plain C99, every function there under its name, and a small model from end to end.
- */
+/* tessolv.h as a C program sees it: plain C99, and a small model from end to end. */
 #include "tessolv.h"
-#include "tessolv_functions.h"
 
 #include <stdio.h>
 #include <string.h>
-
-typedef void (*function)(void);
-
-static const struct {
-    const char* name;
-    function address;
-} functions[] = {
-#define ROW(f) {#f, (function)f},
-    TSO_FUNCTIONS(ROW)
-#undef ROW
-};
 
 #define CHECK(call)                                                                                                    \
     do {                                                                                                               \
@@ -37,13 +24,6 @@ int main(void) {
     const double ones[] = {1, 1};
     double x[2] = {-1, -1}, objective = -1;
     const char* names[2] = {NULL, NULL};
-    size_t k;
-
-    if (sizeof functions / sizeof *functions != TSO_FUNCTION_COUNT)
-        return 2;
-    for (k = 0; k < TSO_FUNCTION_COUNT; ++k)
-        if (!functions[k].address || strncmp(functions[k].name, "TSO", 3) != 0)
-            return 3;
 
     CHECK(TSOemptyenv(&env));
     CHECK(TSOsetintparam(env, "OutputFlag", 0));

@@ -98,60 +98,52 @@ def test_ranges(files, kind, rhs, span, expected):
     assert (*model.get("LHS", [0]), *model.get("RHS", [0])) == expected
 
 
-def with_bounds(files, lines, integer=False):
-    column = " x obj 1\n"
-    if integer:
-        column = f" M 'MARKER' 'INTORG'\n{column} N 'MARKER' 'INTEND'\n"
+def with_bounds(files, column, lines):
     bounds = "".join(f" {line}\n" for line in lines)
     model = files.text(f"ROWS\n N obj\nCOLUMNS\n{column}BOUNDS\n{bounds}ENDATA\n", ".mps")
     return model.get("VType", [0], "char"), model.get("LB", [0])[0], model.get("UB", [0])[0]
 
 
+PLAIN_X = " x obj 1\n"
+INTEGER_X = f" M 'MARKER' 'INTORG'\n{PLAIN_X} N 'MARKER' 'INTEND'\n"
+
+
 @pytest.mark.parametrize(
-    ("each_lines", "expected"),
+    ("column", "each_lines", "expected"),
     [
-        ([[], ["UP B x 4", "PL B x"], ["up B x 1e30"], ["UP B x Inf"]], ("C", 0, INF)),
-        ([["UP B x 4"], ["UP x 4"]], ("C", 0, 4)),
-        ([["LO B x -4"]], ("C", -4, INF)),
-        ([["FX B x 4"]], ("C", 4, 4)),
-        ([["FR B x"], ["FR x"], ["FR B x 0"], ["MI B x"], ["LO B x -1e31"]], ("C", -INF, INF)),
-        ([["MI B x", "UP B x -2"]], ("C", -INF, -2)),
-        ([["LO B x 0", "UP B x -2"]], ("C", 0, -2)),
-        ([["UP B x 0"]], ("C", 0, 0)),
-        ([["BV B x"]], ("B", 0, 1)),
-        ([["BV B x", "FX B x 1"]], ("B", 1, 1)),
-        ([["LI B x 2"]], ("I", 2, INF)),
-        ([["UI B x 2"]], ("I", 0, 2)),
-        ([["SC B x 5"]], ("S", 0, 5)),
-        ([["LO B x 2", "SC B x 5"]], ("S", 2, 5)),
-        ([["SC B x 0"], ["SC B x"]], ("S", 0, INF)),
-        ([["SI B x 5", "LO B x 2"]], ("N", 2, 5)),
+        (PLAIN_X, [[], ["UP B x 4", "PL B x"], ["up B x 1e30"], ["UP B x Inf"]], ("C", 0, INF)),
+        (PLAIN_X, [["UP B x 4"], ["UP x 4"]], ("C", 0, 4)),
+        (PLAIN_X, [["LO B x -4"]], ("C", -4, INF)),
+        (PLAIN_X, [["FX B x 4"]], ("C", 4, 4)),
+        (PLAIN_X, [["FR B x"], ["FR x"], ["FR B x 0"], ["MI B x"], ["LO B x -1e31"]], ("C", -INF, INF)),
+        (PLAIN_X, [["MI B x", "UP B x -2"]], ("C", -INF, -2)),
+        (PLAIN_X, [["LO B x 0", "UP B x -2"]], ("C", 0, -2)),
+        (PLAIN_X, [["UP B x 0"]], ("C", 0, 0)),
+        (PLAIN_X, [["BV B x"]], ("B", 0, 1)),
+        (PLAIN_X, [["BV B x", "FX B x 1"]], ("B", 1, 1)),
+        (PLAIN_X, [["LI B x 2"]], ("I", 2, INF)),
+        (PLAIN_X, [["UI B x 2"]], ("I", 0, 2)),
+        (PLAIN_X, [["SC B x 5"]], ("S", 0, 5)),
+        (PLAIN_X, [["LO B x 2", "SC B x 5"]], ("S", 2, 5)),
+        (PLAIN_X, [["SC B x 0"], ["SC B x"]], ("S", 0, INF)),
+        (PLAIN_X, [["SI B x 5", "LO B x 2"]], ("N", 2, 5)),
+        (INTEGER_X, [[]], ("I", 0, 1)),
+        (INTEGER_X, [["PL B x"]], ("I", 0, INF)),
+        (INTEGER_X, [["LO B x 2"]], ("I", 2, INF)),
+        (INTEGER_X, [["UP B x 7"]], ("I", 0, 7)),
+        (INTEGER_X, [["FR B x"]], ("I", -INF, INF)),
+        (INTEGER_X, [["SC B x 7"]], ("N", 0, 7)),
+        (INTEGER_X, [["BV B x"]], ("B", 0, 1)),
     ],
 )  # fmt: skip
-def test_bounds(files, each_lines, expected):
+def test_bounds(files, column, each_lines, expected):
     for lines in each_lines:
-        assert with_bounds(files, lines) == expected, lines
+        assert with_bounds(files, column, lines) == expected, lines
     assert "Warning" not in files.log()
 
 
-@pytest.mark.parametrize(
-    ("lines", "expected"),
-    [
-        ([], ("I", 0, 1)),
-        (["PL B x"], ("I", 0, INF)),
-        (["LO B x 2"], ("I", 2, INF)),
-        (["UP B x 7"], ("I", 0, 7)),
-        (["FR B x"], ("I", -INF, INF)),
-        (["SC B x 7"], ("N", 0, 7)),
-        (["BV B x"], ("B", 0, 1)),
-    ],
-)
-def test_bounds_of_integers_between_markers(files, lines, expected):
-    assert with_bounds(files, lines, integer=True) == expected
-
-
 def test_a_negative_upper_bound_alone_means_no_lower_one(files):
-    assert with_bounds(files, ["UP B x -2"]) == ("C", -INF, -2)
+    assert with_bounds(files, PLAIN_X, ["UP B x -2"]) == ("C", -INF, -2)
     assert "text.mps:6: the upper bound -2 of 'x' is negative" in files.log()
 
 

@@ -13,11 +13,6 @@ KINDS = {name: [kind for kind, _ in PROTOTYPES[name][1]] for name in NAMES}
 WITH_HANDLE = [name for name in NAMES if KINDS[name][0] in HANDLES]
 
 
-def test_the_declarations_are_the_list():
-    assert len(NAMES) == 82 and sorted(PROTOTYPES) == sorted(NAMES)
-    assert set(NAMES) - set(WITH_HANDLE) == {"TSOemptyenv", "TSOloadenv", "TSOversion", "TSOexplainerror"}
-
-
 @pytest.fixture(scope="module")
 def handles():
     """Living and freed handles of each kind, and others that were never made."""
