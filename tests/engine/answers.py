@@ -2,6 +2,7 @@
 
 import capi
 import numpy as np
+import pytest
 
 OPTIMAL, INFEASIBLE, UNBOUNDED, SUB_OPTIMAL = 1, 2, 3, 5
 LOWER, BASIC, UPPER, SUPER = range(4)
@@ -74,6 +75,32 @@ def data(m):
         for j, v in row:
             matrix[i, j] = v
     return matrix, *(np.array(m.get(a, length=c)) for a, c in (("LHS", k), ("RHS", k), ("LB", n), ("UB", n)))
+
+
+def certified(m, rows=(), objective=(), tolerance=1e-6):
+    """Optimal by stationarity, signs and complementarity; `rows` are the quadratic parts by row, of plain arrays."""
+    x, y, d = primal(m), duals(m), reduced(m)
+    matrix, low, high, lb, ub = data(m)
+    cost = np.array(m.get("Obj", length=len(x)))
+    gradient = cost + (np.zeros(len(x)) if len(objective) == 0 else (objective + objective.T) @ x)
+    activity = matrix @ x
+    for i, q in dict(rows).items():
+        activity[i] += x @ q @ x
+        matrix[i] += (q + q.T) @ x
+    assert activity == pytest.approx(m.get("Activity", length=len(y)), abs=1e-6)
+    assert d == pytest.approx(gradient - matrix.T @ y, abs=tolerance)
+    worth = 0.0
+    for price, value, below, above in [*zip(y, activity, low, high), *zip(d, x, lb, ub)]:
+        size = 1e-6 * max(1, abs(value))
+        assert below - size <= value <= above + size
+        price *= m.count("ModelSense")
+        side = below if price > 0 else above
+        if abs(side) < INF:
+            worth += abs(price * (value - side))
+        else:
+            assert abs(price) < tolerance
+    assert worth <= tolerance * max(1, abs(m.number("ObjVal")))
+    assert m.number("DualObjVal") == pytest.approx(m.number("ObjVal"), rel=10 * tolerance, abs=10 * tolerance)
 
 
 def market_split(build, rows, columns, seed=1):

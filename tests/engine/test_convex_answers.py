@@ -3,33 +3,7 @@
 import capi
 import numpy as np
 import pytest
-from answers import INF, OPTIMAL, data, duals, large_qp, primal, reduced
-
-
-def certified(m, rows=(), objective=()):
-    """Optimal by stationarity, signs and complementarity; `rows` are the quadratic parts by row, of plain arrays."""
-    x, y, d = primal(m), duals(m), reduced(m)
-    matrix, low, high, lb, ub = data(m)
-    cost = np.array(m.get("Obj", length=len(x)))
-    gradient = cost + (np.zeros(len(x)) if len(objective) == 0 else (objective + objective.T) @ x)
-    activity = matrix @ x
-    for i, q in dict(rows).items():
-        activity[i] += x @ q @ x
-        matrix[i] += (q + q.T) @ x
-    assert activity == pytest.approx(m.get("Activity", length=len(y)), abs=1e-6)
-    assert d == pytest.approx(gradient - matrix.T @ y, abs=1e-6)
-    worth = 0.0
-    for price, value, below, above in [*zip(y, activity, low, high), *zip(d, x, lb, ub)]:
-        size = 1e-6 * max(1, abs(value))
-        assert below - size <= value <= above + size
-        price *= m.count("ModelSense")
-        side = below if price > 0 else above
-        if abs(side) < INF:
-            worth += abs(price * (value - side))
-        else:
-            assert abs(price) < 1e-6
-    assert worth <= 1e-6 * max(1, abs(m.number("ObjVal")))
-    assert m.number("DualObjVal") == pytest.approx(m.number("ObjVal"), rel=1e-5, abs=1e-5)
+from answers import INF, OPTIMAL, certified, duals, large_qp, primal
 
 
 def test_a_portfolio_with_a_bound_on_its_variance(build, run, rng):

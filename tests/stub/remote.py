@@ -54,9 +54,6 @@ class Stub:
             else:
                 self.lib.stub_set_text(name.encode(), value if isinstance(value, bytes) else value.encode())
 
-    def forget(self, name):
-        self.lib.stub_set_unknown(name.encode())
-
     def call_back(self, times, where=4, on_thread=False):
         """The next runs call back that often before they end."""
         self.lib.stub_set_callbacks(times, where, int(on_thread))

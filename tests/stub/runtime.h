@@ -36,8 +36,7 @@ struct State {
     std::map<std::string, int> ints;          // answers set by the test, by attribute
     std::map<std::string, double> doubles;
     std::map<std::string, std::string> texts;
-    std::map<std::string, int> unknown; // attributes that this "library" does not know
-    std::set<std::string> kept;         // texts that were given back, which stay where they are
+    std::set<std::string> kept; // texts that were given back, which stay where they are
     int next = 0;
     int environments = 0, models = 0;
     int callbacks = 0, where = 4; // how often TSOoptimize calls back, and with what
@@ -178,38 +177,32 @@ inline const char* answer_TSOexplainerror(int code) { return keep("text of code 
 
 // ---- Parameters: four different numbers, so that nobody can mix up current value, range and default ----
 
-template <class T> int four(T* current, T* least, T* greatest, T* fallback) {
-    if (current)
-        *current = 11;
-    if (least)
-        *least = 12;
-    if (greatest)
-        *greatest = 13;
-    if (fallback)
-        *fallback = 14;
+template <class T> int four(T* current, T* least = nullptr, T* greatest = nullptr, T* fallback = nullptr) {
+    int next = 11;
+    for (T* value : {current, least, greatest, fallback}) {
+        if (value)
+            *value = next;
+        ++next;
+    }
     return 0;
 }
-inline int answer_TSOgetintparam(TSOenv, const char*, int* value) {
-    return four<int>(value, nullptr, nullptr, nullptr);
+inline int text(char* value, const char* text) {
+    if (value)
+        std::strcpy(value, text);
+    return 0;
 }
+inline int answer_TSOgetintparam(TSOenv, const char*, int* value) { return four(value); }
 inline int answer_TSOgetdblparam(TSOenv, const char*, double* value) {
     *value = 11.5;
     return 0;
 }
-inline int answer_TSOgetstrparam(TSOenv, const char*, char* value) {
-    std::strcpy(value, "current text");
-    return 0;
-}
+inline int answer_TSOgetstrparam(TSOenv, const char*, char* value) { return text(value, "current text"); }
 inline int answer_TSOgetintparaminfo(TSOenv, const char*, int* c, int* l, int* g, int* f) { return four(c, l, g, f); }
 inline int answer_TSOgetdblparaminfo(TSOenv, const char*, double* c, double* l, double* g, double* f) {
     return four(c, l, g, f);
 }
 inline int answer_TSOgetstrparaminfo(TSOenv, const char*, char* current, char* fallback) {
-    if (current)
-        std::strcpy(current, "current text");
-    if (fallback)
-        std::strcpy(fallback, "default text");
-    return 0;
+    return text(current, "current text") + text(fallback, "default text");
 }
 
 // ---- Attributes: types and owners from the library's own table, values that tell the index they belong to ----
@@ -217,8 +210,6 @@ inline int answer_TSOgetstrparaminfo(TSOenv, const char*, char* current, char* f
 inline int answer_TSOgetattrinfo(TSOmodel model, const char* name, int* type, int* owner, int* writable) {
     if (!model)
         return TSO_INVALID_ARGUMENT;
-    if (state().unknown.count(name))
-        return TSO_MODEL_INVALID_ATTR_NAME;
     for (const tso::AttrRow& row : tso::kAttrs) {
         if (row.name != name)
             continue;
@@ -273,24 +264,18 @@ inline int answer_TSOgetstrattrlist(TSOmodel, const char* name, int len, const i
     return 0;
 }
 // Each matrix is [[1, 2], [2, 3]].
+template <class T> void fill(T* values, int count, T (*value)(int)) {
+    for (int i = 0; values && i < count; ++i)
+        values[i] = value(i);
+}
 inline int answer_TSOgetmatattrlist(TSOmodel, const char*, int len, const int*, int* sizes, int* starts, int* rows,
                                     int* cols, double* values, int* counts) {
-    for (int i = 0; i < len; ++i) {
-        if (sizes)
-            sizes[i] = 2;
-        if (counts)
-            counts[i] = 3;
-        for (int k = 0; k < 3; ++k) {
-            if (rows)
-                rows[3 * i + k] = k > 0;
-            if (cols)
-                cols[3 * i + k] = k > 1;
-            if (values)
-                values[3 * i + k] = k + 1;
-        }
-    }
-    for (int i = 0; starts && i <= len; ++i)
-        starts[i] = 3 * i;
+    fill<int>(sizes, len, [](int) { return 2; });
+    fill<int>(counts, len, [](int) { return 3; });
+    fill<int>(starts, len + 1, [](int i) { return 3 * i; });
+    fill<int>(rows, 3 * len, [](int k) { return static_cast<int>(k % 3 > 0); });
+    fill<int>(cols, 3 * len, [](int k) { return static_cast<int>(k % 3 > 1); });
+    fill<double>(values, 3 * len, [](int k) { return k % 3 + 1.0; });
     return 0;
 }
 
@@ -373,7 +358,7 @@ STUB_API void stub_clear() {
 STUB_API void stub_reset() {
     stub::State& s = stub::state();
     std::lock_guard guard(s.lock);
-    s.log.clear(), s.failures.clear(), s.ints.clear(), s.doubles.clear(), s.texts.clear(), s.unknown.clear();
+    s.log.clear(), s.failures.clear(), s.ints.clear(), s.doubles.clear(), s.texts.clear();
     s.callbacks = 0, s.where = 4, s.on_thread = false;
 }
 STUB_API void stub_fail(const char* function, int nth, int code) {
@@ -384,7 +369,6 @@ STUB_API void stub_unfail() { stub::state().failures.clear(); }
 STUB_API void stub_set_int(const char* name, int value) { stub::state().ints[name] = value; }
 STUB_API void stub_set_double(const char* name, double value) { stub::state().doubles[name] = value; }
 STUB_API void stub_set_text(const char* name, const char* value) { stub::state().texts[name] = value; }
-STUB_API void stub_set_unknown(const char* name) { stub::state().unknown[name] = 1; }
 STUB_API void stub_set_callbacks(int times, int where, int on_thread) {
     stub::state().callbacks = times, stub::state().where = where, stub::state().on_thread = on_thread;
 }
