@@ -1,5 +1,6 @@
 """Problems with discrete variables: answers found by trying all points, limits, starts, pools."""
 
+import ctypes
 import itertools
 
 import capi
@@ -131,6 +132,16 @@ def test_pool_holds_the_best_of_what_was_found(hard, run):
         assert 2 <= count <= room and len({tuple(x) for x in found}) == count
         assert values == sorted(values) and values[0] == pytest.approx(m.number("ObjVal"))
         assert all(abs(matrix @ x - low).max() < 1e-5 for x in found)
+        # What an edit forbids goes out, all but the best.
+        j, removed = np.flatnonzero(found[1][:40] > 0.5)[0], ctypes.c_int()
+        if room == 9:
+            m.addrow([j], [1.0], upper=0.0)
+        else:
+            m.set("UB", [j], [0.0])
+        m.call("TSOcleanupmilp", ctypes.byref(removed))
+        gone = sum(x[j] > 0.5 for x in found[1:])
+        assert (removed.value, m.count("SolCount")) == (gone, count - gone)
+        m.delete("constrs", range(len(low), m.count("NumConstrs")))
 
 
 def test_gap_limits_end_a_run_as_solved(build, run, rng):

@@ -67,7 +67,7 @@ def test_edited_models_are_solved_as_fresh_ones(build, library, run, rng, types)
     if types == "quadratic":
         add_quadratic(m, range(14), range(14), np.full(14, 0.5))
     for round_ in range(25):
-        for _ in range(int(rng.integers(1, 6))):
+        for _ in range(int(rng.integers(1, 16))):
             edit(m, rng)
         if types == "quadratic":
             m.set("VType", None, "C" * m.count("NumVars"))
@@ -81,6 +81,18 @@ def test_edited_models_are_solved_as_fresh_ones(build, library, run, rng, types)
         assert fresh.handle
         assert run(fresh) == run(m) == (0, OPTIMAL)
         assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), rel=1e-6, abs=1e-6), round_
+
+
+def test_a_changed_entry_moves_with_its_row_and_column(build, run, rng):
+    m = knapsack_rows(build, rng, 14, 9)
+    assert run(m) == (0, OPTIMAL)
+    for kind, gone in (("vars", [0, 2]), ("constrs", [1])):
+        rows, cols = np.divmod(np.arange(4 * 5), 5)
+        m.change(rows + 4, cols + 5, rng.uniform(0, 9, len(rows)))
+        m.delete(kind, gone)
+        fresh = m.copy()
+        assert run(fresh) == run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), abs=1e-6), kind
 
 
 def test_incumbent_is_the_next_start(build, run, rng):
