@@ -57,7 +57,7 @@ void call_with_model(TSOcbdata cbdata, int where, Model& model) {
     assign(model.usersol_, Ref::none());
     if (model.terminate_ != 0) {
         // Kept: there is no code of this name, so the look-up fails, and that failure is what ends the run
-        // (test_callback.py: test_terminate_*).
+        // (test_solving.py: test_terminate_ends_the_run).
         Ref codes = Ref::steal(PyObject_GetAttrString(state().tso, "Error"));
         Ref::steal(PyObject_GetAttrString(codes.get(), "ABORT_CTRL_C"));
     }

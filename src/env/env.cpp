@@ -60,7 +60,7 @@ void env_init(Env& self, PyObject* args, PyObject* kwargs) {
 }
 
 // Kept: an environment that was made empty is not started by this, and one that was loaded is started again
-// (test_env.py: test_start_*).
+// (test_lifetimes.py: test_environments).
 Ref env_start(Env& self) {
     if (self.empty == 0)
         check(TSOstartenv(self.envptr));

@@ -84,7 +84,7 @@ Ref l_mul_l(const LinExpr& l, const LinExpr& m) {
     Ref result = owned(r);
     r->linear().constant += m.constant * l.constant; // a sum is never -0.0
     // Kept: the linear terms of the product have the bare constant as coefficient, without that of the term it meets
-    // (test_expr_arithmetic.py: test_orders_and_products).
+    // (test_expression_programs.py).
     if (l.constant != 0.0)
         for (int i = 0; i < m.size(); ++i)
             add_term(r->linear(), l.constant, m.vars.data()[i]);
@@ -145,7 +145,7 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
     put(ka, a, mult_a);
     put(kb, b, mult);
     Ref result = s.finish();
-    // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_expr_arithmetic.py).
+    // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_refusals.py).
     if (ka == Operands::QuadExpr && !is_quadexpr(result.get()))
         raise(PyExc_TypeError, "Cannot convert %.200s to %.200s", state().linexpr->tp_name, state().quadexpr->tp_name);
     return result;
@@ -241,7 +241,7 @@ Ref subtract(Borrowed a, Borrowed b) {
             Ref minus = Ref::steal(PyNumber_Negative(b));
             result = forward_add(a, minus.get());
         });
-        // Kept: whatever went wrong is told as a matter of types (test_expr_arithmetic.py).
+        // Kept: whatever went wrong is told as a matter of types (test_refusals.py).
         if (!worked)
             unsupported("-", a, b);
         return result;

@@ -245,7 +245,7 @@ void fill_linexpr(LinExpr& self, Borrowed from) {
         while (PyObject* next = PyIter_Next(iterator.get())) {
             Ref element = Ref::steal(next);
             bool is_sequence = PyTuple_Check(next) || PyList_Check(next);
-            // Kept: two items are refused in spite of the words, and a third is ignored (test_expr_methods.py).
+            // Kept: two items are refused in spite of the words, and a third is ignored (test_refusals.py).
             if (!is_sequence || PySequence_Fast_GET_SIZE(next) < 3)
                 raise_tessolv_error("Each element should be a tuple or list with length 2");
             Ref coeff = Ref::borrow(PySequence_Fast_GET_ITEM(next, 0));

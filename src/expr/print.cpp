@@ -96,7 +96,7 @@ std::string linear_part(Borrowed linexpr) {
     constexpr std::size_t kFrame = 10; // "<LinExpr: "
     t = t.size() > kFrame ? t.substr(kFrame, t.size() - kFrame - 1) : "";
     // Kept: the text has lost the blank before its sign, so a linear part that begins with a negative term reads
-    // "+ - x" (test_expr_methods.py: test_text).
+    // "+ - x" (test_expressions.py: test_texts).
     return t.empty() ? t : (t.starts_with(" - ") ? " - " : " + ") + t;
 }
 

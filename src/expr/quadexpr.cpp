@@ -119,7 +119,7 @@ Ref quadexpr_addTerms(QuadExpr& self, const Call& call) {
         return Ref::none();
     }
     if (is_term_array(coeffs)) {
-        // Kept: as it stands, without a test of lengths, types or order, and for lists alone (test_expr_methods.py).
+        // Kept: as it stands, without a test of lengths, types or order, and for lists alone (test_expressions.py).
         append_to(self.coeffs, coeffs);
         append_to(self.vars1, vars);
         append_to(self.vars2, vars2);

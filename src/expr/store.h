@@ -6,7 +6,7 @@
 // What a program can see: a copy of an expression is a view of the same *vector*. Views are prefixes; an append at the
 // end of the vector leaves shorter views alone, any other change first duplicates the vector, and it duplicates the
 // whole of it, also what lies behind the view. So after `b = copy(a); a.append(p)` an append to `b` lands behind `p`,
-// and `b` reads `p` as its new item. That is kept (test_expr_methods.py: test_what_copies_share).
+// and `b` reads `p` as its new item. That is kept (test_expression_programs.py).
 //
 // What nobody can see: vectors may lie in the same *buffer*, as prefixes too. The sum a + b writes the terms of b
 // behind those of a when these end a's buffer, so that sum(...) over n terms is linear; a vector that no longer ends

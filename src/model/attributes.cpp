@@ -120,7 +120,7 @@ void model_setattro(Model& self, PyObject* name, PyObject* value) {
         return;
     }
     if (begins_with(name, 2)) {
-        // Kept: no name with two leading underscores can be assigned (test_model.py: test_dunder_names).
+        // Kept: no name with two leading underscores can be assigned (test_refusals.py).
         raise(PyExc_AttributeError, "type object 'object' has no attribute '__setattribute__'");
     }
     if (begins_with(name, 1)) {

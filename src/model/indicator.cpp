@@ -95,7 +95,7 @@ Ref add_indicator_pair(Model& self, const TempConstr& pair, const char* name) {
     Ref body = out_of_array(then.expr);
     if (!is_linexpr(body.get()))
         raise(PyExc_TypeError, kNotLinear);
-    if (then.lb != Py_None && then.ub != Py_None) // Kept: another text than for a value (test_special_rows.py).
+    if (then.lb != Py_None && then.ub != Py_None) // Kept: another text than for a value (test_refusals.py).
         raise(PyExc_ValueError, "indicator value can only be one of [0, 1]");
     bool less = then.lb == Py_None;
     const LinExpr& e = as_linexpr(body.get());

@@ -107,7 +107,7 @@ void model_reload(Model& self) {
 }
 
 // Kept: a copy does not own its solver model, and has neither parameters nor user attributes
-// (test_model.py: test_copy_*).
+// (test_lifetimes.py: test_copies).
 Ref model_copy(Model& self) {
     Ref shell = new_shell();
     Model& copy = *reinterpret_cast<Model*>(shell.get());

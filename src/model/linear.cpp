@@ -152,7 +152,7 @@ Ref model_addLConstr(Model& self, const Call& call) {
     fill_linexpr(*e, lhs);
     Ref expr = subtract(left.get(), rhs);
     char code = row_sense(sense);
-    if (!code) // Kept: the text never shows the sense (test_build_rows.py).
+    if (!code) // Kept: the text never shows the sense (test_refusals.py).
         raise_tessolv_error("Invalid sense ``");
     Ref tconstr = tempconstr_of(std::move(expr), code != TSO_LESS_EQUAL, code != TSO_GREATER_EQUAL);
     return add_constr(self, tconstr.get(), name_or_empty(name, holder));

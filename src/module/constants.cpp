@@ -111,7 +111,7 @@ void build_constants(Borrowed module) {
     set(tso.get(), "Param", documented_constant(param_getter.get(), params.get()));
     set(tso.get(), "param", constant(param_getter.get()));
     set(tso.get(), "Callback", documented_constant(callback_getter.get(), callbacks.get()));
-    // Kept: a method, unlike attr and param (test_constants.py: test_callback_is_a_method).
+    // Kept: a method, unlike attr and param (test_module.py: test_constants_by_value).
     set(tso.get(), "callback", Ref::steal(PyInstanceMethod_New(callback_getter.get())));
 
     for (const NumberRow& row : kFloatConstants)

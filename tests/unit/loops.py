@@ -8,7 +8,7 @@ import tessolvpy as tso
 
 ERRORS = (
     TypeError, ValueError, IndexError, KeyError, AttributeError, RuntimeError, NotImplementedError, ZeroDivisionError,
-    MemoryError,
+    MemoryError, OverflowError,
 )  # fmt: skip
 
 

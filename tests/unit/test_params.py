@@ -56,42 +56,28 @@ def test_param_info(stub, model):
         assert [n for n in stub.names() if n != "TSOgetenv"] == [function]
 
 
-def everywhere(code, **names):
-    exec(code, {"tso": tso, **names})
-
-
 def test_functions_act_on_the_default_environment_and_the_callers_models(stub, capsys):
     default_user, other = tso.Model("a"), tso.Model("b", tso.Env())
     env = stub.calls()[1][1]
     first, second = "env of " + stub.handle_of(default_user), "env of " + stub.handle_of(other)
 
-    everywhere("tso.setParam('Meth*', 1)", m=other, n=default_user, again=other)
-    calls = [call for call in stub.calls() if call[0] != "TSOgetenv"]
-    assert calls == [("TSOsetintparam", handle, "Method", 1) for handle in (env, second, first, second)]
+    def calls(code, **names):
+        exec(code, {"tso": tso, **names})
+        return [call for call in stub.calls() if call[0] != "TSOgetenv"]
+
+    made = calls("tso.setParam('Meth*', 1)", m=other, n=default_user, again=other)
+    assert made == [("TSOsetintparam", handle, "Method", 1) for handle in (env, second, first, second)]
     assert capsys.readouterr().out == "Set parameter Method to value 1\n" * 4
-
-    everywhere("tso.resetParams()", m=other)
-    assert [call for call in stub.calls() if call[0] != "TSOgetenv"] == [
-        ("TSOresetparams", env),
-        ("TSOresetparams", second),
-    ]
-
-    everywhere("tso.readParams('a.prm')", m=other)
-    calls = [call for call in stub.calls() if call[0] != "TSOgetenv"]
-    assert calls[0] == ("TSOreadparams", env, "a.prm")
-    assert calls[1][0] in ("TSOreadparams", "TSOread")
-    assert calls[1][2] == "a.prm"
-    assert len(calls) == 2
-
-    everywhere("tso.writeParams('a.prm')", m=other)
-    assert stub.calls() == [("TSOwriteparams", env, "a.prm")]
-
+    assert calls("tso.resetParams()", m=other) == [("TSOresetparams", env), ("TSOresetparams", second)]
+    assert calls("tso.writeParams('a.prm')", m=other) == [("TSOwriteparams", env, "a.prm")]
+    made = calls("tso.readParams('a.prm')", m=other)
+    assert made[0] == ("TSOreadparams", env, "a.prm")
+    assert made[1][0] in ("TSOreadparams", "TSOread") and made[1][2] == "a.prm" and len(made) == 2
     tso.disposeDefaultEnv()
     stub.clear()
-    everywhere("tso.setParam('Method', 1); tso.resetParams(); tso.readParams('a')")
-    assert stub.calls() == []  # no environment is made for it
+    assert calls("tso.setParam('Method', 1); tso.resetParams(); tso.readParams('a')") == []  # none is made for it
     with pytest.raises(Exception):  # noqa: B017, PT011 - there is nothing to write, in whatever words
-        everywhere("tso.writeParams('a')")
+        calls("tso.writeParams('a')")
     assert "TSOwriteparams" not in stub.names()
 
 

@@ -4,6 +4,7 @@ import gc
 import weakref
 
 import pytest
+from containers.test_rules import keyed, refusals, rows
 from loops import check_growth, refused, without_memory
 from tessolvpy import multidict, tupledict, tuplelist
 
@@ -234,20 +235,7 @@ ACTIONS = {
     "dict": change_dict,
     "multidict": lambda: multidict({row: [1.5, TEXT] for row in ROWS}),
 }
-REFUSED = [
-    lambda: tuplelist([*ROWS, TEXT]),
-    lambda: tuplelist([(1, TEXT), (1, [TEXT])]).select(1),
-    lambda: tuplelist(ROWS).select([1, TEXT]),
-    lambda: tuplelist(ROWS, 5),
-    lambda: setattr(tuplelist(ROWS), "tuple_index_", TEXT),
-    lambda: [TEXT] + tuplelist(ROWS),
-    lambda: tupledict(a=TEXT).pop(TEXT),
-    lambda: tupledict(a=1.5).prod({"a": TEXT}),
-    lambda: tupledict(a=TEXT).sum(),
-    lambda: tupledict([(TEXT, 1), (ROWS[0], 2)]).select(1),
-    lambda: multidict({ROWS[0]: [TEXT], TEXT: [1]}),
-]
-ACTIONS["refusals"] = lambda: [refused(act)() for act in REFUSED]
+ACTIONS["refusals"] = lambda: [refused(act)(rows(), keyed()) for act, *_ in refusals()]
 
 
 @pytest.mark.parametrize("name", ACTIONS)

@@ -58,10 +58,10 @@ class DictOfItsOwn(dict):
     pass
 
 
-def test_refusals():
+def refusals():
     scattered = [{5: 3, 6: [2**40], 7: [9]}, {2: [0]}]
     incorrect = "Argument 'd' has incorrect type (expected dict, got {})".format
-    for act, error, text in [
+    return [
         (lambda r, d: tuplelist(i for i in range(3)), TypeError, "object of type 'generator' has no len()"),
         (lambda r, d: tuplelist({1}), TypeError, "'set' object is not subscriptable"),
         (lambda r, d: tuplelist([1], 5), TypeError, "Expected unicode, got int"),
@@ -94,7 +94,11 @@ def test_refusals():
         (lambda r, d: multidict(None), AttributeError, "'NoneType' object has no attribute 'items'"),
         (lambda r, d: multidict([]), TypeError, incorrect("list")),
         (lambda r, d: multidict(tupledict(a=[1])), TypeError, incorrect("tessolvpy.tupledict")),
-    ]:  # fmt: skip
+    ]  # fmt: skip
+
+
+def test_refusals():
+    for act, error, text in refusals():
         made, mapped = rows(), keyed()
         index = made.tuple_index_
         assert failure(act, made, mapped) == (error, text)
