@@ -40,9 +40,9 @@ def content(x):
     return type(x).__name__, expression(x)
 
 
-def outcome(act):
+def outcome(act, seen=content):
     try:
-        return content(act())
+        return seen(act())
     except Exception as e:
         return type(e).__name__, str(e)
 
@@ -143,11 +143,20 @@ def subtract(a, b):
 # ---- Products ----
 
 
-def product_of_variables(a, b):
-    """The content of a product of variables with numbers or with variables, of shapes that fit: nothing is dropped."""
-    left, right = (inside(x) if isinstance(x, tso.MVar) else np.asarray(x, float) for x in (a, b))
-    shape = np.shape(np.zeros(left.shape) @ np.zeros(right.shape))
-    both = isinstance(a, tso.MVar) and isinstance(b, tso.MVar)
+def product(a, b):
+    """The content of a product, as NumPy computes that of arrays of objects; variables alone keep terms of zero."""
+    arrays = [x for x in (a, b) if isinstance(x, ARRAYS)]
+    if len(arrays) == 2 and isinstance(a, tso.MQuadExpr) | isinstance(b, tso.MQuadExpr):
+        _refuse("@", a, b)
+    left, right = (inside(x) if isinstance(x, ARRAYS) else np.asarray(x) for x in (a, b))
+    both = len(arrays) == 2
+    if not all(isinstance(x, tso.MVar) for x in arrays):
+        quadratic = both or isinstance(arrays[0], tso.MQuadExpr)
+        return content((tso.MQuadExpr if quadratic else tso.MLinExpr).new(left @ right))
+    if not left.size or not right.size:
+        raise ValueError("matmul operand is empty")
+    if {left.ndim, right.ndim} - {1, 2} or left.shape[-1] != right.shape[0]:
+        raise ValueError(f"matmul: {left.shape} @ {right.shape} operation not support")
     cells = []
     for row in left.reshape(-1, left.shape[-1]):
         for column in right.reshape(right.shape[0], -1).T:
@@ -155,16 +164,8 @@ def product_of_variables(a, b):
                 cells.append(("q", [(1, v.index, w.index) for v, w in zip(row, column)], [], 0.0))
             else:
                 pairs = zip(column, row) if isinstance(a, tso.MVar) else zip(row, column)
-                cells.append(("l", [(n, v.index) for n, v in pairs], 0.0))
-    return "MQuadExpr" if both else "MLinExpr", shape, cells
-
-
-def product(a, b):
-    """A product with expressions, as NumPy computes that of arrays of objects."""
-    quadratic = isinstance(a, QUADRATIC) or isinstance(b, QUADRATIC)
-    quadratic |= isinstance(a, OPERANDS) and isinstance(b, OPERANDS)
-    left, right = (inside(x) if isinstance(x, OPERANDS) else np.asarray(x) for x in (a, b))
-    return (tso.MQuadExpr if quadratic else tso.MLinExpr).new(left @ right)
+                cells.append(("l", [(float(n), v.index) for n, v in pairs], 0.0))
+    return "MQuadExpr" if both else "MLinExpr", left.shape[:-1] + right.shape[1:], cells
 
 
 def _add_scaled(total, factor, cell):

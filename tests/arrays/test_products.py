@@ -15,7 +15,6 @@ OTHERS = [((3,), (2,)), ((2, 3), (2,)), ((2, 2), (3, 2)), ((), (3,)), ((3,), ())
 ]  # fmt: skip
 PRODUCT_KINDS = {**ARRAY_KINDS, **NUMPY_KINDS}
 PAIRS = [(a, b) for a, b in itertools.product(PRODUCT_KINDS, repeat=2) if a in ARRAY_KINDS or b in ARRAY_KINDS]
-OF_VARIABLES = ("MVar", "MVar in Fortran order")
 
 
 @pytest.fixture(autouse=True)
@@ -31,25 +30,13 @@ def made(model, a, b, p, q):
 @pytest.mark.parametrize("a, b", PAIRS)
 def test_every_pair_of_operands(model, a, b):
     values = np.random.default_rng(1).integers(-5, 6, model.NumVars).astype(float)
-    of_variables = {a, b} & set(OF_VARIABLES) and not {a, b} & set(ARRAY_KINDS) - set(OF_VARIABLES)
     for p, q in FITTING + OTHERS:
         x, y = made(model, a, b, p, q)
+        if float in (type(x), type(y)):  # what a list without dimensions is
+            continue
         found = oracle.outcome(lambda: x @ y)  # noqa: B023
         x, y = made(model, a, b, p, q)
-        if "MQuadExpr" in (a, b) and a in ARRAY_KINDS and b in ARRAY_KINDS:
-            names = type(x).__name__, type(y).__name__
-            assert found == ("TypeError", "unsupported operand type(s) for @: `{}` and `{}`".format(*names))
-        elif of_variables and (p, q) in FITTING:
-            assert found == oracle.product_of_variables(x, y), f"{a} {p} @ {b} {q}"
-        elif of_variables:
-            if float in (type(x), type(y)):  # what a list without dimensions is
-                continue
-            empty = 0 in [z.size if kind in ARRAY_KINDS else np.size(z) for z, kind in ((x, a), (y, b))]
-            shape = tuple(z.shape if kind in ARRAY_KINDS else np.shape(z) for z, kind in ((x, a), (y, b)))
-            text = "matmul operand is empty" if empty else "matmul: {} @ {} operation not support".format(*shape)
-            assert found == ("ValueError", text)
-        elif float not in (type(x), type(y)):
-            assert found == oracle.outcome(lambda: oracle.product(x, y)), f"{a} {p} @ {b} {q}"  # noqa: B023
+        assert found == oracle.outcome(lambda: oracle.product(x, y), tuple), f"{a} {p} @ {b} {q}"  # noqa: B023
         if (p, q) in FITTING and not found[0].endswith("Error") and (a not in ARRAY_KINDS or b not in ARRAY_KINDS):
             assert np.array_equal(
                 oracle.value_of(x @ y, values), oracle.value_of(x, values) @ oracle.value_of(y, values)
