@@ -17,12 +17,12 @@ def build(library, cost, matrix=(), low=(), high=(), lb=None, ub=None, types=Non
         ind = np.flatnonzero(row)
         m.addrow(ind, np.asarray(row, float)[ind], below, above)
     if maximize:
-        m.call("TSOsetintattr", capi.text("ModelSense"), -1)
+        m.call("TSOsetintattr", "ModelSense", -1)
     return m
 
 
 def maximize(m):
-    m.call("TSOsetintattr", capi.text("ModelSense"), -1)
+    m.call("TSOsetintattr", "ModelSense", -1)
 
 
 def max_cut(library, n, edges):

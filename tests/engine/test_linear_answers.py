@@ -83,7 +83,7 @@ def test_rays_prove_their_status(build, run, rng, presolve, method):
 
 def test_models_without_columns(library, run):
     empty = library.model()
-    empty.call("TSOsetdblattr", capi.text("ObjConst"), 7.5)
+    empty.call("TSOsetdblattr", "ObjConst", 7.5)
     assert run(empty) == (0, OPTIMAL)
     assert empty.number("ObjVal") == 7.5
     empty.addrow((), (), lower=-1, upper=1)

@@ -81,7 +81,7 @@ def test_prices_prove_the_optimum_of_random_problems(library, run, rng):
                 (b, r, c, matrices[b][i][c, r]) for b, s in enumerate(sizes) for c in range(s) for r in range(c, s)
             ]
             m.addpsdrow(terms, low[i], high[i], list(enumerate(rows[i])))
-        m.call("TSOsetdblattr", capi.text("ObjConst"), 3.0)
+        m.call("TSOsetdblattr", "ObjConst", 3.0)
         assert run(m) == (0, OPTIMAL)
         x, pi, d = primal(m), duals(m), reduced(m)
         found, costs = m.matrices("PsdX", [0, 1, 2]), m.matrices("PsdObj", [0, 1, 2])

@@ -16,8 +16,8 @@ class Files:
         self.library, self.folder = library, folder
         self.log_path = folder / "log.txt"
         self.env = library.env(quiet=False)
-        library.call("TSOsetintparam", self.env, capi.text("LogToConsole"), 0)
-        library.call("TSOsetstrparam", self.env, capi.text("LogFile"), capi.text(str(self.log_path)))
+        library.call("TSOsetintparam", self.env, "LogToConsole", 0)
+        library.call("TSOsetstrparam", self.env, "LogFile", str(self.log_path))
         library.call("TSOstartenv", self.env)
 
     def log(self):
@@ -39,7 +39,7 @@ class Files:
 
     def read(self, path):
         handle = ctypes.c_void_p()
-        self.library.call("TSOreadmodel", self.env, capi.text(str(path)), ctypes.byref(handle))
+        self.library.call("TSOreadmodel", self.env, str(path), ctypes.byref(handle))
         return self.library.wrap(handle.value)
 
     def text(self, content, suffix=".lp"):
@@ -57,7 +57,7 @@ class Files:
 
     def again(self, model, suffix):
         path = self.folder / f"again{suffix}"
-        model.call("TSOwrite", capi.text(str(path)))
+        model.call("TSOwrite", str(path))
         return self.read(path)
 
 
@@ -67,7 +67,7 @@ def everything(model):
     count = model.count("NumGenConstrs")
     state["GenConstrName"] = model.texts("GenConstrName", range(count))
     name = ctypes.c_char_p()
-    model.call("TSOgetstrattr", capi.text("ModelName"), ctypes.byref(name))
+    model.call("TSOgetstrattr", "ModelName", ctypes.byref(name))
     state["ModelName"] = name.value.decode()
     return state
 

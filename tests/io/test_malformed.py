@@ -99,7 +99,7 @@ def test_what_is_no_text(files, suffix):
     read = None
     if suffix not in (".lp", ".mps"):
         model = files.text(LP)
-        read = lambda p: model.call("TSOread", capi.text(str(p)))  # noqa: E731
+        read = lambda p: model.call("TSOread", str(p))  # noqa: E731
     folder = files.folder / f"folder{suffix}"
     folder.mkdir()
     assert files.refused(folder, read)[0] == capi.DIRECTORY_ERROR
@@ -141,7 +141,7 @@ def test_suffixes(files):
         path = files.make(name, LP)
         code, log = files.refused(path)
         assert code == capi.FORMAT_ERROR and ".lp .mps .qps, each also with .gz or .bz2" in log
-        code, log = files.refused(path, lambda p: model.call("TSOwrite", capi.text(str(p))))
+        code, log = files.refused(path, lambda p: model.call("TSOwrite", str(p)))
         assert code == capi.FORMAT_ERROR and ".lp .mps .qps .sol .mst .bas .prm, each" in log
     assert files.refused(files.make("a.sol", ""))[0] == capi.FORMAT_ERROR
     assert files.read(files.make("A.LP", LP)).count("NumVars") == 2

@@ -37,9 +37,9 @@ def random_bounds(rng):
 def random_model(files, seed, crossed_rows=False):
     rng = np.random.default_rng(seed)
     model = files.model()
-    model.call("TSOsetstrattr", capi.text("ModelName"), capi.text(["", "m", "a model", "größe", " FREE"][seed % 5]))
-    model.call("TSOsetintattr", capi.text("ModelSense"), -1 if rng.random() < 0.5 else 1)
-    model.call("TSOsetdblattr", capi.text("ObjConst"), random_number(rng))
+    model.call("TSOsetstrattr", "ModelName", ["", "m", "a model", "größe", " FREE"][seed % 5])
+    model.call("TSOsetintattr", "ModelSense", -1 if rng.random() < 0.5 else 1)
+    model.call("TSOsetdblattr", "ObjConst", random_number(rng))
     names = list(rng.permutation(AWKWARD))
     n, m = int(rng.integers(1, 30)), int(rng.integers(0, 20))
     for _ in range(n):
@@ -159,7 +159,7 @@ def test_what_a_format_has_no_form_for_leaves_the_old_file(files, fails):
     ]:
         path = files.make(f"old{suffix}", "old")
         before, said = sorted(files.folder.iterdir()), len(files.log())
-        fails(capi.FORMAT_ERROR, model.call, "TSOwrite", capi.text(str(path)))
+        fails(capi.FORMAT_ERROR, model.call, "TSOwrite", str(path))
         assert words in files.log()[said:]
         assert path.read_text() == "old" and sorted(files.folder.iterdir()) == before
 
@@ -177,7 +177,7 @@ def test_reading_into_a_model_replaces_it_or_leaves_it(files):
     model = files.read(DATA / "mip/p0033.mps")
     before = everything(model)
     broken = files.make("broken.lp", "minimize\n x +\nend")
-    code, _ = files.refused(broken, lambda p: model.call("TSOread", capi.text(str(p))))
+    code, _ = files.refused(broken, lambda p: model.call("TSOread", str(p)))
     assert code == capi.FORMAT_ERROR and everything(model) == before
-    model.call("TSOread", capi.text(str(DATA / "lp/afiro.mps")))
+    model.call("TSOread", str(DATA / "lp/afiro.mps"))
     assert_same(model, files.read(DATA / "lp/afiro.mps"))

@@ -12,11 +12,11 @@ LOWER, BASIC, UPPER, FREE = range(4)
 
 
 def read(model, path):
-    model.call("TSOread", capi.text(str(path)))
+    model.call("TSOread", str(path))
 
 
 def write(model, path):
-    model.call("TSOwrite", capi.text(str(path)))
+    model.call("TSOwrite", str(path))
 
 
 def start(model):
@@ -143,7 +143,7 @@ def test_refused_as_a_whole(files, model, name, content, code, expected):
 def parameter(files, model, name):
     value = ctypes.c_double()
     env = model.dll.TSOgetenv(model.handle)
-    files.library.call("TSOgetdblparam", env, capi.text(name), ctypes.byref(value))
+    files.library.call("TSOgetdblparam", env, name, ctypes.byref(value))
     return value.value
 
 
@@ -168,9 +168,9 @@ def test_parameters(files, model, suffix):
 
 
 def test_parameters_of_an_environment(files):
-    files.library.call("TSOwriteparams", files.env, capi.text(str(files.folder / "e.prm")))
+    files.library.call("TSOwriteparams", files.env, str(files.folder / "e.prm"))
     env = files.library.env()
-    files.library.call("TSOreadparams", env, capi.text(str(files.folder / "e.prm")))
+    files.library.call("TSOreadparams", env, str(files.folder / "e.prm"))
     with pytest.raises(capi.Failed) as failure:
-        files.library.call("TSOreadparams", env, capi.text(str(DATA / "lp/afiro.mps")))
+        files.library.call("TSOreadparams", env, str(DATA / "lp/afiro.mps"))
     assert failure.value.code == capi.FORMAT_ERROR

@@ -30,7 +30,7 @@ def folder(tmp_path):
 
 
 def write(model, path):
-    model.call("TSOwrite", capi.text(str(path)))
+    model.call("TSOwrite", str(path))
 
 
 def refused(model, path):
@@ -132,7 +132,7 @@ model = library.model()
 os.chdir({str(folder)!r})
 if os.getuid() == 0:
     os.setgroups([]); os.setgid(65534); os.setuid(65534)
-code = library.dll.TSOwrite(model.handle, capi.text('a.lp'))
+code = library.dll.TSOwrite(model.handle, b'a.lp')
 assert code == capi.FILE_WRITE_ERROR, code
 """
     folder.chmod(0o777)

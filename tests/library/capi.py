@@ -55,10 +55,6 @@ class Failed(Exception):
         self.code = code
 
 
-def text(value):
-    return value.encode()
-
-
 def element(kind):
     return ELEMENTS[kind.replace("const ", "").rstrip("*")]
 
