@@ -1,6 +1,5 @@
 #include "py/error.h"
 
-#include <cxxabi.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -41,12 +40,12 @@ void error_from_exception() noexcept {
         PyErr_NoMemory();
     } catch (const std::exception& e) {
         PyErr_SetString(PyExc_SystemError, e.what());
-    } catch (const abi::__forced_unwind&) {
-        // The interpreter is ending and ends this thread, which was in Python code called from here, by unwinding its
-        // stack. That must not go on into code that wants the lock or cannot be unwound: the thread stops here.
-        for (;;)
-            pause();
     } catch (...) {
+        // Not even an exception: the interpreter is ending and ends this thread, which was in Python code called from
+        // here, by unwinding its stack. That must not go on into code that wants the lock or cannot be unwound: the
+        // thread stops here.
+        while (!std::current_exception())
+            pause();
         PyErr_SetString(PyExc_SystemError, "an unknown failure");
     }
 }
