@@ -2,6 +2,7 @@
 
 import gc
 import sys
+from array import array
 
 import pytest
 import tessolvpy as tso
@@ -25,6 +26,11 @@ def refused(act, errors=ERRORS):
     return run
 
 
+def given_to(acts):
+    """The texts, numbers and others that functions hold or have been given: what they pass on."""
+    return [one for act in acts for one in (*act.__code__.co_consts, *(act.__defaults__ or ())) if one is not None]
+
+
 def check_growth(act, watched, times=200):
     """No reference to what is watched and no block of memory stays with each call: the least of a few rounds counts,
     since types that come and go leave some noise behind."""
@@ -34,7 +40,8 @@ def check_growth(act, watched, times=200):
         for _ in range(times):
             act()
         gc.collect()
-        return [sys.getrefcount(one) for one in watched], sys.getallocatedblocks()
+        # One block of counts, or each large one would be a block of its own.
+        return array("q", map(sys.getrefcount, watched)), sys.getallocatedblocks()
 
     loop(20)
     grown = []
