@@ -1,22 +1,37 @@
 """End to end on the real library."""
 
+import numpy as np
 import pytest
 
 
 @pytest.fixture
-def read(quiet_env):
-    """Opens model files without a log; disposes of the models after the test."""
-    import tessolvpy
-
+def keep():
+    """Disposes of what it was given after the test."""
     made = []
-
-    def open_model(path):
-        made.append(tessolvpy.read(str(path), quiet_env))
-        return made[-1]
-
-    yield open_model
+    yield lambda model: made.append(model) or model
     for model in made:
         model.dispose()
+
+
+@pytest.fixture
+def read(quiet_env, keep):
+    """Opens model files without a log."""
+    import tessolvpy
+
+    return lambda path: keep(tessolvpy.read(str(path), quiet_env))
+
+
+@pytest.fixture
+def new(quiet_env, keep):
+    """New models without a log and without a gap."""
+    import tessolvpy
+
+    def model(name=""):
+        m = keep(tessolvpy.Model(name, quiet_env))
+        m.setParam("MIP/GapRel", 0)
+        return m
+
+    return model
 
 
 @pytest.fixture
@@ -32,8 +47,10 @@ def state(read, tmp_path):
 
 
 @pytest.fixture
-def hard(read, tmp_path):
-    """A MIP with a feasible solution at hand that is not solved in any time that a test could wait."""
-    import problems
-
-    return read(problems.market_split(rows=6, columns=60).write_lp(tmp_path / "hard.lp"))
+def hard(new):
+    """A MIP with a feasible solution at hand that is not solved in any time that a test could wait: six groups of
+    customers are to be split in half."""
+    m, weights = new("hard"), np.random.default_rng(1).integers(0, 100, (6, 60)).astype(float)
+    split, more, less = m.addMVar(60, vtype="B"), m.addMVar(6, obj=1.0), m.addMVar(6, obj=1.0)
+    m.addConstr(weights @ split + more - less == weights.sum(axis=1) // 2)
+    return m

@@ -7,7 +7,6 @@ import threading
 import time
 from pathlib import Path
 
-import problems
 import pytest
 import tessolvpy as tso
 
@@ -16,12 +15,13 @@ DATA = Path(__file__).resolve().parents[1] / "data"
 
 
 @pytest.fixture
-def script(tmp_path):
+def script(hard, tmp_path):
     """Runs a script in a process of its own; `hard` is the path of a model that it can't solve in time."""
-    path = problems.market_split(rows=6, columns=60).write_lp(tmp_path / "hard.lp")
+    path = str(tmp_path / "hard.lp")
+    hard.write(path)
     head = "import os, signal, sys, threading, time\nimport tessolvpy as tso\n"
     head += "def say(*words):\n    print('>', *words, flush=True)\n"
-    head += f"hard, data = {str(path)!r}, {str(DATA)!r}\nenv = tso.Env(empty=True)\nenv.setParam('OutputFlag', 0)\n"
+    head += f"hard, data = {path!r}, {str(DATA)!r}\nenv = tso.Env(empty=True)\nenv.setParam('OutputFlag', 0)\n"
 
     def run(code, timeout=60):
         started = subprocess.run(
