@@ -30,19 +30,6 @@ end
 """
 
 
-@pytest.fixture
-def new(quiet_env):
-    made = []
-
-    def model(name=""):
-        made.append(tso.Model(name, quiet_env))
-        return made[-1]
-
-    yield model
-    for one in made:
-        one.dispose()
-
-
 def linear(e):
     return {e.getVar(i).VarName: e.getCoeff(i) for i in range(e.size())}
 
@@ -74,11 +61,8 @@ def assert_matches(m, rows, objects):
         for x, v in terms.items():
             dense[c.index, x.index] = v
     a = m.getA()
-    assert type(a) is sp.csr_matrix
-    assert a.dtype == np.float64
-    assert a.shape == dense.shape
+    assert (type(a), a.dtype, a.shape, a.nnz) == (sp.csr_matrix, np.float64, dense.shape, np.count_nonzero(dense))
     assert (a.toarray() == dense).all()
-    assert a.nnz == np.count_nonzero(dense)
     a.check_format(full_check=True)
     for c in cs:
         e = m.getRow(c)
@@ -94,8 +78,7 @@ def assert_matches(m, rows, objects):
     if cs and xs:
         for c, x in objects.sample([(c, x) for c in cs for x in xs], 3):
             value = m.getCoeff(c, x)
-            assert type(value) is float
-            assert value == dense[c.index, x.index]
+            assert type(value) is float and value == dense[c.index, x.index]
 
 
 def test_linear_queries_follow_every_edit(new):
@@ -110,9 +93,9 @@ def test_linear_queries_follow_every_edit(new):
             m.addVars(draw.randint(1, 3))
         elif what == "row":
             terms = {x: draw.randint(1, 9) for x in some}
-            rows[m.addConstr(tso.quicksum(v * x for x, v in terms.items()) + x_twice(some) <= 3)] = {
-                x: v + (i == 0) for i, (x, v) in enumerate(terms.items())
-            }
+            twice = sum(some[:1])  # repeated terms are one entry of the row
+            row = m.addConstr(tso.quicksum(v * x for x, v in terms.items()) + twice <= 3)
+            rows[row] = {x: v + (x is some[0]) for x, v in terms.items()}
         elif what == "rows" and some:
             a = np.array([[draw.choice([0, 1, -2.5]) for _ in some] for _ in range(3)])
             for c, values in zip(m.addConstr(a @ tso.MVar.fromlist(some) <= 1).tolist(), a):
@@ -141,11 +124,6 @@ def test_linear_queries_follow_every_edit(new):
     assert m.NumNZs > 20  # there was something to compare
 
 
-def x_twice(some):
-    """One more of the first variable: repeated terms are one entry of the row."""
-    return some[0] if some else 0
-
-
 def test_rows_and_columns_go_back_into_a_model(new):
     m = new()
     x, y = m.addVar(ub=4, name="x"), m.addVar(ub=5, name="y")
@@ -171,26 +149,22 @@ def test_rows_and_columns_go_back_into_a_model(new):
     assert m.getA().shape == (2, 2)
 
 
-def test_other_kinds(state, read, tmp_path):
+def test_other_kinds(state):
     m = state(KINDS)
-    for again in (False, True):
-        if again:
-            m.write(str(tmp_path / "again.lp"))
-            m = read(tmp_path / "again.lp")
-        assert [c.ConstrName for c in m.getConstrs()] == ["mix", "risk", "last"]
-        q = m.getQConstrByName("risk")
-        assert q is m.getQConstrs()[1]
-        products = {("x", "x"): 1, ("x", "z"): 3, ("y", "y"): 2}
-        assert quadratic(m.getQCRow(q)) == (products, {"x": 2, "y": -1})
-        assert quadratic(m.getQCRow(m.getQConstrs()[0])) == ({}, {"x": 1, "y": 2, "z": -1})
-        assert {tuple(sos(m, s)[1]): sos(m, s)[::2] for s in m.getSOSs()} == {
-            ("z", "x", "y"): (tso.TSO.SOS_TYPE2, [1, 2.5, 4]),
-            ("x", "b"): (tso.TSO.SOS_TYPE1, [1, 2]),
-        }
-        on, off = m.getGenConstrs()
-        assert indicator(m, on) == ("b", 1, {"x": 1, "z": 3}, ">", 2)
-        assert indicator(m, off) == ("b", 0, {"y": 1}, "=", 1)
-        assert m.getA().toarray()[1].tolist() == [{"x": 2, "y": -1}.get(x.VarName, 0) for x in m.getVars()]
+    assert [c.ConstrName for c in m.getConstrs()] == ["mix", "risk", "last"]
+    q = m.getQConstrByName("risk")
+    assert q is m.getQConstrs()[1]
+    products = {("x", "x"): 1, ("x", "z"): 3, ("y", "y"): 2}
+    assert quadratic(m.getQCRow(q)) == (products, {"x": 2, "y": -1})
+    assert quadratic(m.getQCRow(m.getQConstrs()[0])) == ({}, {"x": 1, "y": 2, "z": -1})
+    assert {tuple(sos(m, s)[1]): sos(m, s)[::2] for s in m.getSOSs()} == {
+        ("z", "x", "y"): (tso.TSO.SOS_TYPE2, [1, 2.5, 4]),
+        ("x", "b"): (tso.TSO.SOS_TYPE1, [1, 2]),
+    }
+    on, off = m.getGenConstrs()
+    assert indicator(m, on) == ("b", 1, {"x": 1, "z": 3}, ">", 2)
+    assert indicator(m, off) == ("b", 0, {"y": 1}, "=", 1)
+    assert m.getA().toarray()[1].tolist() == [{"x": 2, "y": -1}.get(x.VarName, 0) for x in m.getVars()]
     y, z, b = (m.getVarByName(name) for name in "yzb")
     m.chgCoeff(m.getConstrs()[1], z, 6)
     m.remove(y)
@@ -215,19 +189,17 @@ def test_an_indicator_goes_with_its_binary(state):
 
 def test_names(state):
     m = state(KINDS)
-    for find, handles, attribute in [
+    for find, handles, name in (
         (m.getVarByName, m.getVars(), "VarName"),
         (m.getConstrByName, m.getConstrs(), "ConstrName"),
-    ]:
-        assert all(find(getattr(h, attribute)) is h for h in handles)
-        first, last = handles[0], handles[-1]
-        for unknown in ("", "nosuch", "X", "C999", "R999", getattr(first, attribute) + "\0", "é"):
+    ):
+        assert all(find(getattr(h, name)) is h for h in handles)
+        first, last, old = handles[0], handles[-1], getattr(handles[0], name)
+        for unknown in ("", "nosuch", "X", "C999", "R999", old + "\0", "é"):
             assert find(unknown) is None
-        old = getattr(first, attribute)
-        setattr(first, attribute, "ö 1")
-        assert find("ö 1") is first
-        assert find(old) is None
-        setattr(last, attribute, "ö 1")  # the first of two
+        setattr(first, name, "ö 1")
+        assert (find("ö 1"), find(old)) == (first, None)
+        setattr(last, name, "ö 1")  # the first of two
         assert find("ö 1") is first
         m.remove(first)
         assert find("ö 1") is last
@@ -241,86 +213,62 @@ def test_names(state):
     assert m.getVarByName(unnamed.VarName) is unnamed  # by its generated name
     for find in (m.getVarByName, m.getConstrByName, m.getQConstrByName):
         for wrong in (None, b"x", 3):
-            with pytest.raises(
-                TypeError, match=f"^Argument 'name' has incorrect type \\(expected str, got {type(wrong).__name__}"
-            ):
-                find(wrong)
-        with pytest.raises(UnicodeEncodeError):
-            find("\ud800")
+            text = f"Argument 'name' has incorrect type (expected str, got {type(wrong).__name__}"
+            assert refused(TypeError, find, wrong).startswith(text)
+        refused(UnicodeEncodeError, find, "\ud800")
+
+
+def refused(error, act, *arguments):
+    """The text of the error that a call ends in."""
+    with pytest.raises(error) as caught:
+        act(*arguments)
+    return str(caught.value) if error is not tso.TessolvError else caught.value.message
 
 
 def test_what_is_refused(state):
     m, other = state(KINDS), state(KINDS, "other.lp")
     x, c, q, s, g = (h[0] for h in (m.getVars(), m.getConstrs(), m.getQConstrs(), m.getSOSs(), m.getGenConstrs()))
-    queries = [
-        (m.getRow, "constr", other.getConstrs()[0]),
-        (m.getCol, "var", other.getVars()[0]),
-        (m.getQCRow, "qconstr", other.getQConstrs()[0]),
-        (m.getSOS, "sos", other.getSOSs()[0]),
-        (m.getGenConstrIndicator, "genconstr", other.getGenConstrs()[0]),
-        (lambda h: m.getCoeff(h, x), "constr", other.getConstrs()[0]),
-        (lambda h: m.getCoeff(c, h), "var", other.getVars()[0]),
-        (lambda h: m.chgCoeff(h, x, 1), "constr", other.getConstrs()[0]),
-        (lambda h: m.chgCoeff(c, h, 1), "var", other.getVars()[0]),
-    ]
-    before = m.getA()
-    removed = {
-        type(h): h
-        for h in (m.addVar(), m.getConstrs()[2], m.getQConstrs()[2], *m.getSOSs()[1:], *m.getGenConstrs()[1:])
+    foreign = {
+        type(h[0]): h[0]
+        for h in (other.getVars(), other.getConstrs(), other.getQConstrs(), other.getSOSs(), other.getGenConstrs())
     }
+    before = m.getA()
+    gone = m.addVar(), m.getConstrs()[2], m.getQConstrs()[2], *m.getSOSs()[1:], *m.getGenConstrs()[1:]
+    removed = {type(h): h for h in gone}
     m.remove(list(removed.values()))
-    for query, name, foreign in queries:
-        kind = type(foreign).__name__
-        with pytest.raises(tso.TessolvError) as caught:
-            query(foreign)
-        assert caught.value.message == f"Argument '{name}' is a {kind} of another model"
-        assert caught.value.errno < -2000
-        with pytest.raises(tso.TessolvError) as caught:
-            query(removed[type(foreign)])
-        assert caught.value.message == f"Argument '{name}' is a {kind} that was removed from the model"
-        for wrong in (None, "x", 0, [], *(h for h in (x, c, q, s, g) if type(h) is not type(foreign))):
-            text = f"Argument '{name}' has incorrect type (expected tessolvpy.{kind}, got "
-            with pytest.raises(TypeError) as caught:
-                query(wrong)
-            assert isinstance(wrong, list) or str(caught.value).startswith(text)
-    with pytest.raises(tso.TessolvError, match="'constr' is a quadratic row"):
-        m.getRow(m.getConstrs()[1])
+    for query, name, cls in [
+        (m.getRow, "constr", tso.Constr), (m.getCol, "var", tso.Var), (m.getQCRow, "qconstr", tso.QConstr),
+        (m.getSOS, "sos", tso.SOS), (m.getGenConstrIndicator, "genconstr", tso.GenConstr),
+        (lambda h: m.getCoeff(h, x), "constr", tso.Constr), (lambda h: m.getCoeff(c, h), "var", tso.Var),
+        (lambda h: m.chgCoeff(h, x, 1), "constr", tso.Constr), (lambda h: m.chgCoeff(c, h, 1), "var", tso.Var),
+    ]:  # fmt: skip
+        what = f"Argument '{name}' is a {cls.__name__} "
+        assert refused(tso.TessolvError, query, foreign[cls]) == what + "of another model"
+        assert refused(tso.TessolvError, query, removed[cls]) == what + "that was removed from the model"
+        text = f"Argument '{name}' has incorrect type (expected tessolvpy.{cls.__name__}, got "
+        for wrong in (None, "x", 0, [], *(h for h in (x, c, q, s, g) if type(h) is not cls)):
+            assert refused(TypeError, query, wrong).startswith(text) or isinstance(wrong, list)
+    assert "'constr' is a quadratic row" in refused(tso.TessolvError, m.getRow, m.getConstrs()[1])
     cs, xs = m.getConstrs()[:2], m.getVars()[:2]
-    for arguments, error, text in [
-        ((cs, xs[:1], 1), ValueError, "2 constraints and 1 variables given"),
-        ((cs, xs, [1, 2, 3]), ValueError, None),
-        ((cs, xs, "ab"), ValueError, None),
-        ((cs, [xs[0], other.getVars()[0]], 1), tso.TessolvError, "Argument 'var[1]' is a Var of another model"),
-        (
-            ([cs[0], q], xs, 1),
-            TypeError,
-            "Argument 'constr[1]' has incorrect type (expected tessolvpy.Constr, got tessolvpy.QConstr)",
-        ),
-        ((cs, xs, [1, float("nan")]), tso.TessolvError, None),
-        ((c, x, float("inf")), tso.TessolvError, None),
-        ((c, x, None), TypeError, None),
-        ((c, x, [1]), TypeError, None),
-        ((3, 4, 5), TypeError, None),
-    ]:
-        with pytest.raises(error) as caught:
-            m.chgCoeff(*arguments)
-        assert text in (None, str(caught.value))
+    kinds = "Argument 'constr[1]' has incorrect type (expected tessolvpy.Constr, got tessolvpy.QConstr)"
+    for arguments, error, *text in [
+        ((cs, xs[:1], 1), ValueError, "2 constraints and 1 variables given"), ((cs, xs, [1, 2, 3]), ValueError),
+        ((cs, xs, "ab"), ValueError), ((cs, xs, [1, float("nan")]), tso.TessolvError),
+        ((cs, [xs[0], foreign[tso.Var]], 1), tso.TessolvError, "Argument 'var[1]' is a Var of another model"),
+        (([cs[0], q], xs, 1), TypeError, kinds), ((c, x, float("inf")), tso.TessolvError), ((c, x, None), TypeError),
+        ((c, x, [1]), TypeError), ((3, 4, 5), TypeError),
+    ]:  # fmt: skip
+        found = refused(error, m.chgCoeff, *arguments)
+        assert [found] == (text or [found])
     assert (m.getA() != before[:2, :4]).nnz == 0
     m.chgCoeff([], [], [])
     shell = tso.Model(empty=True)
     for query in (shell.getA, lambda: shell.getRow(c), lambda: shell.getVarByName("x")):
-        with pytest.raises(tso.TessolvError):
-            query()
+        refused(tso.TessolvError, query)
     m.getVars().clear()  # a program that breaks the list gets errors, and matrices that fit
     assert m.getA().shape[1] == 4
-    for query in (
-        lambda: m.getRow(c),
-        lambda: m.getSOS(s),
-        lambda: m.getVarByName("x"),
-        lambda: m.getGenConstrIndicator(g),
-    ):
-        with pytest.raises(IndexError):
-            query()
+    for query, argument in [(m.getRow, c), (m.getSOS, s), (m.getVarByName, "x"), (m.getGenConstrIndicator, g)]:
+        refused(IndexError, query, argument)
 
 
 def test_long_rows_and_much_garbage(new):
