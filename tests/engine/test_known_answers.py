@@ -29,9 +29,12 @@ ANSWERS = [  # text, objective or status, attributes
     ("min - x - y;st;c: -1 <= x - y <= 1;general;x;", "unbounded", {"HasPrimalRay": 1}),
     ("min - x;st;c: 0.4 <= b <= 0.6;general;x;binary;b;", "infeasible", {}),
     ("min - x;st;c: 2 y + 2 z = 3;general;x;y;z;", "infeasible", {}),
+    ("min x;bounds;0.2 <= x <= 0.8;general;x;", "infeasible", {}),
     # Semi-continuous ones below zero, across it, and in sets.
     ("min - x - 10 y;st;c: x + y <= -1;bounds;-6 <= x <= -2;-0.5 <= y <= 0;semis;x;", 2, {"X": [-2, 0]}),
     ("min x;bounds;-3 <= x <= 4;semis;x;", -3, {}),
+    ("min - y;bounds;y >= 2;semis;y;", "unbounded", {}),
+    ("min x;st;c: 0.5 <= x <= 1.5;bounds;2 <= x <= 3;semis;x;", "infeasible", {}),
     ("min x;bounds;2 <= x <= 4;semis;x;", 0, {}),
     (f"min x + y;st;c: x + y >= 1.5;bounds;2 <= x <= 10;y >= 2;semis;x;semi-integer;y;{PAIR}", 2, {}),
     (f"min - x + y;st;c: x <= 9.5;bounds;x >= 2;-7 <= y <= -3;semis;x;semi-integer;y;{PAIR}", -9.5, {"X": [9.5, 0]}),
@@ -56,6 +59,10 @@ ANSWERS = [  # text, objective or status, attributes
     (f"min [ x^2 + y^2 ];st;{BALL} <= 1;p: [ x^2 + y^2 ] >= 0.25;{RING}", 0.25, {}),
     (f"min - x - y;st;{BALL} <= 4;{RING}general;y;", -1 - 3**0.5, {"X": [3**0.5, 1]}),
     (POOLING, -400, {}),
+    ("min x;st;q: [ x * y ] >= 2;bounds;x <= 1;y <= 1;", "infeasible", {}),
+    ("min x;st;q: [ x * y ] >= 1;bounds;3 <= x <= 2;", "infeasible", {}),
+    (f"min x;st;{BALL} = 7;bounds;x <= 9;y <= 9;general;x;y;", "infeasible", {}),
+    ("min x - 3 y;st;q: [ x * y ] >= 2;", "unbounded", {}),
 ]
 
 CONES = [
@@ -117,6 +124,7 @@ def test_cones(files, text, answer, attributes):
         (f"min 0.1 b + y;st;i: b = 0 -> 2 y >= 3.5;{BOX}general;y;", -4.9, [1, -5]),
         (f"min 20 b + y;st;i: b = 0 -> 2 y >= 3.5;{BOX}general;y;", 2, [0, 2]),
         (f"max - b + y;st;i: b = 1 -> 2 y <= 4;{BOX}", 5, [0, 5]),
+        ("min y;st;i: b = 1 -> y <= 1;j: b = 0 -> y <= 2;c: y >= 3;", "infeasible", None),
         # No coefficient is large enough where bounds are infinite.
         ("min - 1e6 b + y;st;i: b = 1 -> 2 y >= 4e4;bounds;y >= -1e5;", -98e4, [1, 2e4]),
         ("min 0 b + y;st;i: b = 1 -> 2 y >= -4e6;bounds;y free;", "unbounded", None),

@@ -222,7 +222,11 @@ def refused(error, act, *arguments):
     """The text of the error that a call ends in."""
     with pytest.raises(error) as caught:
         act(*arguments)
-    return str(caught.value) if error is not tso.TessolvError else caught.value.message
+    if error is not tso.TessolvError:
+        return str(caught.value)
+    if caught.value.message.startswith("Argument"):
+        assert caught.value.errno < -2000
+    return caught.value.message
 
 
 def test_what_is_refused(state):

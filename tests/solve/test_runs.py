@@ -85,22 +85,12 @@ def test_handles_of_a_disposed_model(read):
 # ---- The end of the process ----
 
 
-def test_exit_with_live_models_is_fast(script):
+def test_exit_with_live_models_while_a_thread_solves(script):
     code = """
-models = []
-for i in range(20):
-    m = tso.read(data + "/lp/25fv47.mps", env); m.optimize(); models.append(m)
-    n = tso.Model(str(i), env); models.append(n)
-models.append(models[0].copy())
-x = models[0].getVars()[0]
-say(time.time())
-"""
-    lines = script(code)
-    assert time.time() - float(lines[-1]) < 5
-
-
-def test_exit_while_a_thread_solves(script):
-    code = """
+models = [tso.Model("empty", env)]
+for i in range(5):
+    m = tso.read(data + "/lp/25fv47.mps", env); m.optimize(); models += [m, m.copy()]
+x = m.getVars()[0]
 m = tso.read(hard, env)
 threading.Thread(target=m.optimize, daemon=True).start()
 time.sleep(0.5)

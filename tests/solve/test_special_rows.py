@@ -64,14 +64,6 @@ def test_rows_that_are_not_convex(new):
     assert best(m) == near(np.sqrt(30))
     m.setObjective(1 * x, TSO.MINIMIZE)
     assert best(m) == near(5)
-    whole = new()
-    p, q = (whole.addVar(vtype=TSO.INTEGER, lb=1, ub=100) for _ in range(2))
-    whole.addConstr(p * q == 91)
-    whole.setObjective(p + q)
-    assert best(whole) == near(20)
-    whole.addConstr(p * p + q * q <= -1)
-    whole.optimize()
-    assert whole.Status == TSO.Status.INFEASIBLE
 
 
 def test_rows_of_arrays(new):

@@ -60,27 +60,15 @@ def _run_children(items):
     left = list(items)
     while left:
         with tempfile.NamedTemporaryFile(suffix=".jsonl") as file:
-            command = [
-                sys.executable,
-                *subprocess._args_from_interpreter_flags(),
-                "-m",
-                "pytest",
-                "-q",
-                "-p",
-                "no:cacheprovider",
-            ]
-            command += [f"--rootdir={config.rootpath}"]
+            command = [sys.executable, *subprocess._args_from_interpreter_flags(), "-m", "pytest", "-q"]
+            command += ["-p", "no:cacheprovider", f"--rootdir={config.rootpath}"]
             command += [part for rule in config.getoption("pythonwarnings") or [] for part in ("-W", rule)]
             command += [item.nodeid for item in left]
             try:
                 run = subprocess.run(
-                    command,
-                    cwd=config.rootpath,
-                    env=stub_environment(TESSOLV_STUB_REPORTS=file.name),
-                    stdout=subprocess.PIPE,
-                    stderr=subprocess.STDOUT,
-                    timeout=SECONDS,
-                )
+                    command, cwd=config.rootpath, env=stub_environment(TESSOLV_STUB_REPORTS=file.name),
+                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=SECONDS,
+                )  # fmt: skip
                 output, how = run.stdout.decode(errors="replace"), f"ended with {run.returncode}"
             except subprocess.TimeoutExpired as late:
                 output, how = (late.stdout or b"").decode(errors="replace"), f"did not end in {SECONDS} s"

@@ -1,5 +1,6 @@
 """Values through pickle and copy, handles that refuse, and pickles that were damaged or made up."""
 
+import contextlib
 import copy
 import io
 import pickle
@@ -64,7 +65,7 @@ def test_values_survive(stub, way):
 
 
 def test_copies_share_nothing_that_changes(stub):
-    q, items, column = QuadExpr(1), tso.List([[1]]), Column()
+    q, items = QuadExpr(1), tso.List([[1]])
     for again in (copy.copy(q), copy.deepcopy(q), pickle.loads(pickle.dumps(q))):
         again.getLinExpr().addConstant(1)
     assert q.getConstant() == 1
@@ -78,7 +79,6 @@ def test_copies_share_nothing_that_changes(stub):
     first, second = pickle.loads(pickle.dumps((shared, {"again": shared})))
     assert first is second["again"]
     first.append(("b",))
-    assert column.size() == 0
 
 
 def test_values_that_hold_themselves(stub):
@@ -88,12 +88,9 @@ def test_values_that_hold_themselves(stub):
     rows.append((rows,))
     table["me"] = table
     for way in ("protocol 2", "protocol 5", "in Python", "deepcopy"):
-        again = WAYS[way](items)
-        assert again[1] is again is not items
-        again = WAYS[way](rows)
-        assert again[1][0] is again is not rows
-        again = WAYS[way](table)
-        assert again["me"] is again is not table
+        for one, held in (items, lambda a: a[1]), (rows, lambda a: a[1][0]), (table, lambda a: a["me"]):
+            again = WAYS[way](one)
+            assert held(again) is again is not one
 
 
 def test_handles_and_what_holds_them_refuse(stub, model):
@@ -179,8 +176,5 @@ def test_damaged_pickles(stub):
                 mutant[at : at + rng.randrange(2)] = [rng.choice([rng.randrange(256), rng.choice(opcodes)])]
             damaged.append(bytes(mutant))
         for each in damaged:
-            try:
-                result = Reader(io.BytesIO(each)).load()
-                looks(result)
-            except Exception:  # whatever it is that damage leads to, it is an error of Python
-                pass
+            with contextlib.suppress(Exception):  # whatever it is that damage leads to, it is an error of Python
+                looks(Reader(io.BytesIO(each)).load())
