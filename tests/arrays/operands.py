@@ -66,17 +66,12 @@ SCALAR_KINDS = {
     "QuadExpr": lambda m, rng, s: m.getVars()[0] * m.getVars()[2] - m.getVars()[1] + 1.5,
 }
 NUMBER_KINDS = {
-    "int": lambda m, rng, s: 3,
-    "zero": lambda m, rng, s: 0,
-    "one": lambda m, rng, s: 1.0,
-    "float": lambda m, rng, s: -0.75,
-    "bool": lambda m, rng, s: True,
-    "float32": lambda m, rng, s: np.float32(1.5),
+    "int": lambda m, rng, s: 3, "zero": lambda m, rng, s: 0, "one": lambda m, rng, s: 1.0,
+    "float": lambda m, rng, s: -0.75, "bool": lambda m, rng, s: True, "float32": lambda m, rng, s: np.float32(1.5),
     "int64": lambda m, rng, s: np.int64(-2),
-}
+}  # fmt: skip
 NUMPY_KINDS = {
-    "float array": lambda m, rng, s: numbers(rng, s),
-    "int array": lambda m, rng, s: numbers(rng, s, np.int64),
+    "float array": lambda m, rng, s: numbers(rng, s), "int array": lambda m, rng, s: numbers(rng, s, np.int64),
     "small int array": lambda m, rng, s: numbers(rng, s, np.int8),
     "bool array": lambda m, rng, s: numbers(rng, s) > 0,
     "float32 array": lambda m, rng, s: numbers(rng, s).astype(np.float32),
@@ -87,7 +82,7 @@ NUMPY_KINDS = {
     "reversed array": lambda m, rng, s: numbers(rng, s)[::-1] if s else numbers(rng, s),
     "list": lambda m, rng, s: numbers(rng, s).tolist(),
     "array of objects": lambda m, rng, s: numbers(rng, s).astype(object),
-}
+}  # fmt: skip
 KINDS = {**SCALAR_KINDS, **ARRAY_KINDS, **NUMBER_KINDS, **NUMPY_KINDS}
 EXPRESSIONS = {**SCALAR_KINDS, **ARRAY_KINDS}
 

@@ -146,13 +146,8 @@ def test_views_share_and_copies_do_not(model):
     x = tso.MVar.new(cells)
     views = [x.T, x.reshape(3, 2), x[0], x[:, ::2], x.transpose(), x.reshape((6,)), x[...], x.diagonal()]
     copies = [
-        x.copy(),
-        x[[0]],
-        x.reshape(-1, order="F"),
-        tso.MVar.new(cells.tolist()),
-        tso.MVar.fromlist(cells),
-        x[0, 0],
-    ]
+        x.copy(), x[[0]], x.reshape(-1, order="F"), tso.MVar.new(cells.tolist()), tso.MVar.fromlist(cells), x[0, 0],
+    ]  # fmt: skip
     cells[0, 0] = other
     assert all(view.reshape(-1)[0].item() is other for view in views)
     assert all(copy.reshape(-1)[0].item() is not other for copy in copies)

@@ -163,15 +163,10 @@ def test_what_operands_became_later_does_not_show(model):
     rng = np.random.default_rng(8)
     v = model.getVars()
     for build in [
-        lambda x, a, e: a * x + e,
-        lambda x, a, e: x + a,
-        lambda x, a, e: e * 2 - x,
-        lambda x, a, e: x.sum() + a,
-        lambda x, a, e: e.sum(axis=0),
-        lambda x, a, e: a @ x,
-        lambda x, a, e: x * e,
+        lambda x, a, e: a * x + e, lambda x, a, e: x + a, lambda x, a, e: e * 2 - x, lambda x, a, e: x.sum() + a,
+        lambda x, a, e: e.sum(axis=0), lambda x, a, e: a @ x, lambda x, a, e: x * e,
         lambda x, a, e: (np.eye(3) @ x) + e * a,
-    ]:
+    ]:  # fmt: skip
         cells = np.array(v[:3], object)
         a, x, e = numbers(rng, 3), tso.MVar.new(cells), fresh(model, rng, (3,))
         now, later = build(x, a, e), build(x, a, e)

@@ -47,17 +47,15 @@ def edit(m, rng):
     j, i = int(rng.integers(n)), int(rng.integers(k))
     cols, rows = rng.choice(n, 4, replace=False), rng.choice(k, 3, replace=False)
     edits = [
-        lambda: m.set("UB", [j], [float(rng.integers(1, 5))]),
-        lambda: m.set("LB", [j], [float(rng.integers(-2, 1))]),
+        lambda: m.set("UB", [j], [float(rng.integers(1, 5))]), lambda: m.set("LB", [j], [float(rng.integers(-2, 1))]),
         lambda: m.set("Obj", [j], [float(rng.integers(-9, 4))]),
         lambda: m.set("RHS", [i], [float(rng.integers(10, 60))]),
         lambda: m.set("VType", [j], str(rng.choice(list("CIB")))),
         lambda: m.change([i], [j], [float(rng.integers(0, 6))]),
         lambda: m.addrow(cols, rng.integers(1, 6, 4), upper=float(rng.integers(8, 30))),
         lambda: m.addvar(obj=-float(rng.integers(1, 9)), ub=3.0, rows=rows, values=rng.integers(1, 6, 3)),
-        lambda: m.delete("vars", cols[: 2 * (n > 8)]),
-        lambda: m.delete("constrs", [i] * (k > 5)),
-    ]
+        lambda: m.delete("vars", cols[: 2 * (n > 8)]), lambda: m.delete("constrs", [i] * (k > 5)),
+    ]  # fmt: skip
     edits[rng.integers(len(edits))]()
 
 

@@ -1,4 +1,4 @@
-"""Semi-definite variables and rows as data: read, changed, copied, refused by files."""
+"""Semi-definite variables and rows as data: read, changed, copied."""
 
 import capi
 import pytest
@@ -35,15 +35,3 @@ def test_a_copy_is_solved_and_copied(model):
     model.delete("constrs", [0])
     model.call("TSOoptimize")
     assert (model.count("Status"), twin.count("NumPsdConstrs")) == (3, 1)
-
-
-@pytest.mark.parametrize("suffix", ["lp", "mps", "mps.gz"])
-def test_files_without_a_form_for_them_are_refused(whole, fails, tmp_path, suffix, capfd):
-    whole.parameter("OutputFlag", 1)
-    whole.delete("constrs", [0])
-    for _ in range(2):  # rows and variables, variables alone
-        capfd.readouterr()
-        fails(capi.FORMAT_ERROR, whole.call, "TSOwrite", str(tmp_path / f"model.{suffix}"))
-        assert "no form for semi-definite" in capfd.readouterr().out
-        assert list(tmp_path.iterdir()) == []
-        whole.delete("constrs", range(whole.count("NumConstrs")))

@@ -44,14 +44,10 @@ def running(library):
 def test_others_are_kept_out_of_a_model_that_is_being_solved(library, running, fails):
     m, thread, codes = running
     for call in (
-        m.state,
-        m.addvar,
-        lambda: m.delete("vars", [0]),
-        lambda: m.call("TSOoptimize"),
-        lambda: m.call("TSOgetattrinfo", "X", None, None, None),
-        lambda: m.call("TSOreset", 0),
+        m.state, m.addvar, lambda: m.delete("vars", [0]), lambda: m.call("TSOoptimize"),
+        lambda: m.call("TSOgetattrinfo", "X", None, None, None), lambda: m.call("TSOreset", 0),
         lambda: m.parameter("MaxTime", 1.0),
-    ):
+    ):  # fmt: skip
         fails(capi.ERROR, call)
     assert m.dll.TSOcopymodel(m.handle) is None
     other = library.model()  # other models go on meanwhile

@@ -31,19 +31,13 @@ class Program:
         # More terms than have room in an object, none, and a few.
         long, products = [2.0, 3.0, -1.0, 4.0, 0.5, 6.0], [ref.mul(v, w) for v in (x, y) for w in (x, y, z)]
         self.mine = [
-            ref.quicksum(ref.scaled(v, c) for c, v in zip(long, (x, y, z, x, y, z))),
-            ref.LinExpr(),
-            ref.quicksum(products),
-            ref.add(ref.scaled(z, 3.0), 1.5),
-            ref.QuadExpr(),
-        ]
+            ref.quicksum(ref.scaled(v, c) for c, v in zip(long, (x, y, z, x, y, z))), ref.LinExpr(),
+            ref.quicksum(products), ref.add(ref.scaled(z, 3.0), 1.5), ref.QuadExpr(),
+        ]  # fmt: skip
         self.real = [
-            tso.LinExpr(long, [vx, vy, vz, vx, vy, vz]),
-            tso.LinExpr(),
-            tso.quicksum(v * w for v in (vx, vy) for w in (vx, vy, vz)),
-            3 * vz + 1.5,
-            tso.QuadExpr(),
-        ]
+            tso.LinExpr(long, [vx, vy, vz, vx, vy, vz]), tso.LinExpr(),
+            tso.quicksum(v * w for v in (vx, vy) for w in (vx, vy, vz)), 3 * vz + 1.5, tso.QuadExpr(),
+        ]  # fmt: skip
 
     def operand(self, which):
         """A pair (reference, real) of an expression, a variable or a number."""

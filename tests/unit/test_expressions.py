@@ -235,20 +235,11 @@ def test_python_code_in_between(xyz, change):
     hostile = Hostile(act)
     data += [hostile] * 3
     for use in (
-        lambda: e.addTerms(hostile, x),
-        lambda: e.addTerms(data, [x] * 60),
-        lambda: e.addTerms([1, 2], hostile),
-        lambda: tso.LinExpr(hostile),
-        lambda: tso.quicksum(data),
-        lambda: x == hostile,
-        lambda: q.addTerms(hostile, x, y),
-        lambda: q.addTerms([hostile] * 3, [x] * 3, [y] * 3),
-        lambda: operator.imul(q, 2),
-        lambda: q * 3,
-        lambda: q.add(q, 2.0),
-        lambda: q.remove(x),
-        lambda: str(q),
-    ):
+        lambda: e.addTerms(hostile, x), lambda: e.addTerms(data, [x] * 60), lambda: e.addTerms([1, 2], hostile),
+        lambda: tso.LinExpr(hostile), lambda: tso.quicksum(data), lambda: x == hostile,
+        lambda: q.addTerms(hostile, x, y), lambda: q.addTerms([hostile] * 3, [x] * 3, [y] * 3),
+        lambda: operator.imul(q, 2), lambda: q * 3, lambda: q.add(q, 2.0), lambda: q.remove(x), lambda: str(q),
+    ):  # fmt: skip
         try:
             use()
         except (KeyError, TypeError, ValueError, IndexError, AttributeError, tso.TessolvError):
