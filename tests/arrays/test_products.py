@@ -46,14 +46,11 @@ def test_every_pair_of_operands(model, a, b):
 def test_scalars_and_strangers_are_refused(model):
     x, v = model.addMVar(2), model.getVars()[0]
     for act, left, right in [
-        (lambda: v @ x, "Var", "MVar"),
-        (lambda: x @ v, "MVar", "Var"),
-        (lambda: (v + 1) @ np.ones(1), "LinExpr", "ndarray"),
-        (lambda: np.ones(1) @ (v * v), "ndarray", "QuadExpr"),
-        (lambda: x @ 2, "MVar", "int"),
-        (lambda: 2.5 @ (x + 1), "float", "MLinExpr"),
+        (lambda: v @ x, "Var", "MVar"), (lambda: x @ v, "MVar", "Var"),
+        (lambda: (v + 1) @ np.ones(1), "LinExpr", "ndarray"), (lambda: np.ones(1) @ (v * v), "ndarray", "QuadExpr"),
+        (lambda: x @ 2, "MVar", "int"), (lambda: 2.5 @ (x + 1), "float", "MLinExpr"),
         (lambda: x @ "ab", "MVar", "str"),
-    ]:
+    ]:  # fmt: skip
         assert oracle.outcome(act) == ("TypeError", f"unsupported operand type(s) for @: `{left}` and `{right}`")
     for act in (lambda: x @ None, lambda: {} @ x, lambda: x @ ["a", "b"], lambda: x @ [v, v]):
         assert oracle.outcome(act)[0] in ("TypeError", "ValueError")
@@ -144,14 +141,9 @@ def test_a_broken_sparse_matrix_is_an_error(model, form, wide_indices, build):
 
     x = build(model, np.random.default_rng(0), (3,))
     for field, place, number in [
-        ("indices", 1, 3),
-        ("indices", 1, -1),
-        ("indices", 0, 2**31 - 1),
-        ("indptr", 3, 4),
-        ("indptr", 0, -1),
-        ("indptr", 1, 3),
-        ("indptr", 2, -5),
-    ]:
+        ("indices", 1, 3), ("indices", 1, -1), ("indices", 0, 2**31 - 1), ("indptr", 3, 4), ("indptr", 0, -1),
+        ("indptr", 1, 3), ("indptr", 2, -5),
+    ]:  # fmt: skip
         a = broken(field, place, number)
         if (field, place, number) == ("indptr", 1, 3):
             a.indptr[2] = 1  # falls

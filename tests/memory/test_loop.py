@@ -16,6 +16,7 @@ class Mallinfo(ctypes.Structure):
     _fields_ = [(name, ctypes.c_size_t) for name in
         "arena ordblks smblks hblks hblkhd usmblks fsmblks uordblks fordblks keepcost".split()]
 
+NODE = tessolvpy.TSO.Callback.MIPNODE
 mallinfo2 = ctypes.CDLL(None).mallinfo2
 mallinfo2.restype = Mallinfo
 
@@ -24,10 +25,17 @@ def in_use():
     info = mallinfo2()
     return info.uordblks + info.hblkhd
 
+def look(m, where):
+    m.cbGetSolution(), m.cbGet(tessolvpy.TSO.Callback.MIP_OBJBND)
+    if where == NODE:
+        m.cbGetNodeRel(m.getVars()), m.cbGet(304)
+
 def once():
     m = tessolvpy.read(sys.argv[1])
     m.setParam("OutputFlag", 0)
     m.optimize()
+    m.reset()
+    m.optimize(look)  # which only a MIP calls
     x = m.getVars()
     m.getAttr("X", x), m.getAttr("VarName", x), x[0].X, m.ObjVal
     try:

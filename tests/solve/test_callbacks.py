@@ -1,12 +1,10 @@
 """Callbacks in real runs: what they are asked about, what their cuts, solutions and branchings do to the answer."""
 
-import gc
 import itertools
 import math
 import os
 import random
 import signal
-import subprocess
 import sys
 import threading
 import time
@@ -299,59 +297,12 @@ def test_kept_models_and_threads():
         kept[0].cbGet(300)
 
 
-def test_many_callbacks_keep_no_memory():
-    def resident():
-        with open("/proc/self/statm") as file:
-            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
-
-    m, x = knapsacks(50, 15, 1)
-    calls, sizes = 0, []
-
-    def callback(model, where):
-        nonlocal calls
-        for _ in range(20):
-            calls += 1
-            model.cbGetSolution(x)
-            model.cbGet(TSO.Callback.MIP_OBJBND)
-            if where == NODE:
-                model.cbGet(304)
-        if calls % 1000 == 0:
-            gc.collect()
-            sizes.append(resident())
-
-    before = gc.get_count()
-    m.optimize(callback)
-    assert calls > 10000 and before
-    if "asan" not in os.environ.get("LD_PRELOAD", ""):
-        assert sizes[-1] - sizes[len(sizes) // 2] < 8 << 20
-
-
 def test_no_callback_without_anything_discrete():
     m = quiet()
     x = m.addVar(ub=3, obj=-1)
     called = []
     m.optimize(lambda model, where: called.append(where))
     assert x.X == 3 and not called and math.isclose(m.ObjVal, -3)
-
-
-def test_the_end_of_the_process_in_the_middle_of_callbacks(tmp_path):
-    """The interpreter then ends the threads of the runs, wherever they are."""
-    script = f"""
-import sys, threading, time
-sys.path[:0] = {[str(Path(__file__).parent), *sys.path]}
-from test_callbacks import knapsacks
-
-def work():
-    m, x = knapsacks(60, 20, 2)
-    m.optimize(lambda model, where: (time.sleep(0.1), model.cbGetSolution(x)))
-
-for _ in range(2):
-    threading.Thread(target=work, daemon=True).start()
-time.sleep(0.5)
-"""
-    for _ in range(3):
-        run = subprocess.run([sys.executable, "-c", script], cwd=tmp_path, capture_output=True, text=True, timeout=120)
-        assert run.returncode == 0, run.stderr
 
 
 def test_runs_on_many_threads_one_after_another():

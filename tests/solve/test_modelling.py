@@ -50,20 +50,3 @@ def test_a_plan_that_changes(new):
     m.addConstr(False)
     m.optimize()
     assert m.Status == tso.TSO.INFEASIBLE
-
-
-def test_quadratic_objectives(new):
-    m = new()
-    x, y = m.addVar(lb=-10, name="x"), m.addVar(lb=-10, name="y")
-    m.addConstr(x + y == 4)
-    m.setObjective((x - 1) * (x - 1) + 2 * x * y - 2 * x * y + 2 * y**2 + 3 * x)
-    # x^2 - 2 x + 1 + 2 y^2 + 3 x on y = 4 - x is 3 x^2 - 15 x + 33, least at 2.5.
-    assert solved(m) == pytest.approx(14.25)
-    back = m.getObjective()
-    m.setObjective(back)
-    assert solved(m) == pytest.approx(back.getValue())
-    m.setObjective(x + 0, tso.TSO.MAXIMIZE)  # nothing quadratic is left behind
-    assert type(m.getObjective()) is tso.LinExpr
-    assert solved(m) == pytest.approx(14)
-    m.setObjective(tso.LinExpr(2.5))
-    assert (m.getObjective().size(), m.getObjective().getConstant(), solved(m)) == (0, 2.5, 2.5)

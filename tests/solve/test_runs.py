@@ -85,14 +85,15 @@ def test_handles_of_a_disposed_model(read):
 # ---- The end of the process ----
 
 
-def test_exit_with_live_models_while_a_thread_solves(script):
-    code = """
+@pytest.mark.parametrize("callback", ["None", "lambda model, where: (time.sleep(0.1), model.cbGetSolution())"])
+def test_exit_with_live_models_while_a_thread_solves(script, callback):
+    code = f"""
 models = [tso.Model("empty", env)]
 for i in range(5):
     m = tso.read(data + "/lp/25fv47.mps", env); m.optimize(); models += [m, m.copy()]
 x = m.getVars()[0]
 m = tso.read(hard, env)
-threading.Thread(target=m.optimize, daemon=True).start()
+threading.Thread(target=m.optimize, args=({callback},), daemon=True).start()
 time.sleep(0.5)
 say(time.time())
 """

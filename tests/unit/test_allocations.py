@@ -124,13 +124,10 @@ def test_every_allocation_that_fails(stub, built, name, only_one):
 
 
 WHOLE = [
-    lambda e, f, q, r, x, y: e.addTerms(3, x),
-    lambda e, f, q, r, x, y: e.addTerms([1] * 9, [y] * 9),
-    lambda e, f, q, r, x, y: e.add(f, 2.0),
-    lambda e, f, q, r, x, y: f.add(e),
-    lambda e, f, q, r, x, y: q.addTerms(3, x, y),
-    lambda e, f, q, r, x, y: q.add(r, 2.0),
-]
+    lambda e, f, q, r, x, y: e.addTerms(3, x), lambda e, f, q, r, x, y: e.addTerms([1] * 9, [y] * 9),
+    lambda e, f, q, r, x, y: e.add(f, 2.0), lambda e, f, q, r, x, y: f.add(e),
+    lambda e, f, q, r, x, y: q.addTerms(3, x, y), lambda e, f, q, r, x, y: q.add(r, 2.0),
+]  # fmt: skip
 
 
 def test_expressions_stay_whole_when_memory_runs_out(built):

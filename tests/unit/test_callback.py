@@ -79,12 +79,9 @@ def test_values(model, x, inside):
     keyed = tupledict({(0, "a"): x[3], (1, "b"): x[1]})
     grid = tso.MVar.fromlist([[x[0], x[1]], [x[2], x[3]]])
     for asked, expected in [
-        ((x[2],), 0.5),
-        ((reversed(x),), [0.75, 0.5, 0.25, 0.0]),
-        ((keyed,), {(0, "a"): 0.75, (1, "b"): 0.25}),
-        ((grid,), [[0.0, 0.25], [0.5, 0.75]]),
-        ((), [0.0, 0.25, 0.5, 0.75]),
-    ]:
+        ((x[2],), 0.5), ((reversed(x),), [0.75, 0.5, 0.25, 0.0]), ((keyed,), {(0, "a"): 0.75, (1, "b"): 0.25}),
+        ((grid,), [[0.0, 0.25], [0.5, 0.75]]), ((), [0.0, 0.25, 0.5, 0.75]),
+    ]:  # fmt: skip
         found = inside(lambda asked=asked: model.cbGetSolution(*asked))[0]
         assert (found.tolist() if isinstance(found, np.ndarray) else found) == expected
         assert type(found) is np.ndarray or isinstance(found, type(expected))

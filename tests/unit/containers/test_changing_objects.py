@@ -45,17 +45,14 @@ def fail():
 
 
 CHANGES = {
-    "clear": lambda x: x.clear(),
-    "clear rows only": list.clear,
-    "drop index": lambda x: x.clean(),
+    "clear": lambda x: x.clear(), "clear rows only": list.clear, "drop index": lambda x: x.clean(),
     "break index": lambda x: setattr(x, "tuple_index_", []),
     "empty index": lambda x: [d.clear() for d in x.tuple_index_ or ()],
     "empty lists": lambda x: [p.clear() for d in x.tuple_index_ or () for p in list(d.values())],
     "shorter rows": lambda x: list.__setitem__(x, slice(None), [(1,)]),
-    "scalars": lambda x: list.__setitem__(x, slice(None), [1] * 9),
-    "nested query": lambda x: x.select("*", 2),
+    "scalars": lambda x: list.__setitem__(x, slice(None), [1] * 9), "nested query": lambda x: x.select("*", 2),
     "wildcard": lambda x: delattr(x, "wildcard_"),
-}
+}  # fmt: skip
 
 
 @pytest.mark.parametrize("name", CHANGES)
@@ -112,11 +109,8 @@ def test_rows_with_lengths_of_their_own():
     row.length = fail
     made = tuplelist([(1, 2)])
     for act in (
-        lambda: tuplelist([row]),
-        lambda: made.append(row),
-        lambda: made + [row],
-        lambda: multidict({"a": row}),
-    ):
+        lambda: tuplelist([row]), lambda: made.append(row), lambda: made + [row], lambda: multidict({"a": row}),
+    ):  # fmt: skip
         with pytest.raises(Fault):
             act()
     assert made == [(1, 2)]
