@@ -5,37 +5,15 @@ import sys
 from pathlib import Path
 
 import cutting_stock
-import knapsack
 import numpy as np
 import piecewise_sos2
 import pytest
-from tableio import read_table
 
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples"
 
 
 def near(value, digits=1e-7):
     return pytest.approx(value, rel=digits, abs=digits)
-
-
-def best_load(weight, profit, capacity):
-    best = [0] * (capacity + 1)
-    for w, p in zip(weight, profit):
-        for room in range(capacity, w - 1, -1):
-            best[room] = max(best[room], best[room - w] + p)
-    return best[capacity]
-
-
-def test_knapsack():
-    things = [(int(row["weight"]), int(row["profit"])) for row in read_table("knapsack_15.csv")]
-    weight, profit = map(list, zip(*things))
-    assert best_load(weight, profit, knapsack.CAPACITY) == 1458
-    # Loads of all sizes, from none to everything.
-    for capacity in (60, 333, 499, knapsack.CAPACITY, 2000):
-        value, load = knapsack.solve(weight, profit, capacity)
-        assert value == near(best_load(weight, profit, capacity))
-        assert sum(profit[i] for i in load) == near(value)
-        assert sum(weight[i] for i in load) <= capacity
 
 
 def test_piecewise():

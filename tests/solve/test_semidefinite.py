@@ -87,26 +87,6 @@ def test_max_cut_bound_through_edits(m):
     assert solved(copied) == near(solved(m))
 
 
-def test_beside_linear_variables(m):
-    """The least eigenvalue is the largest t with A - t * I semi-definite, and the least of <A, X> with trace 1."""
-    half = np.random.default_rng(5).normal(size=(6, 6))
-    A = half + half.T
-    least = np.linalg.eigvalsh(A)[0]
-    t, Y = m.addVar(lb=-TSO.INFINITY, name="t"), m.addPsdVar(6)
-    for i in range(6):
-        for j in range(i + 1):
-            m.addConstr(Y * cell(i, j, 6) + (i == j) * t == A[i, j])
-    m.setObjective(1 * t, TSO.MAXIMIZE)
-    assert solved(m) == near(least) == near(t.X)
-    X = m.addPsdVar(6, name="X")
-    m.addConstr(np.eye(6) * X == 1)
-    m.setObjective(t - half * X * 2 + 5)  # half is not symmetric: 2 * half counts as A
-    assert solved(m) == near(5)
-    v = np.linalg.eigh(A)[1][:, 0]
-    assert np.allclose(X.PsdX, np.outer(v, v), atol=1e-4)
-    assert (half * X).getValue() == near(np.sum(half * X.PsdX))
-
-
 def test_what_is_refused_leaves_the_model(m, new):
     X, other = m.addPsdVar(2, [[2, 1], [1, 0]]), new("other")
     Z, z, huge = other.addPsdVar(2), other.addVar(), m.addPsdVar(10**6)

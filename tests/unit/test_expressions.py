@@ -47,33 +47,24 @@ def test_texts(stub, xyz):
     x, y, z = xyz
     shape = "TempConstr:\nlhs:\n----\n{}\nexpr:\n-----\n{}\nrhs:\n----\n{}"
     for made, *parts in [
-        (x <= 5, None, "<LinExpr: v - 5.0>", 0),
-        (5 <= x, 0, "<LinExpr: v - 5.0>", None),
-        (x + y >= 2 * z, 0, "<LinExpr: v + v - 2.0 * v>", None),
-        (x == y, 0, "<LinExpr: - v + v>", 0),
-        (x == [0, 100], 0, "<Var v>", 100),
-        (x + y == (True, 2.5), True, "<LinExpr: v + v>", 2.5),
-        (x == numpy.array([1, 2]), 1, "<Var v>", 2),
-        (x * y >= x, 0, "<QuadExpr: v * v + - v>", None),
+        (x <= 5, None, "<LinExpr: v - 5.0>", 0), (5 <= x, 0, "<LinExpr: v - 5.0>", None),
+        (x + y >= 2 * z, 0, "<LinExpr: v + v - 2.0 * v>", None), (x == y, 0, "<LinExpr: - v + v>", 0),
+        (x == [0, 100], 0, "<Var v>", 100), (x + y == (True, 2.5), True, "<LinExpr: v + v>", 2.5),
+        (x == numpy.array([1, 2]), 1, "<Var v>", 2), (x * y >= x, 0, "<QuadExpr: v * v + - v>", None),
         (tso.TempConstr.new(lhs=x, lb=None, rhs=2), None, "<LinExpr: v - 2.0>", 0),
         (tso.TempConstr.new(x, 1, 2), 1, "<Var v>", 2),
-    ]:
+    ]:  # fmt: skip
         assert str(made) == repr(made) == shape.format(*parts)
     pair, sides = (x == 1) >> (x + y <= 2), (x == 1, x + y <= 2)
     blocks = ["\n".join("  " + line for line in str(one).split("\n")) for one in sides]
     assert str(pair) == "(\n{}\n) >> (\n{}\n)".format(*blocks)
     stub.set(VarName="é")
     for made, text in [
-        (tso.LinExpr(), "<LinExpr: >"),
-        (-x, "<LinExpr: - é>"),
-        (-2.5 * x - y - 0.0, "<LinExpr: - 2.5 * é - é>"),
-        (tso.LinExpr(-3), "<LinExpr: - 3.0>"),
-        (x * x, "<QuadExpr: é ^ 2>"),
-        (2 * x * y + 3 * x + 1, "<QuadExpr: 2.0 * é * é + 3.0 * é + 1.0>"),
-        (x * y - x, "<QuadExpr: é * é + - é>"),
-        (-x * y, "<QuadExpr: - é * é>"),
-        (tso.QuadExpr(-x), "<QuadExpr: - é>"),
-    ]:
+        (tso.LinExpr(), "<LinExpr: >"), (-x, "<LinExpr: - é>"), (-2.5 * x - y - 0.0, "<LinExpr: - 2.5 * é - é>"),
+        (tso.LinExpr(-3), "<LinExpr: - 3.0>"), (x * x, "<QuadExpr: é ^ 2>"),
+        (2 * x * y + 3 * x + 1, "<QuadExpr: 2.0 * é * é + 3.0 * é + 1.0>"), (x * y - x, "<QuadExpr: é * é + - é>"),
+        (-x * y, "<QuadExpr: - é * é>"), (tso.QuadExpr(-x), "<QuadExpr: - é>"),
+    ]:  # fmt: skip
         assert (str(made), repr(made)) == (text, text)
     for length in (250, 251, 5000):
         text = "3.0 * " + "".join(chr(97 + i % 26) for i in range(length - 6))
@@ -86,16 +77,13 @@ def test_texts(stub, xyz):
 def test_making_linear_expressions(xyz):
     x, y, _ = xyz
     for arguments, expected in [
-        (("2.5",), ([], 2.5)),
-        ((0, x), ([], 0.0)),
-        ((-2, x), ([(-2.0, 0)], 0.0)),
+        (("2.5",), ([], 2.5)), ((0, x), ([], 0.0)), ((-2, x), ([(-2.0, 0)], 0.0)),
         (([1, 0, 2], [x, "never looked at", y, y]), ([(1.0, 0), (2.0, 1)], 0.0)),
         ((numpy.array([1, 2]), numpy.array([x, y], object)), ([(1.0, 0), (2.0, 1)], 0.0)),
         (((1, 2), {0: x, 1: y}), ([(1.0, 0), (2.0, 1)], 0.0)),
         (([(1, x, None), [2, y, 3, 4]],), ([(1.0, 0), (2.0, 1)], 0.0)),
-        (([([1, 2], [x, y], 0)],), ([(1.0, 0), (2.0, 1)], 0.0)),
-        (((), None), ([], 0.0)),
-    ]:
+        (([([1, 2], [x, y], 0)],), ([(1.0, 0), (2.0, 1)], 0.0)), (((), None), ([], 0.0)),
+    ]:  # fmt: skip
         assert terms(tso.LinExpr(*arguments)) == expected
         if len(arguments) == 1:
             assert terms(tso.QuadExpr(*arguments)) == (*expected, [])

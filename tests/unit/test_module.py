@@ -64,14 +64,11 @@ def test_error_forms(stub):
     assert by_code.args == ("text of code -3",)
     assert stub.calls() == [("TSOexplainerror", -3)]
     for error, code, message in [
-        (tso.TessolvError("boom"), -1, "boom"),
-        (tso.TessolvError(b"boom\xc3\xa9"), -1, "boomé"),
-        (tso.TessolvError("boom", 17), -1, "boom"),
-        (tso.TessolvError(5, "x"), 5, "x"),
-        (tso.TessolvError(5, b"x"), 5, "x"),
-        (tso.TessolvError(True, "x"), 1, "x"),
+        (tso.TessolvError("boom"), -1, "boom"), (tso.TessolvError(b"boom\xc3\xa9"), -1, "boomé"),
+        (tso.TessolvError("boom", 17), -1, "boom"), (tso.TessolvError(5, "x"), 5, "x"),
+        (tso.TessolvError(5, b"x"), 5, "x"), (tso.TessolvError(True, "x"), 1, "x"),
         (tso.TessolvError(tso._np.int64(7), "x"), 7, "x"),
-    ]:
+    ]:  # fmt: skip
         assert (error.errno, error.message, str(error), error.args) == (code, message, message, (message,))
         assert type(error.errno) is int
     assert stub.calls() == []  # who has a message does not ask for one

@@ -19,10 +19,8 @@ def test_every_parameter_reaches_its_function(stub, env, capsys, name, kind):
 
 def test_wildcards(stub, env, capsys):
     for pattern, name in [
-        ("MaxTi*", "MaxTime"),
-        ("mip/gapa?s", "MIP/GapAbs"),
-        ("*LinearizationBig[LMN]", "MIP/LinearizationBigM"),
-    ]:
+        ("MaxTi*", "MaxTime"), ("mip/gapa?s", "MIP/GapAbs"), ("*LinearizationBig[LMN]", "MIP/LinearizationBigM"),
+    ]:  # fmt: skip
         env.setParam(pattern, 10)
         assert stub.calls()[0][0::2] == ("TSOsetdblparam", name)
         assert capsys.readouterr().out == f"Set parameter {name} to value 10\n"

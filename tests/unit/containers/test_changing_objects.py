@@ -222,13 +222,11 @@ def change_dict():
 
 
 ACTIONS = {
-    "changes": lambda: change(tuplelist(ROWS)),
-    "queries": lambda: query(tuplelist(ROWS)),
+    "changes": lambda: change(tuplelist(ROWS)), "queries": lambda: query(tuplelist(ROWS)),
     "queries of objects": lambda: query(tuplelist(BOXED)),
-    "scalars": lambda: tuplelist([TEXT, "other"], wildcard=TEXT).select([TEXT, "other"]),
-    "dict": change_dict,
+    "scalars": lambda: tuplelist([TEXT, "other"], wildcard=TEXT).select([TEXT, "other"]), "dict": change_dict,
     "multidict": lambda: multidict({row: [1.5, TEXT] for row in ROWS}),
-}
+}  # fmt: skip
 ACTIONS["refusals"] = lambda: [refused(act)(rows(), keyed()) for act, *_ in refusals()]
 
 

@@ -96,18 +96,15 @@ def test_select_follows_the_rules(case):
 
 
 DROPPING = {
-    "append": lambda x, row, n: x.append(row),
-    "insert": lambda x, row, n: x.insert(n, row),
+    "append": lambda x, row, n: x.append(row), "insert": lambda x, row, n: x.insert(n, row),
     "remove": lambda x, row, n: x.remove(x[n]) if len(x) > n else x.reverse(),
-    "add": lambda x, row, n: operator.iadd(x, [row]),
-    "add nothing": lambda x, row, n: operator.iadd(x, ()),
+    "add": lambda x, row, n: operator.iadd(x, [row]), "add nothing": lambda x, row, n: operator.iadd(x, ()),
     "multiply": lambda x, row, n: operator.imul(x, n if len(x) < 20 else 0),
     "store slice": lambda x, row, n: x.__setitem__(slice(0, n), [row, row]),
     "delete": lambda x, row, n: x.__delitem__(slice(n)),
-    "pop": lambda x, row, n: x.pop(*[0][:n]) if x else x.reverse(),
-    "clear": lambda x, row, n: x.clear(),
+    "pop": lambda x, row, n: x.pop(*[0][:n]) if x else x.reverse(), "clear": lambda x, row, n: x.clear(),
     "clean": lambda x, row, n: x.clean() if isinstance(x, tuplelist) else None,
-}
+}  # fmt: skip
 KEEPING = {
     "extend": lambda x, row, n: x.extend([row]),
     "sort": lambda x, row, n: x.sort(key=lambda r: hash((r, n))),
@@ -150,14 +147,11 @@ def test_changes_between_queries(kind, steps):
 
 CHANGES = {
     "store": lambda d, key, v: d.__setitem__(key, v),
-    "delete": lambda d, key, v: d.__delitem__(key) if key in d else None,
-    "clear": lambda d, key, v: d.clear(),
-    "setdefault": lambda d, key, v: (d.setdefault(key, v), None)[1],
-    "update": lambda d, key, v: d.update({key: v}),
-    "or": lambda d, key, v: operator.ior(d, {key: v}) is d,
-    "pop": lambda d, key, v: d.pop(key) if key in d else None,
+    "delete": lambda d, key, v: d.__delitem__(key) if key in d else None, "clear": lambda d, key, v: d.clear(),
+    "setdefault": lambda d, key, v: (d.setdefault(key, v), None)[1], "update": lambda d, key, v: d.update({key: v}),
+    "or": lambda d, key, v: operator.ior(d, {key: v}) is d, "pop": lambda d, key, v: d.pop(key) if key in d else None,
     "popitem": lambda d, key, v: d.popitem() if d else None,
-}
+}  # fmt: skip
 
 
 @settings(max_examples=200, deadline=None)
