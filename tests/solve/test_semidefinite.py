@@ -6,6 +6,7 @@ import numpy as np
 import pytest
 import scipy.sparse as sp
 import tessolvpy as tso
+from scipy.linalg import solve_continuous_are
 from tessolvpy import TSO
 
 PROGRAM = Path(tso.__file__).parent / "tessolvpy.libs" / "tessolv-csdp"
@@ -85,6 +86,26 @@ def test_max_cut_bound_through_edits(m):
     assert rows[4].index < 0 and m.NumPsdConstrs == 4
     copied = m.copy()
     assert solved(copied) == near(solved(m))
+
+
+def test_a_regulator(m):
+    """The cost of an optimal control, the largest P with [[A'P + PA + Q, PB], [B'P, R]] semi-definite: by Riccati."""
+    rng = np.random.default_rng(4)
+    A, B, Q, R = rng.normal(size=(4, 4)), rng.normal(size=(4, 2)), np.diag([1.0, 2.0, 0.5, 1.0]), np.eye(2)
+    P, M = m.addPsdVar(4), m.addPsdVar(6)
+    for i in range(6):
+        for j in range(i + 1):
+            C = np.zeros((4, 4))
+            if i < 4:
+                C[:, j] += A[:, i]
+                C[i, :] += A[:, j]
+            elif j < 4:
+                C[:, j] += B[:, i - 4]
+            constant = Q[i, j] if i < 4 else R[i - 4, j - 4] if j >= 4 else 0.0
+            m.addConstr(cell(i, j, 6) * M == C * P + constant)
+    m.setObjective(np.eye(4) * P, TSO.MAXIMIZE)
+    riccati = solve_continuous_are(A, B, Q, R)
+    assert solved(m) == near(np.trace(riccati)) and np.allclose(P.PsdX, riccati, atol=1e-4)
 
 
 def test_what_is_refused_leaves_the_model(m, new):
