@@ -106,6 +106,7 @@ def test_unknown_before_a_search_and_gone_after_the_next_run(build, run):
     assert failure.value.code == capi.IIS_FEASIBLE
 
 
+@pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
 def test_semidefinite_rows(library):
     m = library.model()
     m.addpsdvar(2)

@@ -1,9 +1,12 @@
 """Problems with numbers of very different sizes, and what is told of a problem with whole numbers."""
 
+from pathlib import Path
+
 import pytest
 import tessolvpy as tso
 
 TSO = tso.TSO
+PROGRAM = Path(tso.__file__).parent / "tessolvpy.libs" / "tessolv-csdp"
 XYZ = "Minimize\n obj: x + y + z{}\nSubject To\n{}\nBounds\n{}\nEnd\n"
 FAR_APART = {  # and the optimum
     "far bounds": (" + y", " a: x + y >= 1\n b: x - y <= 1", " -1e19 <= x <= 1e19\n -1e19 <= y <= 5", "", 1),
@@ -24,6 +27,8 @@ def test_numbers_of_very_different_sizes(state, name):
     m = state(XYZ.format(objective, rows, f"{bounds}\n{types}"))
     m.Params.MaxTime = 20
     m.optimize()
+    if m.Status == TSO.SUB_OPTIMAL and not PROGRAM.exists():
+        pytest.skip("built without CSDP, which would prove the optimum")
     assert (m.Status, m.HasSolution) == (TSO.OPTIMAL, 1)
     assert m.ObjVal == pytest.approx(optimum, rel=1e-5)
 
