@@ -23,12 +23,12 @@ FAR_APART = {  # and the optimum
 
 @pytest.mark.parametrize("name", FAR_APART)
 def test_numbers_of_very_different_sizes(state, name):
+    if name == "small rows" and not PROGRAM.exists():
+        pytest.skip("built without CSDP; what else answers keeps such a row within a tolerance only")
     objective, rows, bounds, types, optimum = FAR_APART[name]
     m = state(XYZ.format(objective, rows, f"{bounds}\n{types}"))
     m.Params.MaxTime = 20
     m.optimize()
-    if m.Status == TSO.SUB_OPTIMAL and not PROGRAM.exists():
-        pytest.skip("built without CSDP, which would prove the optimum")
     assert (m.Status, m.HasSolution) == (TSO.OPTIMAL, 1)
     assert m.ObjVal == pytest.approx(optimum, rel=1e-5)
 
