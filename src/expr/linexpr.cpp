@@ -48,10 +48,6 @@ void linexpr_init(LinExpr& self, PyObject* args, PyObject* kwargs) {
     }
 }
 
-[[noreturn]] void unsupported_inplace(Borrowed self, Borrowed other) {
-    raise(PyExc_TypeError, "unsupport operation +=: `%s` and `%s`", type_name(self), type_name(other));
-}
-
 Ref linexpr_iadd(LinExpr& self, PyObject* other) {
     switch (kind_of(other)) {
     case Operands::Number:
@@ -264,6 +260,26 @@ void clear(LinExpr& self) {
     self.coeffs.clear();
     self.vars.clear();
     self.constant = 0.0;
+}
+
+void unsupported_inplace(Borrowed self, Borrowed other) {
+    raise(PyExc_TypeError, "unsupport operation +=: `%s` and `%s`", type_name(self), type_name(other));
+}
+
+bool add_operand(LinExpr& self, Operands kind, Borrowed other) {
+    switch (kind) {
+    case Operands::Number:
+        add_constant(self, other);
+        return true;
+    case Operands::Var:
+        add_term(self, 1.0, other);
+        return true;
+    case Operands::LinExpr:
+        add_expr(self, 1.0, as_linexpr(other));
+        return true;
+    default:
+        return false;
+    }
 }
 
 void add_constant(LinExpr& self, Borrowed c) {

@@ -1,6 +1,7 @@
 // LinExpr: a linear expression, which is a constant and terms in the order in which they were added.
 #pragma once
 
+#include "expr/kinds.h"
 #include "expr/store.h"
 #include "module/state.h"
 #include "py/type.h"
@@ -42,6 +43,10 @@ inline void add_term(LinExpr& self, double coeff, Borrowed var) {
 void add_expr(LinExpr& self, double mult, LinExpr& expr);
 
 void add_constant(LinExpr& self, Borrowed c);
+// Adds a number, a Var or a LinExpr to a linear part; false for what is none of them.
+bool add_operand(LinExpr& self, Operands kind, Borrowed other);
+// TypeError: an object cannot be added to or multiplied into an expression in place.
+[[noreturn]] void unsupported_inplace(Borrowed self, Borrowed other);
 void scale_terms(LinExpr& self, double mult); // in place, without the constant; zero keeps the terms
 void clear(LinExpr& self);
 

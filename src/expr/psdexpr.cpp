@@ -148,10 +148,6 @@ Py_hash_t psdexpr_hash(PyObject* self) {
     raise(PyExc_TypeError, "unsupported operand type(s) for hash(): `%s`", type_name(self));
 }
 
-[[noreturn]] void unsupported_inplace(Borrowed self, Borrowed other) {
-    raise(PyExc_TypeError, "unsupport operation +=: `%s` and `%s`", type_name(self), type_name(other));
-}
-
 // self += mult * expr, all of it or nothing.
 void add_psdexpr(PsdExpr& self, PsdExpr& expr, double mult) {
     if (mult == 0.0)
@@ -164,23 +160,10 @@ void add_psdexpr(PsdExpr& self, PsdExpr& expr, double mult) {
 }
 
 Ref psdexpr_iadd(PsdExpr& self, PyObject* other) {
-    if (is_psdexpr(other)) {
+    if (is_psdexpr(other))
         add_psdexpr(self, as_psdexpr(other), 1.0);
-        return Ref::borrow(as_object(&self));
-    }
-    switch (kind_of(other)) {
-    case Operands::Number:
-        add_constant(self.linear(), other);
-        break;
-    case Operands::Var:
-        add_term(self.linear(), 1.0, other);
-        break;
-    case Operands::LinExpr:
-        add_expr(self.linear(), 1.0, as_linexpr(other));
-        break;
-    default:
+    else if (!add_operand(self.linear(), kind_of(other), other))
         unsupported_inplace(as_object(&self), other);
-    }
     return Ref::borrow(as_object(&self));
 }
 Ref psdexpr_isub(PsdExpr& self, PyObject* other) {

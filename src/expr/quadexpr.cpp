@@ -48,27 +48,12 @@ void quadexpr_init(QuadExpr& self, PyObject* args, PyObject* kwargs) {
     assign(self.linexpr, std::move(fresh));
 }
 
-[[noreturn]] void unsupported_inplace(Borrowed self, Borrowed other) {
-    raise(PyExc_TypeError, "unsupport operation +=: `%s` and `%s`", type_name(self), type_name(other));
-}
-
 Ref quadexpr_iadd(QuadExpr& self, PyObject* other) {
-    switch (kind_of(other)) {
-    case Operands::Number:
-        add_constant(self.linear(), other);
-        break;
-    case Operands::Var:
-        add_term(self.linear(), 1.0, other);
-        break;
-    case Operands::LinExpr:
-        add_expr(self.linear(), 1.0, as_linexpr(other));
-        break;
-    case Operands::QuadExpr:
+    Operands kind = kind_of(other);
+    if (kind == Operands::QuadExpr)
         add_expr(self, 1.0, as_quadexpr(other));
-        break;
-    default:
+    else if (!add_operand(self.linear(), kind, other))
         unsupported_inplace(as_object(&self), other);
-    }
     return Ref::borrow(as_object(&self));
 }
 
