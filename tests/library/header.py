@@ -1,4 +1,5 @@
-"""The C interface as tessolv.h declares it: what the calls through ctypes and the stand-in are made of."""
+"""The C interface as tessolv.h declares it, and the library's tables of names: what the calls through ctypes, the
+stand-in and the checks of the module's own tables are made of."""
 
 import re
 from pathlib import Path
@@ -10,6 +11,11 @@ CODES = {
     name: int(value)
     for name, value in re.findall(r"TSO_CODE\((\w+), (-?\d+)\)", (INCLUDE / "tessolv_codes.h").read_text())
 }
+# (name, type, owner, writable) and (name, type), in the words of the tables
+ATTRIBUTES = re.findall(
+    r'\{"([\w/]+)", AttrType::(\w+), Owner::(\w+), (true|false),', (LIBRARY / "catalog" / "attrs.h").read_text()
+)
+PARAMETERS = re.findall(r'\{"([\w/]+)", ParamType::(\w+)', (LIBRARY / "catalog" / "params.h").read_text())
 HANDLES = ("TSOenv", "TSOmodel", "TSOcbdata")
 
 

@@ -2,16 +2,12 @@
 
 import ctypes
 import itertools
-import re
 
 import capi
 import numpy as np
 import pytest
-from header import LIBRARY
+from header import ATTRIBUTES
 
-ROWS = re.findall(
-    r'\{"([A-Za-z/]+)", AttrType::(\w+), Owner::(\w+), (true|false),', (LIBRARY / "catalog" / "attrs.h").read_text()
-)
 OWNERS = ["Model", "Var", "Constr", "Sos", "QConstr", "GenConstr", "PsdVar", "PsdConstr"]
 TYPES = ["Char", "Int", "Double", "String", "Matrix"]
 PREFIX = dict(zip(TYPES, ["char", "int", "dbl", "str", "mat"]))
@@ -59,7 +55,7 @@ def code_of(model, verb, kind, name, *, scalar, index=0, count=1, null=False):
     return 0
 
 
-@pytest.mark.parametrize("row", ROWS, ids=[r[0] for r in ROWS])
+@pytest.mark.parametrize("row", ATTRIBUTES, ids=[row[0] for row in ATTRIBUTES])
 def test_every_attribute(whole, row):
     name, kind, owner, writable = row
     writable, scalar = writable == "true", owner == "Model"

@@ -5,9 +5,12 @@ parent collects the tests, starts the children and passes on what they report; t
 ordinary tests. A child that dies fails the test it died in, and a new child goes on with the next one.
 """
 
+import atexit
+import functools
 import gc
 import json
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -21,23 +24,17 @@ sys.path[:0] = [str(HERE), str(HERE.parent / "stub")]
 IN_CHILD = "TESSOLV_STUB_REPORTS" in os.environ
 SECONDS = 300  # for the tests of one file
 
-_folder = None  # of the built stand-in
 _reports = {}  # by file: {nodeid: [report, ...]}
 
 
+@functools.cache
 def stub_folder():
-    global _folder
-    if _folder is None:
-        import generate
+    """Where the stand-in is built, once and until the process ends."""
+    import generate
 
-        _folder = tempfile.TemporaryDirectory(prefix="tessolv-stub-")
-        generate.build(_folder.name)
-    return _folder.name
-
-
-def pytest_unconfigure():
-    if _folder is not None:
-        _folder.cleanup()
+    folder = tempfile.mkdtemp(prefix="tessolv-stub-")
+    atexit.register(shutil.rmtree, folder)
+    return str(generate.build(folder))
 
 
 def stub_environment(**more):
@@ -48,11 +45,6 @@ def stub_environment(**more):
 
 
 # ---- In the parent ----
-
-
-def _failed(item, text):
-    report = pytest.TestReport(item.nodeid, item.location, {}, "failed", text, "call", sections=[])
-    return [report]
 
 
 def _run_children(items):
@@ -81,7 +73,8 @@ def _run_children(items):
         if not unfinished:
             break
         died = unfinished[0]
-        done[died.nodeid] = _failed(died, f"the child process {how}\n{output[-6000:]}")
+        text = f"the child process {how}\n{output[-6000:]}"
+        done[died.nodeid] = [pytest.TestReport(died.nodeid, died.location, {}, "failed", text, "call")]
         left = unfinished[1:]
     return done
 
@@ -103,20 +96,14 @@ def pytest_runtest_protocol(item, nextitem):
 
 if IN_CHILD:
 
-    class _Reporter:
-        def __init__(self, config):
-            self.config, self.file = config, open(os.environ["TESSOLV_STUB_REPORTS"], "a")
-
-        def pytest_runtest_logreport(self, report):
-            data = self.config.hook.pytest_report_to_serializable(config=self.config, report=report)
-            self.file.write(json.dumps(data, default=str) + "\n")
-            self.file.flush()
-
-        def pytest_unconfigure(self):
-            self.file.close()
-
     def pytest_configure(config):
-        config.pluginmanager.register(_Reporter(config), "stub-reporter")
+        class Reporter:
+            def pytest_runtest_logreport(self, report):
+                data = config.hook.pytest_report_to_serializable(config=config, report=report)
+                with open(os.environ["TESSOLV_STUB_REPORTS"], "a") as file:
+                    file.write(json.dumps(data, default=str) + "\n")
+
+        config.pluginmanager.register(Reporter())
 
 
 @pytest.fixture
@@ -162,13 +149,21 @@ def mdl(stub, model):
 
 
 @pytest.fixture
-def xyz(stub, env):
-    """Three variables, all of which are called v."""
+def built(stub, env):
+    """A model and its three variables; nothing logged yet."""
     import tessolvpy
 
-    stub.set(VarName="v")
     made = tessolvpy.Model("m", env)
-    return [made.addVar() for _ in range(3)]
+    variables = [made.addVar() for _ in range(3)]
+    stub.clear()
+    return made, variables
+
+
+@pytest.fixture
+def xyz(stub, built):
+    """Three variables, all of which are called v."""
+    stub.set(VarName="v")
+    return built[1]
 
 
 @pytest.fixture

@@ -1,7 +1,10 @@
-"""What the tests of expressions look at, and how calls are refused."""
+"""What the tests of expressions and models look at, and how calls are refused."""
 
 import pytest
 import tessolvpy as tso
+
+ROWS = ["getConstrs", "getQConstrs", "getPsdConstrs"]  # of whatever kind, each row has a handle in all of them
+LISTS = ["getVars", *ROWS, "getSOSs", "getGenConstrs", "getPsdVars"]
 
 
 def terms(e):
@@ -30,5 +33,10 @@ def raises(exception, text, act, *arguments):
 
 def state(m):
     """The model's lists and elements, by identity and index."""
-    lists = [m.getVars(), m.getConstrs(), m.getQConstrs(), m.getPsdConstrs(), m.getSOSs(), m.getGenConstrs()]
+    lists = [getattr(m, name)() for name in LISTS]
     return [id(one) for one in lists], [[(id(e), e.index) for e in one] for one in lists]
+
+
+def check_rows(m, count):
+    for name in ROWS:
+        assert [row.index for row in getattr(m, name)()] == list(range(count))

@@ -4,14 +4,14 @@ loops of calls, successful and failing ones, hold on to nothing."""
 import gc
 
 import pytest
-import tables
 import tessolvpy as tso
+from expressions import state
+from header import CODES as NAMED
 from loops import ERRORS, check_growth, given_to, refused, resident
 from statements import LASTING, NAME, NUMBER, STATEMENTS
-from tables import LISTS
 from test_refusals import TABLES, b  # noqa: F401 - a fixture
 
-CODES = [code for code in tables.CODES.values() if code] + [1, 12345, -(2**31)]
+CODES = [code for code in NAMED.values() if code] + [1, 12345, -(2**31)]
 # Their results are ignored, or they have none.
 SILENT = {"TSOfreeenv", "TSOfreemodel", "TSOresetparams", "TSOversion", "TSOmsg", "TSOexplainerror", "TSOgetenv"}
 REMOVABLE = (tso.Var, tso.Constr, tso.QConstr, tso.SOS, tso.GenConstr, tso.MConstr, tso.tupledict)
@@ -21,14 +21,9 @@ UNDONE = {"TSOdelconstrs", "TSOdelvars", "TSOdelsos", "TSOdelgenconstrs", "TSOge
 
 def snapshot(model):
     """All that the module itself knows of the model, and what handles it uses."""
-    lists = [getattr(model, name)() for name in LISTS]
     view = model.ctypes()
-    return (
-        [id(one) for one in lists],
-        [[(id(element), element.index) for element in one] for one in lists],
-        [id(one) for one in (model.Params, model.params, model._mark)],
-        [view.data.value, view.env.value],
-    )
+    own = [id(one) for one in (model.Params, model.params, model._mark)]
+    return state(model), own, view.data.value, view.env.value
 
 
 def places(stub, act):

@@ -7,7 +7,7 @@ import numpy as np
 import pytest
 import scipy.sparse as sp
 import tessolvpy as tso
-from expressions import raises, refusal
+from expressions import check_rows, raises, refusal
 from loops import check_growth, without_memory
 
 INF = 1e20
@@ -192,8 +192,7 @@ def test_rows(stub, built, env):
         assert [cind or [], cval or [], nv, arrays, low, high, text] == expected
         assert (name, nl, nz) == ("TSOaddrangepsdconstr", len(cind or []), len(arrays[0]))
         assert type(made) is tso.PsdConstr and made is m.getPsdConstrs()[-1]
-        for kind in (m.getConstrs(), m.getQConstrs(), m.getPsdConstrs()):
-            assert [c.index for c in kind] == list(range(rows + 1))
+        check_rows(m, rows + 1)
     # Variables of another model reach the solver as what no model has.
     other = tso.Model("other", env)
     other.addConstr(e <= 1)
