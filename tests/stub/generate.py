@@ -49,12 +49,10 @@ def record(function, kind, name):
         return f"r.handle({name});"
     if kind in ("TSOenv*", "TSOmodel*"):
         return f"r.{'old_handle' if function in SHOWS_OLD_VALUE else 'out'}({name});"
-    if kind in ("int", "double", "char"):
-        return f"r.value({name});"
     if name == "usrdata":
         return f"r.address({name});"
-    if kind == "const char*" and not (name == "vtype" or name == "values"):
-        return f"r.text({name});"
+    if kind in ("int", "double", "char") or (kind == "const char*" and name not in ("vtype", "values")):
+        return f"r.value({name});"
     if kind == "const char**" and function in TEXTS_OUT:
         return f"r.out({name});"
     if kind.startswith("const"):

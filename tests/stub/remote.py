@@ -11,7 +11,6 @@ class Stub:
             raise RuntimeError("the stand-in is not in the library's place")
         self.lib.stub_log.restype = self.lib.stub_name.restype = ctypes.c_char_p
         self.lib.stub_name.argtypes = [ctypes.c_size_t]
-        self.lib.stub_set_double.argtypes = [ctypes.c_char_p, ctypes.c_double]
 
     def _lines(self):
         return [json.loads(line) for line in self.lib.stub_log().decode().splitlines()]
@@ -47,12 +46,7 @@ class Stub:
     def set(self, **answers):
         """What an attribute of the model answers: a count, a double, or the text of every element."""
         for name, value in answers.items():
-            if isinstance(value, int):
-                self.lib.stub_set_int(name.encode(), value)
-            elif isinstance(value, float):
-                self.lib.stub_set_double(name.encode(), value)
-            else:
-                self.lib.stub_set_text(name.encode(), value if isinstance(value, bytes) else value.encode())
+            self.lib.stub_set(name.encode(), value if isinstance(value, bytes) else str(value).encode())
 
     def call_back(self, times, where=4, on_thread=False):
         """The next runs call back that often before they end."""

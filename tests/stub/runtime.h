@@ -32,11 +32,9 @@ struct State {
     std::recursive_mutex lock;
     std::vector<std::string> log; // one JSON array a call: [name, interpreter lock held, argument...]
     std::vector<Failure> failures;
-    std::map<const void*, std::string> names; // of the handles that were given out
-    std::map<std::string, int> ints;          // answers set by the test, by attribute
-    std::map<std::string, double> doubles;
-    std::map<std::string, std::string> texts;
-    std::set<std::string> kept; // texts that were given back, which stay where they are
+    std::map<const void*, std::string> names;   // of the handles that were given out
+    std::map<std::string, std::string> answers; // set by the test, by attribute, as texts whatever the type
+    std::set<std::string> kept;                 // texts that were given back, which stay where they are
     int next = 0;
     int environments = 0, models = 0;
     int callbacks = 0, where = 4; // how often TSOoptimize calls back, and with what
@@ -50,11 +48,11 @@ inline State& state() {
     return *s;
 }
 
-inline int variables() {
-    auto& ints = state().ints;
-    auto found = ints.find("NumVars");
-    return found == ints.end() ? 0 : found->second;
+inline std::string answer(const char* name, const std::string& otherwise) {
+    auto found = state().answers.find(name);
+    return found == state().answers.end() ? otherwise : found->second;
 }
+inline int variables() { return std::stoi(answer("NumVars", "0")); }
 
 // An address that looks like a pointer and points nowhere: whoever follows it crashes.
 template <class Handle> Handle new_handle(const std::string& name) {
@@ -75,10 +73,7 @@ public:
     explicit Record(const char* name) : name_(name) {
         line_ = std::string("[\"") + name + "\"," + (interpreter_lock_held() ? "true" : "false");
     }
-    void value(int v) { raw(std::to_string(v)); }
-    void value(double v) { raw(number(v)); }
-    void value(char v) { raw(quoted(std::string(1, v))); }
-    void text(const char* v) { raw(v ? quoted(v) : "null"); }
+    template <class T> void value(T v) { raw(shown(v)); }
     void out(const void* v) { raw(v ? "\"out\"" : "null"); }
     void address(const void* v) { raw(std::to_string(reinterpret_cast<uintptr_t>(v))); }
     template <class F> void callback(F v) { raw(v ? "\"callback\"" : "null"); }
@@ -86,13 +81,14 @@ public:
     template <class Handle> void old_handle(const Handle* v) {
         raw(v ? "[\"out\"," + quoted(handle_name(*v)) + "]" : "null");
     }
-    void array(const int* v, int n) {
-        list(v, n, [](int x) { return std::to_string(x); });
-    }
-    void array(const double* v, int n) { list(v, n, number); }
     void array(const char* v, int n) { raw(v ? quoted(std::string(v, n)) : "null"); }
-    void array(const char** v, int n) {
-        list(v, n, [](const char* x) { return x ? quoted(x) : std::string("null"); });
+    template <class T> void array(const T* v, int n) {
+        if (!v)
+            return raw("null");
+        std::string out = "[";
+        for (int i = 0; i < n; ++i)
+            out += (i ? "," : "") + shown(v[i]);
+        raw(out + "]");
     }
     // Stores the line; answers the code that this call shall fail with.
     int finish() {
@@ -119,7 +115,10 @@ private:
         auto found = state().names.find(v);
         return found == state().names.end() ? std::to_string(reinterpret_cast<uintptr_t>(v)) : found->second;
     }
-    static std::string number(double v) {
+    static std::string shown(int v) { return std::to_string(v); }
+    static std::string shown(char v) { return quoted(std::string(1, v)); }
+    static std::string shown(const char* v) { return v ? quoted(v) : "null"; }
+    static std::string shown(double v) {
         if (!std::isfinite(v))
             return std::isnan(v) ? "NaN" : v > 0 ? "Infinity" : "-Infinity";
         char buffer[40];
@@ -139,14 +138,6 @@ private:
                 out += static_cast<char>(c);
         }
         return out + "\"";
-    }
-    template <class T, class F> void list(const T* v, int n, F show) {
-        if (!v)
-            return raw("null");
-        std::string out = "[";
-        for (int i = 0; i < n; ++i)
-            out += (i ? "," : "") + show(v[i]);
-        raw(out + "]");
     }
     std::string name_, line_;
 };
@@ -223,75 +214,61 @@ inline int answer_TSOgetattrinfo(TSOmodel model, const char* name, int* type, in
     }
     return TSO_MODEL_INVALID_ATTR_NAME;
 }
-template <class T> int one(const std::map<std::string, T>& answers, const char* name, T* value) {
-    auto found = answers.find(name);
-    *value = found == answers.end() ? T(0) : found->second;
+inline int answer_TSOgetintattr(TSOmodel, const char* name, int* value) {
+    *value = std::stoi(answer(name, "0"));
     return 0;
 }
-inline int answer_TSOgetintattr(TSOmodel, const char* name, int* value) { return one(state().ints, name, value); }
-inline int answer_TSOgetdblattr(TSOmodel, const char* name, double* value) { return one(state().doubles, name, value); }
-inline const char* text_of(const char* name, const std::string& otherwise) {
-    auto found = state().texts.find(name);
-    return keep(found == state().texts.end() ? otherwise : found->second);
+inline int answer_TSOgetdblattr(TSOmodel, const char* name, double* value) {
+    *value = std::stod(answer(name, "0"));
+    return 0;
 }
 inline int answer_TSOgetstrattr(TSOmodel, const char* name, const char** value) {
-    *value = text_of(name, "text");
+    *value = keep(answer(name, "text"));
     return 0;
 }
-// The dimension of a semi-definite variable is that of its matrices below, others are told by `ints`.
-inline int answer_TSOgetintattrlist(TSOmodel, const char* name, int len, const int* ind, int* values) {
-    auto dim = state().ints.find(name);
-    for (int i = 0; i < len; ++i)
-        if (std::strcmp(name, "Dim") == 0)
-            values[i] = dim == state().ints.end() ? 2 : dim->second;
-        else
-            values[i] = 10 * (ind ? ind[i] : i);
+// A value for each of the indices, or for the first ones.
+template <class T, class F> int each(T* values, int len, const int* ind, F value) {
+    for (int i = 0; values && i < len; ++i)
+        values[i] = value(ind ? ind[i] : i);
     return 0;
+}
+// The dimension of a semi-definite variable is that of its matrices below, others are told by the test.
+inline int answer_TSOgetintattrlist(TSOmodel, const char* name, int len, const int* ind, int* values) {
+    const bool dim = std::strcmp(name, "Dim") == 0;
+    return each(values, len, ind, [&](int i) { return dim ? std::stoi(answer(name, "2")) : 10 * i; });
 }
 inline int answer_TSOgetdblattrlist(TSOmodel, const char*, int len, const int* ind, double* values) {
-    for (int i = 0; i < len; ++i)
-        values[i] = (ind ? ind[i] : i) + 0.5;
-    return 0;
+    return each(values, len, ind, [](int i) { return i + 0.5; });
 }
 inline int answer_TSOgetcharattrlist(TSOmodel, const char*, int len, const int* ind, char* values) {
-    for (int i = 0; i < len; ++i)
-        values[i] = "CBI"[(ind ? ind[i] : i) % 3];
-    return 0;
+    return each(values, len, ind, [](int i) { return "CBI"[i % 3]; });
 }
 inline int answer_TSOgetstrattrlist(TSOmodel, const char* name, int len, const int* ind, const char** values) {
-    for (int i = 0; i < len; ++i)
-        values[i] = text_of(name, "n" + std::to_string(ind ? ind[i] : i));
-    return 0;
+    return each(values, len, ind, [&](int i) { return keep(answer(name, "n" + std::to_string(i))); });
 }
 // Each matrix is [[1, 2], [2, 3]].
-template <class T> void fill(T* values, int count, T (*value)(int)) {
-    for (int i = 0; values && i < count; ++i)
-        values[i] = value(i);
-}
 inline int answer_TSOgetmatattrlist(TSOmodel, const char*, int len, const int*, int* sizes, int* starts, int* rows,
                                     int* cols, double* values, int* counts) {
-    fill<int>(sizes, len, [](int) { return 2; });
-    fill<int>(counts, len, [](int) { return 3; });
-    fill<int>(starts, len + 1, [](int i) { return 3 * i; });
-    fill<int>(rows, 3 * len, [](int k) { return static_cast<int>(k % 3 > 0); });
-    fill<int>(cols, 3 * len, [](int k) { return static_cast<int>(k % 3 > 1); });
-    fill<double>(values, 3 * len, [](int k) { return k % 3 + 1.0; });
-    return 0;
+    each(sizes, len, nullptr, [](int) { return 2; });
+    each(counts, len, nullptr, [](int) { return 3; });
+    each(starts, len + 1, nullptr, [](int i) { return 3 * i; });
+    each(rows, 3 * len, nullptr, [](int k) { return k % 3 > 0; });
+    each(cols, 3 * len, nullptr, [](int k) { return k % 3 > 1; });
+    return each(values, 3 * len, nullptr, [](int k) { return k % 3 + 1.0; });
 }
 
 // ---- Models ----
 
 inline TSOmodel another_model() { return new_handle<TSOmodel>("model" + std::to_string(++state().models)); }
 
-inline int answer_TSOnewmodel(TSOenv, TSOmodel* model, const char*, int, const double*, const double*, const double*,
-                              const char*, const char**) {
-    *model = another_model();
-    return 0;
-}
 inline TSOmodel answer_TSOcopymodel(TSOmodel) { return another_model(); }
 inline int answer_TSOreadmodel(TSOenv, const char*, TSOmodel* model) {
     *model = another_model();
     return 0;
+}
+inline int answer_TSOnewmodel(TSOenv env, TSOmodel* model, const char* name, int, const double*, const double*,
+                              const double*, const char*, const char**) {
+    return answer_TSOreadmodel(env, name, model);
 }
 inline int answer_TSOcleanupmilp(TSOmodel, int* removed) {
     *removed = 17;
@@ -358,7 +335,7 @@ STUB_API void stub_clear() {
 STUB_API void stub_reset() {
     stub::State& s = stub::state();
     std::lock_guard guard(s.lock);
-    s.log.clear(), s.failures.clear(), s.ints.clear(), s.doubles.clear(), s.texts.clear();
+    s.log.clear(), s.failures.clear(), s.answers.clear();
     s.callbacks = 0, s.where = 4, s.on_thread = false;
 }
 STUB_API void stub_fail(const char* function, int nth, int code) {
@@ -366,9 +343,7 @@ STUB_API void stub_fail(const char* function, int nth, int code) {
     stub::state().failures.push_back({function, nth, code});
 }
 STUB_API void stub_unfail() { stub::state().failures.clear(); }
-STUB_API void stub_set_int(const char* name, int value) { stub::state().ints[name] = value; }
-STUB_API void stub_set_double(const char* name, double value) { stub::state().doubles[name] = value; }
-STUB_API void stub_set_text(const char* name, const char* value) { stub::state().texts[name] = value; }
+STUB_API void stub_set(const char* name, const char* value) { stub::state().answers[name] = value; }
 STUB_API void stub_set_callbacks(int times, int where, int on_thread) {
     stub::state().callbacks = times, stub::state().where = where, stub::state().on_thread = on_thread;
 }

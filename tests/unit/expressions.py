@@ -1,6 +1,5 @@
 """What the tests of expressions and models look at, and how calls are refused."""
 
-import pytest
 import tessolvpy as tso
 
 ROWS = ["getConstrs", "getQConstrs", "getPsdConstrs"]  # of whatever kind, each row has a handle in all of them
@@ -23,12 +22,6 @@ def refusal(act, *arguments):
     except Exception as error:
         return type(error), str(error)
     return None, "was not refused"
-
-
-def raises(exception, text, act, *arguments):
-    with pytest.raises(exception) as caught:
-        act(*arguments)
-    assert caught.value.args == (text,)
 
 
 def state(m):

@@ -4,29 +4,13 @@ import itertools
 import operator
 
 import pytest
+from containers.values import Value
 from hypothesis import given, settings
 from hypothesis import strategies as st
 from tessolvpy import tupledict, tuplelist
 
-
-class Boxed:
-    """A value whose hash and comparison are Python code."""
-
-    def __init__(self, value):
-        self.value = value
-
-    def __hash__(self):
-        return hash(self.value)
-
-    def __eq__(self, other):
-        return self.value == (other.value if isinstance(other, Boxed) else other)
-
-    def __repr__(self):
-        return f"Boxed({self.value!r})"
-
-
 plain = st.one_of(st.integers(-2, 3), st.sampled_from(["a", "b", "*", 1.0, 2.5, True, None, 2**70]))
-boxed = plain.map(Boxed)
+boxed = plain.map(Value)
 kinds = st.sampled_from(["plain", "boxed", "mixed", "opened"])
 
 
@@ -118,7 +102,7 @@ steps = st.tuples(st.sampled_from([*DROPPING, *KEEPING, "store", "query"]), st.i
 @given(kinds, st.lists(steps, max_size=40))
 def test_changes_between_queries(kind, steps):
     """Queries of one field, on a list whose index may be older than its rows."""
-    wrap = Boxed if kind == "boxed" else lambda v: v
+    wrap = Value if kind == "boxed" else lambda v: v
     made, mirror, indexed = tuplelist(), [], None  # the last: the rows when the index was built
     for step, a, b in steps:
         row = (wrap(a), wrap(b))
