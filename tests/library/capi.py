@@ -27,6 +27,12 @@ def find_library():
     return next((str(path) for path in folder.glob("tessolv*/libtessolv.so")), None)
 
 
+def resident():
+    """The process's memory in bytes: what is not Python's own shows there, too."""
+    with open("/proc/self/statm") as file:
+        return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+
 def has_csdp():
     """Whether semi-definite problems can be solved: the library is built without CSDP where that is not at hand."""
     path = find_library()
@@ -99,6 +105,10 @@ class Library:
     def wrap(self, handle):
         self.models.append(handle)
         return Model(self, handle)
+
+    def parameter(self, env, name, value):
+        kind = "int" if isinstance(value, int) else "str" if isinstance(value, str) else "dbl"
+        self.call(f"TSOset{kind}param", env, name, value)
 
     def close(self):
         for handle in self.models:
@@ -219,8 +229,7 @@ class Model:
         return found
 
     def parameter(self, name, value):
-        kind = "int" if isinstance(value, int) else "str" if isinstance(value, str) else "dbl"
-        self.library.call(f"TSOset{kind}param", self.dll.TSOgetenv(self.handle), name, value)
+        self.library.parameter(self.dll.TSOgetenv(self.handle), name, value)
 
     # ---- Reading ----
 

@@ -19,11 +19,6 @@ def get(library, env, name, kind="Double"):
     return value[0]
 
 
-def put(library, env, name, value):
-    kind = "str" if isinstance(value, str) else "int" if isinstance(value, int) else "dbl"
-    library.call(f"TSOset{kind}param", env, name, value)
-
-
 def logfile(library, env):
     text = ctypes.create_string_buffer(512)
     library.call("TSOgetstrparam", env, "LogFile", text)
@@ -65,15 +60,15 @@ def test_unknown_names_and_null_pointers(library, fails):
                 assert getattr(library.dll, name)(env, None, value) == capi.INVALID_ARGUMENT
         fails(capi.INVALID_ARGUMENT, library.call, "TSOgetintparam", env, "Method", None)
         fails(capi.INVALID_ARGUMENT, library.call, "TSOsetstrparam", env, "LogFile", None)
-        fails(capi.PARAM_SET_ERROR, put, library, env, "LogFile", "p" * 512)
+        fails(capi.PARAM_SET_ERROR, library.parameter, env, "LogFile", "p" * 512)
         library.call("TSOgetintparaminfo", env, "Method", None, None, None, None)
 
 
 def test_models_copy_the_parameters_of_their_environment(library):
     env = library.env()
-    put(library, env, "MaxTime", 10.0)
+    library.parameter(env, "MaxTime", 10.0)
     one, two = library.model(env), library.model(env)
-    put(library, env, "MaxTime", 20.0)
+    library.parameter(env, "MaxTime", 20.0)
     one.parameter("MaxTime", 30.0)
     envs = env, *(library.dll.TSOgetenv(m.handle) for m in (one, two))
     assert [get(library, e, "MaxTime") for e in envs] == [20, 30, 10]
@@ -82,8 +77,8 @@ def test_models_copy_the_parameters_of_their_environment(library):
 def test_pending_parameters_go_to_the_next_environment_of_the_thread(library, tmp_path, fails):
     log = tmp_path / "pending.log"
     for name, value in (("MaxTime", 3.0), ("LogFile", str(log)), ("LogToConsole", 0)):
-        put(library, None, name, value)
-    fails(capi.PARAM_SET_ERROR, put, library, None, "MaxTime", -1.0)
+        library.parameter(None, name, value)
+    fails(capi.PARAM_SET_ERROR, library.parameter, None, "MaxTime", -1.0)
     assert get(library, None, "MaxTime") == 3 and not log.exists()
     seen = []
     thread = threading.Thread(target=lambda: seen.extend(get(library, e, "MaxTime") for e in (None, library.env())))
@@ -95,11 +90,11 @@ def test_pending_parameters_go_to_the_next_environment_of_the_thread(library, tm
     library.call("TSOstartenv", env)
     assert "Tessolv" in log.read_text()
     assert get(library, None, "MaxTime") == get(library, library.env(), "MaxTime") == 1e20  # taken over once
-    put(library, None, "MaxTime", 4.0)
+    library.parameter(None, "MaxTime", 4.0)
     library.call("TSOresetparams", None)
     assert get(library, library.env(), "MaxTime") == 1e20
     # They are gone as well when creation fails.
-    put(library, None, "LogFile", str(tmp_path / "no" / "x"))
+    library.parameter(None, "LogFile", str(tmp_path / "no" / "x"))
     target = ctypes.c_void_p(3)
     fails(capi.FILE_WRITE_ERROR, library.call, "TSOemptyenv", ctypes.byref(target))
     assert target.value == 3
@@ -125,23 +120,23 @@ def test_the_log_goes_where_the_parameters_say(library, capfd, tmp_path, fails):
     library.call("TSOstartenv", env)  # the banner comes once
     say("first\nsecond")
     assert console() == "first\nsecond\n" and one.read_text().endswith("\nfirst\nsecond\n")
-    put(library, env, "LogToConsole", 0)
+    library.parameter(env, "LogToConsole", 0)
     say("file only")
-    put(library, env, "OutputFlag", 0)
+    library.parameter(env, "OutputFlag", 0)
     say("nowhere")
-    put(library, env, "OutputFlag", 1)
+    library.parameter(env, "OutputFlag", 1)
     assert console() == "" and one.read_text().endswith("second\nfile only\n")
     moved = one.rename(tmp_path / "moved.log")  # the file stays open, whatever other parameters are set
-    put(library, env, "Method", 1)
+    library.parameter(env, "Method", 1)
     say("moved")
     assert moved.read_text().endswith("file only\nmoved\n") and not one.exists()
     one = moved.rename(one)
-    fails(capi.FILE_WRITE_ERROR, put, library, env, "LogFile", str(tmp_path))  # a file that can't be opened
+    fails(capi.FILE_WRITE_ERROR, library.parameter, env, "LogFile", str(tmp_path))  # a file that can't be opened
     assert logfile(library, env) == str(one)
     private = library.dll.TSOgetenv(library.model(env).handle)
     say("of the model", private)
     assert one.read_text().endswith("moved\nof the model\n")
-    put(library, env, "LogFile", str(two))
+    library.parameter(env, "LogFile", str(two))
     say("2")
     say("1", private)
     assert two.read_text() == "2\n" and one.read_text().endswith("of the model\n1\n")

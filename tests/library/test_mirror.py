@@ -7,15 +7,15 @@ import pytest
 
 
 class Mirror:
-    """The same model as lists: what each edit should leave."""
+    """The same model as lists: what each edit should leave. Whatever has to do with a column names its dict's id."""
 
     def __init__(self):
-        self.cols, self.rows = [], []  # dicts of values; rows hold their entries by the column's dict
+        self.cols, self.rows = [], []  # dicts of values; rows hold their entries as {column: value}
         self.sos, self.terms = [], []
 
     def state(self):
         place = {id(c): j for j, c in enumerate(self.cols)}
-        rows = [sorted((place[id(c)], v) for c, v in r["entries"] if v) for r in self.rows]
+        rows = [sorted((place[c], v) for c, v in row["entries"].items() if v) for row in self.rows]
         cols = [[] for _ in self.cols]
         for i, row in enumerate(rows):
             for j, v in row:
@@ -26,8 +26,8 @@ class Mirror:
             "VType": "".join(c["VType"] for c in self.cols),
             "VarName": [c["VarName"] or f"C{j}" for j, c in enumerate(self.cols)],
             "ConstrName": [r["ConstrName"] or f"R{i}" for i, r in enumerate(self.rows)],
-            "sos": [(t, [place[id(c)] for c in m], w) for t, m, w in self.sos],
-            "quadratic": [(place[id(a)], place[id(b)], v) for a, b, v in self.terms],
+            "sos": [(2, [place[c] for c in members], list(members.values())) for members in self.sos],
+            "quadratic": [(place[a], place[b], v) for a, b, v in self.terms],
             **{name: [c[name] for c in self.cols] for name in ("LB", "UB", "Obj", "Start")},
             **{name: [r[name] for r in self.rows] for name in ("LHS", "RHS")},
         }
@@ -54,71 +54,60 @@ class Player:
         return {"LB": lb, "UB": lb + 2, "Obj": self.value(), "VType": self.rng.choice("CISN"), "VarName": self.name(),
                 "Start": capi.UNDEFINED}  # fmt: skip
 
-    def enter(self, row, col, value):
-        """Adds up with what stands there."""
-        for k, (c, v) in enumerate(row["entries"]):
-            if c is col:
-                row["entries"][k] = (c, v + value)
-                return
-        row["entries"].append((col, value))
-
-    def addvar(self):
-        c, rows = self.new_col(), self.some(self.mirror.rows)
-        values = [self.value() for _ in rows]
-        self.model.addvar(c["Obj"], c["LB"], c["UB"], c["VType"], c["VarName"], rows, values)
-        self.mirror.cols.append(c)
-        for i, v in zip(rows, values):
-            self.enter(self.mirror.rows[i], c, v)
-
-    def addvars(self):
-        new = [self.new_col() for _ in range(self.rng.randrange(5))]
-        begin, rows = [], []
-        for _ in new:
-            begin.append(len(rows))
-            rows += self.some(self.mirror.rows)
-        values = [self.value() for _ in rows]
-        arrays = [[c[name] for c in new] for name in ("Obj", "LB", "UB", "VType", "VarName")]
-        self.model.addvars(len(new), begin, rows, values, *arrays[:3], "".join(arrays[3]), arrays[4])
-        self.mirror.cols += new
-        for k, c in enumerate(new):
-            for at in range(begin[k], begin[k + 1] if k + 1 < len(new) else len(rows)):
-                self.enter(self.mirror.rows[rows[at]], c, values[at])
-
     def new_row(self):
         lower = self.value()
-        return {"LHS": lower, "RHS": lower + 3, "ConstrName": self.name(), "entries": []}
+        return {"LHS": lower, "RHS": lower + 3, "ConstrName": self.name(), "entries": {}}
 
-    def fill(self, row, cols, values):
-        for j, v in zip(cols, values):
-            self.enter(row, self.mirror.cols[j], v)
-        self.mirror.rows.append(row)
+    def entries(self, new, others):
+        """For each of the new ones some of the others, with values; as arguments of a call that adds many, too."""
+        places = [self.some(others) for _ in new]
+        values = [[self.value() for _ in one] for one in places]
+        begin = [sum(map(len, places[:k])) for k in range(len(new))]
+        return places, values, (len(new), begin, sum(places, []), sum(values, []))
+
+    def enter(self, row, col, value):
+        """Adds up with what stands there."""
+        row["entries"][id(col)] = row["entries"].get(id(col), 0) + value
+
+    def addvars(self, one=False):
+        new = [self.new_col() for _ in range(1 if one else self.rng.randrange(5))]
+        rows, values, arrays = self.entries(new, self.mirror.rows)
+        obj, lb, ub, vtype, names = ([c[name] for c in new] for name in ("Obj", "LB", "UB", "VType", "VarName"))
+        if one:
+            self.model.addvar(obj[0], lb[0], ub[0], vtype[0], names[0], rows[0], values[0])
+        else:
+            self.model.addvars(*arrays, obj, lb, ub, "".join(vtype), names)
+        self.mirror.cols += new
+        for col, places, vs in zip(new, rows, values):
+            for i, v in zip(places, vs):
+                self.enter(self.mirror.rows[i], col, v)
+
+    def addrows(self, one=False):
+        new = [self.new_row() for _ in range(1 if one else self.rng.randrange(5))]
+        cols, values, arrays = self.entries(new, self.mirror.cols)
+        lower, upper, names = ([r[name] for r in new] for name in ("LHS", "RHS", "ConstrName"))
+        if one:
+            self.model.addrow(cols[0], values[0], lower[0], upper[0], names[0])
+        else:
+            self.model.addrows(*arrays, lower, upper, names)
+        self.mirror.rows += new
+        for row, places, vs in zip(new, cols, values):
+            for j, v in zip(places, vs):
+                self.enter(row, self.mirror.cols[j], v)
+
+    def addvar(self):
+        self.addvars(one=True)
 
     def addrow(self):
-        row, cols = self.new_row(), self.some(self.mirror.cols)
-        values = [self.value() for _ in cols]
-        self.model.addrow(cols, values, row["LHS"], row["RHS"], row["ConstrName"])
-        self.fill(row, cols, values)
-
-    def addrows(self):
-        new = [self.new_row() for _ in range(self.rng.randrange(5))]
-        entries = [self.some(self.mirror.cols) for _ in new]
-        values = [[self.value() for _ in cols] for cols in entries]
-        begin = [sum(map(len, entries[:k])) for k in range(len(new))]
-        arrays = [[r[name] for r in new] for name in ("LHS", "RHS", "ConstrName")]
-        self.model.addrows(len(new), begin, sum(entries, []), sum(values, []), *arrays)
-        for row, cols, vs in zip(new, entries, values):
-            self.fill(row, cols, vs)
+        self.addrows(one=True)
 
     def change(self):
-        if not self.mirror.cols or not self.mirror.rows:
-            return
-        rows = self.some(self.mirror.rows)
+        rows = self.some(self.mirror.rows) if self.mirror.cols else []
         cols = [self.rng.randrange(len(self.mirror.cols)) for _ in rows]
         values = [self.value() * self.rng.randrange(2) for _ in rows]
         self.model.change(rows, cols, values)
         for i, j, v in zip(rows, cols, values):
-            col, row = self.mirror.cols[j], self.mirror.rows[i]
-            row["entries"] = [(c, w) for c, w in row["entries"] if c is not col] + [(col, v)]
+            self.mirror.rows[i]["entries"][id(self.mirror.cols[j])] = v
 
     def write(self):
         attribute = self.rng.choice(["LB", "UB", "Obj", "Start", "VType", "VarName", "LHS", "RHS", "ConstrName"])
@@ -127,10 +116,8 @@ class Player:
         if not indices:
             return
         make = self.name if attribute.endswith("Name") else self.value
-        values = (
-            "".join(self.rng.choice("CISN") for _ in indices) if attribute == "VType" else [make() for _ in indices]
-        )
-        self.model.set(attribute, indices, values)
+        values = [self.rng.choice("CISN") if attribute == "VType" else make() for _ in indices]
+        self.model.set(attribute, indices, "".join(values) if attribute == "VType" else values)
         for i, v in zip(indices, values):
             elements[i][attribute] = v
 
@@ -142,22 +129,20 @@ class Player:
         setattr(self.mirror, field, [e for i, e in enumerate(elements) if i not in gone])
         if field == "cols":
             left = {id(elements[i]) for i in gone}
-            for row in self.mirror.rows:
-                row["entries"] = [(c, v) for c, v in row["entries"] if id(c) not in left]
-            self.mirror.sos = [
-                (t, *map(list, capi.columns([(c, w) for c, w in zip(m, ws) if id(c) not in left], 2)))
-                for t, m, ws in self.mirror.sos
-            ]
-            self.mirror.terms = [t for t in self.mirror.terms if id(t[0]) not in left and id(t[1]) not in left]
+            for members in (*self.mirror.sos, *(row["entries"] for row in self.mirror.rows)):
+                for col in left & members.keys():
+                    del members[col]
+            self.mirror.terms = [t for t in self.mirror.terms if not left & {*t[:2]}]
 
     def special(self):
         members = sorted(set(self.some(self.mirror.cols)))
         weights = [self.value() for _ in members]
         self.model.addsos([2], [0], members, weights)
-        self.mirror.sos.append((2, [self.mirror.cols[j] for j in members], weights))
-        pairs = [(i, j, self.value()) for i, j in zip(members, members[::-1])]
-        self.model.call("TSOaddqpterms", len(pairs), *capi.columns(pairs, 3))
-        self.mirror.terms += [(self.mirror.cols[i], self.mirror.cols[j], v) for i, j, v in pairs]
+        names = [id(self.mirror.cols[j]) for j in members]
+        self.mirror.sos.append(dict(zip(names, weights)))
+        values = [self.value() for _ in members]
+        self.model.call("TSOaddqpterms", len(members), members, members[::-1], values)
+        self.mirror.terms += zip(names, names[::-1], values)
         if self.rng.random() < 0.1:
             self.model.call("TSOdelq")
             self.mirror.terms = []

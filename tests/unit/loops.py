@@ -64,9 +64,3 @@ def without_memory(act, first, last=0):
         return type(error)
     testcapi.remove_mem_hooks()
     return None
-
-
-def resident():
-    """The process's memory in bytes: buffers outside Python's allocator show there."""
-    with open("/proc/self/statm") as file:
-        return int(file.read().split()[1]) * 4096

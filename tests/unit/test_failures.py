@@ -5,9 +5,10 @@ import gc
 
 import pytest
 import tessolvpy as tso
+from capi import resident
 from expressions import state
 from header import CODES as NAMED
-from loops import ERRORS, check_growth, given_to, refused, resident
+from loops import ERRORS, check_growth, given_to, refused
 from statements import LASTING, NAME, NUMBER, STATEMENTS
 from test_refusals import TABLES, b  # noqa: F401 - a fixture
 
