@@ -23,7 +23,11 @@ Ref add_row(Model& self, const LinExpr& expr, Borrowed lower, Borrowed upper, co
     append_row(row, self, expr);
     check(TSOaddrangeconstr(self.mdl_, static_cast<int>(row.index.size()), row.index.data(), row.value.data(),
                             sides.lower, sides.upper, name));
-    return add_constr_object(self);
+    TakeBack added(self, &Model::constrs_);
+    added.added(1);
+    Ref constr = add_constr_object(self);
+    added.keep();
+    return constr;
 }
 
 Ref add_row(Model& self, Borrowed expr, Borrowed lower, Borrowed upper, const char* name) {
@@ -73,16 +77,20 @@ Ref add_rows(Model& self, Borrowed exprs, Borrowed lower, Borrowed upper, const 
             bounds(i, as_linexpr(cell.get()).constant);
         }
     }
+    Ref array = Ref::steal(PyArray_SimpleNew(static_cast<int>(shape.size()), shape.data(), NPY_OBJECT));
+    Ref handles = new_handle_array(state().mconstr, array.get(), true);
     check(TSOaddrangeconstrs(self.mdl_, static_cast<int>(count), static_cast<int>(rows.index.size()), rows.begin.data(),
                              rows.index.data(), rows.value.data(), lower == Py_None ? nullptr : low.data(),
                              upper == Py_None ? nullptr : high.data(), names.data()));
-    Ref array = Ref::steal(PyArray_SimpleNew(static_cast<int>(shape.size()), shape.data(), NPY_OBJECT));
+    TakeBack added(self, &Model::constrs_);
+    added.added(static_cast<int>(count));
     auto** cells = static_cast<PyObject**>(PyArray_DATA(as_array(array.get())));
     for (std::size_t i = 0; i < count; ++i) {
         PyObject* old = std::exchange(cells[i], add_constr_object(self).release());
         Py_XDECREF(old);
     }
-    return new_handle_array(state().mconstr, array.get(), true);
+    added.keep();
+    return handles;
 }
 
 // The router of all comparisons.

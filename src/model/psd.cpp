@@ -59,9 +59,7 @@ public:
             return;
         SavedError saved;
         for (auto& [list, size] : lists_)
-            for (Py_ssize_t n = PyList_GET_SIZE(list.get()); n > size; --n) // one by one needs no memory
-                if (PyList_SetSlice(list.get(), n - 1, n, nullptr) < 0)
-                    PyErr_Clear();
+            shorten(list.get(), size);
     }
     void keep() { lists_.clear(); }
 

@@ -33,33 +33,6 @@ struct QuadRows {
     }
 };
 
-// Takes rows out again that came last, of the solver and of the mirror, unless all goes well.
-class TakeBack {
-public:
-    explicit TakeBack(Model& self) : self_(self), first_(static_cast<int>(PyList_GET_SIZE(mirror(self.constrs_)))) {}
-    TakeBack(const TakeBack&) = delete;
-    TakeBack& operator=(const TakeBack&) = delete;
-    ~TakeBack() {
-        if (count_ == 0)
-            return;
-        SavedError saved;
-        for (PyObject* list : {self_.constrs_, self_.qconstrs_, self_.psdconstrs_})
-            for (Py_ssize_t n = list ? PyList_GET_SIZE(list) : 0; n > first_; --n) // one by one needs no memory
-                if (PyList_SetSlice(list, n - 1, n, nullptr) < 0)
-                    PyErr_Clear();
-        for (; count_ > 0; --count_) {
-            int last = first_ + count_ - 1;
-            TSOdelconstrs(self_.mdl_, 1, &last);
-        }
-    }
-    int added() { return first_ + count_++; } // the index of the row
-    void keep() { count_ = 0; }
-
-private:
-    Model& self_;
-    int first_, count_ = 0;
-};
-
 // The row with the entries of `rows` from `linear` and `quadratic` on, so many of each.
 struct Part {
     std::size_t linear, quadratic;
@@ -79,7 +52,7 @@ void send(Model& self, const QuadRows& rows, const Part& p, Sides sides, const c
                         rows.linear.value.data() + p.linear, p.quadratic_count, rows.quadratic.row.data() + p.quadratic,
                         rows.quadratic.col.data() + p.quadratic, rows.quadratic.value.data() + p.quadratic, sense, rhs,
                         name));
-    int row = rows_added.added();
+    int row = rows_added.added(1);
     if (free)
         check(TSOsetdblattrlist(self.mdl_, "QCRHS", 1, &row, &upper));
     else if (sense == TSO_LESS_EQUAL && !no_lower)
@@ -101,7 +74,7 @@ Ref add_row(Model& self, const QuadExpr& q, Sides sides, const char* name) {
     rows.clear();
     rows.append(self, q);
     model_getQConstrs(self);
-    TakeBack added(self);
+    TakeBack added(self, &Model::constrs_);
     send(self, rows, {0, 0, static_cast<int>(rows.linear.index.size()), rows.quadratic.size()}, sides, name, added);
     Ref row = add_qconstr_object(self);
     added.keep();
@@ -173,7 +146,7 @@ Ref add_quadratic_rows(Model& self, Borrowed mquadexpr, Borrowed lower, Borrowed
     Ref result = Ref::steal(PyArray_SimpleNew(static_cast<int>(shape.size()), shape.data(), NPY_OBJECT));
     Ref handles = new_handle_array(state().mqconstr, result.get(), true);
     model_getQConstrs(self);
-    TakeBack added(self);
+    TakeBack added(self, &Model::constrs_);
     for (std::size_t i = 0; i < count; ++i)
         send(self, rows, parts[i], sides[i], names.data()[i], added);
     auto** cells = static_cast<PyObject**>(PyArray_DATA(as_array(result.get())));

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <numeric>
 
@@ -338,6 +339,29 @@ Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self, Removal
     checked(PyList_Append(list, handle.get()));
     undo.remove = nullptr;
     return handle;
+}
+
+void shorten(PyObject* list, Py_ssize_t size) {
+    for (Py_ssize_t n = list ? PyList_GET_SIZE(list) : 0; n > size; --n) {
+        Ref last = Ref::steal(PyList_GET_ITEM(list, n - 1));
+        Py_SET_SIZE(reinterpret_cast<PyVarObject*>(list), n - 1);
+    }
+}
+
+void TakeBack::undo() {
+    SavedError saved;
+    const bool rows = list_ == &Model::constrs_;
+    for (auto list : {list_, rows ? &Model::qconstrs_ : list_, rows ? &Model::psdconstrs_ : list_})
+        shorten(self_.*list, first_);
+    auto remove = rows ? &TSOdelconstrs : &TSOdelvars;
+    std::unique_ptr<int[]> all(new (std::nothrow) int[static_cast<std::size_t>(count_)]);
+    if (all) {
+        std::iota(all.get(), all.get() + count_, first_);
+        remove(self_.mdl_, count_, all.get());
+    } else {
+        for (int last = first_ + count_ - 1; last >= first_; --last)
+            remove(self_.mdl_, 1, &last);
+    }
 }
 
 Ref add_constr_object(Model& self) {

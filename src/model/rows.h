@@ -6,6 +6,7 @@
 #include "module/text.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tsp {
@@ -92,11 +93,39 @@ private:
 using Removal = int (*)(TSOmodel, int, const int*);
 Ref append_handle(PyObject* list, PyTypeObject* type, const Model& self, Removal take_back = nullptr);
 
-// Enters one new row in the mirror and gives its Constr.
-Ref add_constr_object(Model& self);
-
 // The list that mirrors one kind of element; an error if the model is a shell without lists.
 PyObject* mirror(PyObject* list);
+
+// Drops the last items of a list, which may be null, until so many are left. No call of Python's does so without
+// memory: a list that has room for twice its items gives some of it back first.
+void shorten(PyObject* list, Py_ssize_t size);
+
+// Takes elements out again that came last, of the solver and of the mirror, unless all goes well: variables, or rows of
+// whatever kind.
+class TakeBack {
+public:
+    TakeBack(Model& self, PyObject* Model::*list)
+        : self_(self), list_(list), first_(static_cast<int>(PyList_GET_SIZE(mirror(self.*list)))) {}
+    TakeBack(const TakeBack&) = delete;
+    TakeBack& operator=(const TakeBack&) = delete;
+    ~TakeBack() {
+        if (count_ != 0)
+            undo();
+    }
+    // The solver has so many more; gives the index of the first of them.
+    int added(int count) { return first_ + std::exchange(count_, count_ + count); }
+    void keep() { count_ = 0; }
+
+private:
+    void undo();
+
+    Model& self_;
+    PyObject* Model::*list_;
+    int first_, count_ = 0;
+};
+
+// Enters one new row in the mirror and gives its Constr.
+Ref add_constr_object(Model& self);
 
 // The paths of Model.addConstr that are not linear. Bounds as in a TempConstr.
 Ref add_quadratic_row(Model& self, Borrowed quadexpr, Borrowed lower, Borrowed upper, const char* name);

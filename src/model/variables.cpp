@@ -62,9 +62,10 @@ Ref model_addVar(Model& self, const Call& call) {
     } else {
         check(TSOaddvar(self.mdl_, 0, nullptr, nullptr, cost, lower, upper, type, text));
     }
-    PyObject* vars = mirror(self.vars_);
-    Ref var = new_handle(state().var, self.mdl_, static_cast<int>(PyList_GET_SIZE(vars)));
-    checked(PyList_Append(vars, var.get()));
+    TakeBack added(self, &Model::vars_);
+    added.added(1);
+    Ref var = append_handle(self.vars_, state().var, self);
+    added.keep();
     return var;
 }
 
@@ -226,11 +227,11 @@ void add_vars(Model& self, std::size_t number, const Subscripts& subscripts, con
     VarNames names(a.name, number, subscripts);
     check(TSOaddvars(self.mdl_, static_cast<int>(count), 0, nullptr, nullptr, nullptr, cost.get(), lower.get(),
                      upper.get(), types.get(), names.get()));
-    PyObject* vars = mirror(self.vars_);
-    for (Py_ssize_t i = 0; i < count; ++i) {
-        Ref var = new_handle(state().var, self.mdl_, static_cast<int>(PyList_GET_SIZE(vars)));
-        checked(PyList_Append(vars, var.get()));
-    }
+    TakeBack added(self, &Model::vars_);
+    added.added(static_cast<int>(count));
+    for (Py_ssize_t i = 0; i < count; ++i)
+        append_handle(self.vars_, state().var, self);
+    added.keep();
 }
 
 Borrowed none_if_missing(Borrowed arg) { return arg ? arg : Py_None; }

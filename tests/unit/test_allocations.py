@@ -78,6 +78,13 @@ LONG = {
 }
 
 
+def left_by(calls, kind):
+    """How many more variables or rows the library has after the calls."""
+    one = {"vars": {"TSOaddvar"}, "constrs": {"TSOaddrangeconstr", "TSOaddqconstr"}}[kind]
+    many = {f"TSOadd{kind}": 1, f"TSOaddrange{kind}": 1, f"TSOdel{kind}": -1}
+    return sum(1 if call[0] in one else many[call[0]] * call[2] for call in calls if call[0] in {*one, *many})
+
+
 @pytest.fixture
 def built(stub, env):
     stub.set(VarName="v")
@@ -106,7 +113,11 @@ def test_every_allocation_that_fails(stub, built, name, only_one):
     for first in range(4000):
         stub.clear()
         held += [(x + i, x <= i, i * 1.5, x * y) for i in range(300 if first == 0 else 10)]
+        before = len(m.getVars()), len(m.getConstrs())
         error = without_memory(lambda: act(*built), first, first + 1 if only_one else 0)
+        calls = stub.calls()
+        left = before[0] + left_by(calls, "vars"), before[1] + left_by(calls, "constrs")
+        assert (len(m.getVars()), len(m.getConstrs())) == left
         # A subtraction tells all that goes wrong as a matter of types.
         assert error in (None, MemoryError, TypeError)
         failed += error is not None

@@ -68,7 +68,7 @@ def test_quadratic_rows_of_arrays(stub, built):
     stub.clear()
     stub.fail("TSOaddqconstr", -3, 3)
     assert refusal(m.addConstr, a * x <= 1)[0] is tso.TessolvError
-    assert [c[3] for c in stub.calls() if c[0] == "TSOdelconstrs"] == [[9], [8]]
+    assert [c[3] for c in stub.calls() if c[0] == "TSOdelconstrs"] == [[8, 9]]
     stub.fail("TSOsetdblattrlist", -3, 2)
     assert refusal(m.addConstr, tso.TempConstr.new(a * x, 1, 2))[0] is tso.TessolvError
     assert state(m) == before
