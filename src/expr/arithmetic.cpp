@@ -198,6 +198,8 @@ Ref forward_multiply(Borrowed a, Borrowed b) {
 
 } // namespace
 
+bool has_kind(Borrowed x) { return is_operand(kind_of(x)) || g_array_operators.is_array(x); }
+
 Ref add(Borrowed a, Borrowed b) {
     Operands ka = exact_kind(a), kb = exact_kind(b);
     if (ka != Operands::Other && kb != Operands::Other)
@@ -218,7 +220,8 @@ Ref negative(Borrowed a) {
     case Operands::LinExpr:
     case Operands::QuadExpr: {
         Ref minus_one = Ref::steal(PyLong_FromLong(-1));
-        return multiply(a, minus_one.get());
+        return exact_kind(a) != Operands::Other ? multiply(a, minus_one.get())
+                                                : Ref::steal(PyNumber_Multiply(a, minus_one.get()));
     }
     default:
         if (Ref result = g_array_operators.negative(a))
@@ -233,6 +236,8 @@ Ref subtract(Borrowed a, Borrowed b) {
         return Ref::borrow(Py_NotImplemented);
     if (is_operand(ka) || is_instance(a, state().operand)) {
         Ref result;
+        if (!is_operand(ka) && !has_kind(a)) // kept: its sum fails, its difference is None (test_refusals.py)
+            return Ref::none();
         bool worked = succeeds([&] {
             if (is_operand(ka) && kb != Operands::Other && kb != Operands::QuadExpr && ka != Operands::QuadExpr) {
                 result = sum(ka, a, kb, b, -1.0);

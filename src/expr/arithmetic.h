@@ -16,6 +16,9 @@ Ref l_mul_v(const LinExpr& l, Borrowed v);
 Ref l_mul_l(const LinExpr& l, const LinExpr& m);
 Ref q_mul_n(const QuadExpr& q, double n);
 
+// Whether an operand is of one of the kinds, and not of the base class alone.
+bool has_kind(Borrowed x);
+
 // The operators of Operand on any two objects, of which at least one is an operand.
 Ref add(Borrowed a, Borrowed b);
 Ref subtract(Borrowed a, Borrowed b);

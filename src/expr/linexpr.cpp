@@ -30,6 +30,14 @@ void linexpr_dealloc(PyObject* self) {
     Py_DECREF(type);
 }
 
+// As float(x).
+double as_float(Borrowed x) {
+    if (PyFloat_CheckExact(x))
+        return PyFloat_AS_DOUBLE(x);
+    Ref number = Ref::steal(PyNumber_Float(x));
+    return PyFloat_AS_DOUBLE(number.get());
+}
+
 void linexpr_init(LinExpr& self, PyObject* args, PyObject* kwargs) {
     static const Signature<2> signature{"__init__", {"arg1", "arg2"}, 0};
     auto [arg1, arg2] = parse(signature, args, kwargs);
@@ -67,18 +75,15 @@ Ref linexpr_iadd(LinExpr& self, PyObject* other) {
 
 Ref linexpr_isub(LinExpr& self, PyObject* other) {
     Ref negative = Ref::steal(PyNumber_Negative(other));
+    if (Py_TYPE(&self) != state().linexpr)
+        return Ref::steal(PyObject_CallMethod(as_object(&self), "__iadd__", "(O)", negative.get()));
     return linexpr_iadd(self, negative.get());
 }
 
 Ref linexpr_imul(LinExpr& self, PyObject* other) {
     if (!is_number(other))
         unsupported_inplace(as_object(&self), other);
-    double mult = to_double(other), constant = self.constant * mult;
-    if (!PyFloat_CheckExact(other) && !PyLong_CheckExact(other)) { // a number may multiply in a way of its own
-        Ref product = Ref::steal(PyFloat_FromDouble(self.constant));
-        product = Ref::steal(PyNumber_Multiply(product.get(), other));
-        constant = to_double(product.get());
-    }
+    auto [mult, constant] = scaled_constant(self, other);
     scale_terms(self, mult);
     self.constant = constant;
     return Ref::borrow(as_object(&self));
@@ -251,8 +256,7 @@ void fill_linexpr(LinExpr& self, Borrowed from) {
         if (PyErr_Occurred())
             throw PythonError();
     } else {
-        Ref number = Ref::steal(PyNumber_Float(from));
-        self.constant = PyFloat_AS_DOUBLE(number.get());
+        self.constant = as_float(from);
     }
 }
 
@@ -289,7 +293,16 @@ void add_constant(LinExpr& self, Borrowed c) {
     }
     Ref constant = Ref::steal(PyFloat_FromDouble(self.constant));
     Ref sum = Ref::steal(PyNumber_Add(constant.get(), c));
-    self.constant = to_double(sum.get());
+    self.constant = as_float(sum.get());
+}
+
+std::pair<double, double> scaled_constant(const LinExpr& self, Borrowed by) {
+    double mult = to_double(by);
+    if (PyFloat_CheckExact(by) || PyLong_CheckExact(by))
+        return {mult, self.constant * mult};
+    Ref product = Ref::steal(PyFloat_FromDouble(self.constant)); // a number may multiply in a way of its own
+    product = Ref::steal(PyNumber_Multiply(product.get(), by));
+    return {mult, to_double(product.get())};
 }
 
 void scale_terms(LinExpr& self, double mult) {
@@ -352,13 +365,6 @@ bool is_zero(Borrowed x) {
         return PyFloat_AS_DOUBLE(x) == 0.0;
     Ref zero = Ref::steal(PyLong_FromLong(0));
     return checked(PyObject_RichCompareBool(x, zero.get(), Py_EQ));
-}
-
-double as_float(Borrowed x) {
-    if (PyFloat_CheckExact(x))
-        return PyFloat_AS_DOUBLE(x);
-    Ref number = Ref::steal(PyNumber_Float(x));
-    return PyFloat_AS_DOUBLE(number.get());
 }
 
 } // namespace

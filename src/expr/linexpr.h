@@ -47,6 +47,8 @@ void add_constant(LinExpr& self, Borrowed c);
 bool add_operand(LinExpr& self, Operands kind, Borrowed other);
 // TypeError: an object cannot be added to or multiplied into an expression in place.
 [[noreturn]] void unsupported_inplace(Borrowed self, Borrowed other);
+// A number as a factor of terms, and the constant times it.
+std::pair<double, double> scaled_constant(const LinExpr& self, Borrowed by);
 void scale_terms(LinExpr& self, double mult); // in place, without the constant; zero keeps the terms
 void clear(LinExpr& self);
 

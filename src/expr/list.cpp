@@ -1,6 +1,7 @@
 #include "expr/list.h"
 
 #include "py/args.h"
+#include "py/nested.h"
 
 namespace tsp {
 namespace {
@@ -38,12 +39,12 @@ Ref list_makeUpdateSafe(List& self) {
     return Ref::none();
 }
 
-Ref list_getitem(PyObject* self, PyObject* key) {
-    int32_t i = to_int32(key);
+Ref list_at(PyObject* self, Py_ssize_t i) {
     if (i < 0 || i >= items(self).size())
         raise(PyExc_IndexError, "list index out of range");
     return i < items(self).vector_size() ? items(self).data()[i].object() : Ref::none();
 }
+Ref list_getitem(PyObject* self, PyObject* key) { return list_at(self, to_int32(key)); }
 
 Py_ssize_t list_length(List& self) { return self.items.size(); }
 
@@ -99,11 +100,13 @@ PyType_Slot list_slots[] = {
                        "Example: List([1.0, 2.0])[1]  # 2.0")},
     {Py_tp_new, reinterpret_cast<void*>(&list_new)},
     slot<list_init>(Py_tp_init),
-    {Py_tp_dealloc, reinterpret_cast<void*>(&list_dealloc)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(&nested_dealloc<list_dealloc>)},
     slot<list_str>(Py_tp_str),
     slot<list_repr>(Py_tp_repr),
     slot<list_getitem>(Py_mp_subscript),
+    slot<list_at>(Py_sq_item), // and so it can be iterated over
     slot<list_length>(Py_mp_length),
+    slot<list_length>(Py_sq_length),
     slot<list_concat>(Py_nb_add),
     slot<list_inplace_add>(Py_nb_inplace_add),
     {Py_tp_methods, list_methods},

@@ -62,6 +62,97 @@ Ref operand_matmul(PyObject* a, PyObject* b) {
     return g_array_operators.matmul(a, b);
 }
 
+// __add__ and __mul__ called as functions: their left side may also be a number or an array, which an operand takes as
+// its right side.
+Ref on_any(const char* op, Ref (*forward)(Borrowed, Borrowed), Borrowed self, Borrowed other) {
+    if (is_instance(self, state().operand))
+        return forward(self, other);
+    Ref left = is_number(self) ? Ref::steal(PyFloat_FromDouble(to_double(self))) : Ref::borrow(self);
+    if (!PyFloat_CheckExact(left.get()) && !is_arraylike(self))
+        unsupported(op, self, other);
+    if (!has_kind(other))
+        unsupported(op, left.get(), other);
+    return forward(other, left.get());
+}
+
+Ref operand_add(PyObject*, const Call& call) {
+    static const Signature<2> signature{"__add__", {"self", "other"}, 2};
+    auto [self, other] = parse(signature, call);
+    return on_any("+", &add, self, other);
+}
+Ref operand_mul(PyObject*, const Call& call) {
+    static const Signature<2> signature{"__mul__", {"self", "other"}, 2};
+    auto [self, other] = parse(signature, call);
+    return on_any("*", &multiply, self, other);
+}
+Ref operand_sub(PyObject*, const Call& call) {
+    static const Signature<2> signature{"__sub__", {"self", "other"}, 2};
+    auto [self, other] = parse(signature, call);
+    if (is_instance(self, state().operand))
+        return subtract(self, other);
+    if (!is_number(self) && !is_arraylike(self))
+        return Ref::none();
+    Ref result;
+    bool worked = succeeds([&result, self = self, other = other] {
+        Ref minus = Ref::steal(PyNumber_Negative(other));
+        result = on_any("+", &add, self, minus.get());
+    });
+    if (!worked)
+        unsupported("-", self, other);
+    return result;
+}
+
+// A reflected method puts its own object in front. Python calls it for a class that a program derives also where the
+// left side is an operand; that one leads then, as everywhere.
+bool leads(PyObject* other, PyObject* self) {
+    bool derived = PyType_GetSlot(Py_TYPE(self), Py_nb_add) != PyType_GetSlot(state().operand, Py_nb_add);
+    return derived && is_instance(other, state().operand);
+}
+Ref operand_radd(PyObject* self, PyObject* other) {
+    return leads(other, self) ? add(other, self) : Ref::steal(PyObject_CallMethodOneArg(self, state().s_add, other));
+}
+Ref operand_rmul(PyObject* self, PyObject* other) {
+    return leads(other, self) ? multiply(other, self)
+                              : Ref::steal(PyObject_CallMethodOneArg(self, state().s_mul, other));
+}
+Ref operand_rsub(PyObject* self, PyObject* other) {
+    if (leads(other, self))
+        return subtract(other, self);
+    Ref minus = Ref::steal(PyNumber_Negative(self));
+    return Ref::steal(PyObject_CallMethodOneArg(minus.get(), state().s_add, other));
+}
+
+constexpr PyMethodDef in_place_of_the_slot(PyMethodDef method) {
+    method.ml_flags |= METH_COEXIST;
+    return method;
+}
+PyMethodDef operand_methods[] = {
+    in_place_of_the_slot(one_arg<operand_radd>("__radd__", "__radd__($self, other, /)\n--\n\n"
+                                                           "The same as __add__.\n\n"
+                                                           "Example: (2 * x).__radd__(y)")),
+    in_place_of_the_slot(one_arg<operand_rsub>("__rsub__", "__rsub__($self, other, /)\n--\n\n"
+                                                           "-self + other.\n\n"
+                                                           "Example: (2 * x).__rsub__(y)")),
+    in_place_of_the_slot(one_arg<operand_rmul>("__rmul__", "__rmul__($self, other, /)\n--\n\n"
+                                                           "The same as __mul__.\n\n"
+                                                           "Example: (2 * x).__rmul__(y)")),
+    {},
+};
+PyMethodDef operand_functions[] = {
+    keywords<operand_add>("__add__",
+                          "__add__(self, other)\n--\n\n"
+                          "self + other. Called as a function, it takes a number or an array as self too.\n\n"
+                          "Example: Operand.__add__(2, x)"),
+    keywords<operand_sub>("__sub__",
+                          "__sub__(self, other)\n--\n\n"
+                          "self - other. Called as a function, it takes a number or an array as self too.\n\n"
+                          "Example: Operand.__sub__(2, x)"),
+    keywords<operand_mul>("__mul__",
+                          "__mul__(self, other)\n--\n\n"
+                          "self * other. Called as a function, it takes a number or an array as self too.\n\n"
+                          "Example: Operand.__mul__(2, x)"),
+};
+
 PyType_Slot operand_slots[] = {
     {Py_tp_doc,
      const_cast<char*>("Operand()\n--\n\n"
@@ -80,6 +171,7 @@ PyType_Slot operand_slots[] = {
     slot<operand_power>(Py_nb_power),
     slot<operand_matmul>(Py_nb_matrix_multiply),
     slot<negative>(Py_nb_negative),
+    {Py_tp_methods, operand_methods},
     {},
 };
 PyType_Spec operand_spec = {"tessolvpy.Operand", sizeof(PyObject), 0, Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
@@ -87,6 +179,15 @@ PyType_Spec operand_spec = {"tessolvpy.Operand", sizeof(PyObject), 0, Py_TPFLAGS
 
 } // namespace
 
-PyTypeObject* make_operand_type() { return make_type(operand_spec); }
+PyTypeObject* make_operand_type() {
+    PyTypeObject* type = make_type(operand_spec);
+    for (PyMethodDef& def : operand_functions) { // a method when taken from an object, a function when from the class
+        Ref function = Ref::steal(PyCFunction_New(&def, nullptr)),
+            method = Ref::steal(PyInstanceMethod_New(function.get()));
+        checked(PyDict_SetItemString(type->tp_dict, def.ml_name, method.get()));
+    }
+    PyType_Modified(type);
+    return type;
+}
 
 } // namespace tsp

@@ -5,6 +5,7 @@
 #include "expr/list.h"
 #include "expr/print.h"
 #include "py/args.h"
+#include "py/nested.h"
 #include "solver/check.h"
 
 namespace tsp {
@@ -59,12 +60,15 @@ Ref quadexpr_iadd(QuadExpr& self, PyObject* other) {
 
 Ref quadexpr_isub(QuadExpr& self, PyObject* other) {
     Ref negative = Ref::steal(PyNumber_Negative(other));
+    if (Py_TYPE(&self) != state().quadexpr)
+        return Ref::steal(PyObject_CallMethod(as_object(&self), "__iadd__", "(O)", negative.get()));
     return quadexpr_iadd(self, negative.get());
 }
 
 Ref quadexpr_imul(QuadExpr& self, PyObject* other) {
     if (!is_number(other))
         unsupported_inplace(as_object(&self), other);
+    scaled_constant(self.linear(), other); // what does not work is told before anything changes
     multiply_items(self.coeffs, other);
     Ref linear = Ref::borrow(self.linexpr);
     Ref product = Ref::steal(PyNumber_InPlaceMultiply(linear.get(), other));
@@ -264,7 +268,7 @@ PyType_Slot quadexpr_slots[] = {
                        "Example: q = QuadExpr(x * y)")},
     slot<quadexpr_new>(Py_tp_new),
     slot<quadexpr_init>(Py_tp_init),
-    {Py_tp_dealloc, reinterpret_cast<void*>(&quadexpr_dealloc)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(&nested_dealloc<quadexpr_dealloc>)},
     slot<quadexpr_str>(Py_tp_str),
     slot<quadexpr_repr>(Py_tp_repr),
     slot<quadexpr_iadd>(Py_nb_inplace_add),

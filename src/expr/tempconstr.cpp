@@ -5,6 +5,7 @@
 #include "expr/kinds.h"
 #include "module/text.h"
 #include "py/args.h"
+#include "py/nested.h"
 #include "py/numpy.h"
 
 namespace tsp {
@@ -106,7 +107,7 @@ PyType_Slot tempconstr_slots[] = {
                        "then b does.\n\n"
                        "Example: c = x + y <= 1")},
     {Py_tp_new, reinterpret_cast<void*>(&tempconstr_new)},
-    {Py_tp_dealloc, reinterpret_cast<void*>(&tempconstr_dealloc)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(&nested_dealloc<tempconstr_dealloc>)},
     slot<tempconstr_str>(Py_tp_str),
     slot<tempconstr_repr>(Py_tp_repr),
     slot<tempconstr_rshift>(Py_nb_rshift),
@@ -116,26 +117,36 @@ PyType_Slot tempconstr_slots[] = {
 PyType_Spec tempconstr_spec = {"tessolvpy.TempConstr", sizeof(TempConstr), 0, Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
                                tempconstr_slots};
 
+// a - b, which a class that a program derives may define anew.
+Ref difference(Borrowed a, Borrowed b) {
+    if (exact_kind(a) != Operands::Other && exact_kind(b) != Operands::Other)
+        return subtract(a, b);
+    return Ref::steal(PyNumber_Subtract(a, b));
+}
+
 // self == other.
 Ref equal(Borrowed self, Borrowed other) {
     if (exact_kind(other) == Operands::Number || is_scalar(other))
-        return tempconstr_of(subtract(self, other), true, true);
-    if (g_array_operators.is_array(self)) { // cell by cell; a list has no negation, an array of it has
-        if (is_instance(other, state().operand))
-            return tempconstr_of(subtract(self, other), true, true);
-        Ref array = Ref::steal(PyArray_FROM_O(other));
-        return tempconstr_of(subtract(self, array.get()), true, true);
-    }
-    if (is_arraylike(other)) {
+        return tempconstr_of(difference(self, other), true, true);
+    if (kind_of(self) >= Operands::Var && is_arraylike(other)) {
         Py_ssize_t size = PyObject_Size(other);
         if (size < 0)
             throw PythonError();
         if (size != 2)
             raise(PyExc_ValueError, "`=` expect an array with 2 elements: [ LHS, RHS ]");
-        Ref low = Ref::steal(PySequence_GetItem(other, 0)), high = Ref::steal(PySequence_GetItem(other, 1));
+        Ref first = Ref::steal(PyLong_FromLong(0)), second = Ref::steal(PyLong_FromLong(1));
+        Ref low = Ref::steal(PyObject_GetItem(other, first.get()));
+        Ref high = Ref::steal(PyObject_GetItem(other, second.get()));
         return make_tempconstr(self, low.get(), high.get());
     }
-    return tempconstr_of(subtract(self, other), true, true);
+    // From here on the other side counts as an array: one of a list has a negation, which a list has not, and one of an
+    // operand, without dimensions, is negated into the operand's own negation. So that is done at once where it works.
+    if (bool simple = exact_kind(self) != Operands::Other || g_array_operators.is_array(self);
+        simple && is_instance(other, state().operand))
+        if (Ref result; succeeds([&] { result = subtract(self, other); }))
+            return tempconstr_of(std::move(result), true, true);
+    Ref array = Ref::steal(PyArray_FROM_O(other));
+    return tempconstr_of(difference(self, array.get()), true, true);
 }
 
 } // namespace
@@ -164,13 +175,13 @@ Ref compare(Borrowed a, Borrowed b, int op) {
         return Ref::borrow(Py_NotImplemented);
     switch (op) {
     case Py_LE:
-        return tempconstr_of(subtract(a, b), false, true);
+        return tempconstr_of(difference(a, b), false, true);
     case Py_GE:
-        return tempconstr_of(subtract(a, b), true, false);
+        return tempconstr_of(difference(a, b), true, false);
     case Py_EQ:
         return equal(a, b);
     case Py_NE: {
-        Ref same = equal(a, b);
+        Ref same = exact_kind(a) != Operands::Other ? equal(a, b) : Ref::steal(PyObject_RichCompare(a, b, Py_EQ));
         return Ref::boolean(!checked(PyObject_IsTrue(same.get())));
     }
     default:

@@ -18,7 +18,11 @@ void raise(PyObject* type, const char* format, ...) {
 }
 
 const char* type_name(Borrowed object) {
-    const char* name = Py_TYPE(object)->tp_name;
+    PyTypeObject* type = Py_TYPE(object);
+    if (type->tp_flags & Py_TPFLAGS_HEAPTYPE) // which may have a dot in its name
+        if (const char* name = PyUnicode_AsUTF8(reinterpret_cast<PyHeapTypeObject*>(type)->ht_name))
+            return name;
+    const char* name = type->tp_name;
     const char* dot = std::strrchr(name, '.');
     return dot ? dot + 1 : name;
 }

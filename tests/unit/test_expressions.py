@@ -52,6 +52,7 @@ def test_texts(stub, xyz):
         (x + y >= 2 * z, 0, "<LinExpr: v + v - 2.0 * v>", None), (x == y, 0, "<LinExpr: - v + v>", 0),
         (x == [0, 100], 0, "<Var v>", 100), (x + y == (True, 2.5), True, "<LinExpr: v + v>", 2.5),
         (x == numpy.array([1, 2]), 1, "<Var v>", 2), (x * y >= x, 0, "<QuadExpr: v * v + - v>", None),
+        (x == {1: 5, 0: 0}, 0, "<Var v>", 5),
         (tso.TempConstr.new(lhs=x, lb=None, rhs=2), None, "<LinExpr: v - 2.0>", 0),
         (tso.TempConstr.new(x, 1, 2), 1, "<Var v>", 2),
     ]:  # fmt: skip
@@ -82,6 +83,7 @@ def test_making_linear_expressions(xyz):
         (([1, 0, 2], [x, "never looked at", y, y]), ([(1.0, 0), (2.0, 1)], 0.0)),
         ((numpy.array([1, 2]), numpy.array([x, y], object)), ([(1.0, 0), (2.0, 1)], 0.0)),
         (((1, 2), {0: x, 1: y}), ([(1.0, 0), (2.0, 1)], 0.0)),
+        ((tso.List([1, 2]), tso.List([x, y])), ([(1.0, 0), (2.0, 1)], 0.0)),
         (([(1, x, None), [2, y, 3, 4]],), ([(1.0, 0), (2.0, 1)], 0.0)),
         (([([1, 2], [x, y], 0)],), ([(1.0, 0), (2.0, 1)], 0.0)), (((), None), ([], 0.0)),
     ]:  # fmt: skip
@@ -168,6 +170,44 @@ def test_subclasses_decide_for_themselves(xyz):
     assert terms(x + mine) == ([(1.0, 0), (1.0, 1), (1.0, 0)], 0.0)
     assert terms(tso.quicksum([mine, mine]))[0] == terms(mine)[0] * 2
     assert type(tso.LinExpr(mine)) is tso.LinExpr
+    assert -mine == ("multiplied", -1)
+
+    plain, e = type("Plain", (tso.LinExpr,), {})(3 * x), 2 * y + 1
+    assert (terms(e + plain), terms(plain - e)) == (([(2.0, 1), (3.0, 0)], 1.0), ([(3.0, 0), (-2.0, 1)], -1.0))
+    assert (terms(e - plain), terms(1 - plain)) == (([(2.0, 1), (-3.0, 0)], 1.0), ([(-3.0, 0)], 1.0))
+    names = {"__sub__": "subtracted", "__eq__": None, "__iadd__": "added"}
+    other = type("Other", (tso.LinExpr,), {k: lambda self, o, v=v: v and (v, o) for k, v in names.items()})(x)
+    assert "('subtracted', 1)" in str(other <= 1) and (other != 1) is True
+    assert operator.isub(other, 1) == ("added", -1)
+
+
+def test_operators_as_methods(xyz):
+    x, y, _ = xyz
+    e, f = 2 * x + 1, 3 * y
+    for made, expected in [
+        (e.__radd__(f), ([(2.0, 0), (3.0, 1)], 1.0)), (e.__rsub__(f), ([(-2.0, 0), (3.0, 1)], -1.0)),
+        (x.__radd__(y), ([(1.0, 0), (1.0, 1)], 0.0)), (e.__rmul__(2), ([(4.0, 0)], 2.0)),
+        (tso.Operand.__add__(2, x), ([(1.0, 0)], 2.0)), (tso.Operand.__sub__(2, x), ([(-1.0, 0)], 2.0)),
+        (tso.Operand.__mul__(2, f), ([(6.0, 1)], 0.0)), (tso.Operand.__add__([2], x).item(), ([(1.0, 0)], 2.0)),
+    ]:  # fmt: skip
+        assert terms(made) == expected
+    assert tso.Operand() - 1 is tso.Operand() - object() is tso.Operand.__sub__("a", x) is None
+    assert list(tso.List([1, x])) == [1, x] and terms(tso.quicksum(tso.List([x, 2]))) == ([(1.0, 0)], 2.0)
+
+
+def test_nesting_ends_well_however_deep(xyz):
+    x, y, _ = xyz
+
+    def squared(inner):
+        q = tso.QuadExpr()
+        q.addTerms([1], [inner], [x])
+        return q
+
+    for wrap in (lambda one: tso.List([one]), lambda one: tso.TempConstr.new(one, 0, 1), squared):
+        one = x
+        for _ in range(500_000):
+            one = wrap(one)
+        one = None
 
 
 def acting(answer):
