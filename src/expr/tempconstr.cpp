@@ -55,6 +55,14 @@ void tempconstr_dealloc(PyObject* self) {
     Py_DECREF(type);
 }
 
+// A linear expression, which is the rule, holds nothing that could hold another constraint.
+void tempconstr_dealloc_any(PyObject* self) {
+    if (Py_TYPE(as_tempconstr(self).expr) == state().linexpr)
+        tempconstr_dealloc(self);
+    else
+        nested_dealloc<tempconstr_dealloc>(self);
+}
+
 Ref tempconstr_rshift(PyObject* a, PyObject* b) {
     if (!is_tempconstr(a))
         return Ref::borrow(Py_NotImplemented);
@@ -107,7 +115,7 @@ PyType_Slot tempconstr_slots[] = {
                        "then b does.\n\n"
                        "Example: c = x + y <= 1")},
     {Py_tp_new, reinterpret_cast<void*>(&tempconstr_new)},
-    {Py_tp_dealloc, reinterpret_cast<void*>(&nested_dealloc<tempconstr_dealloc>)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(&tempconstr_dealloc_any)},
     slot<tempconstr_str>(Py_tp_str),
     slot<tempconstr_repr>(Py_tp_repr),
     slot<tempconstr_rshift>(Py_nb_rshift),
@@ -119,7 +127,8 @@ PyType_Spec tempconstr_spec = {"tessolvpy.TempConstr", sizeof(TempConstr), 0, Py
 
 // a - b, which a class that a program derives may define anew.
 Ref difference(Borrowed a, Borrowed b) {
-    if (exact_kind(a) != Operands::Other && exact_kind(b) != Operands::Other)
+    if (exact_kind(a) != Operands::Other &&
+        (PyFloat_CheckExact(b) || PyLong_CheckExact(b) || exact_kind(b) != Operands::Other))
         return subtract(a, b);
     return Ref::steal(PyNumber_Subtract(a, b));
 }

@@ -20,34 +20,33 @@ struct Waiting {
 };
 inline Waiting* g_waiting = nullptr;
 inline int g_depth = 0; // under the interpreter lock, as everything
+constexpr int kDeepest = 100;
 
-inline bool waits(PyObject* object, void (*free)(PyObject*)) {
-    constexpr int kDeepest = 100;
-    if (g_depth < kDeepest)
-        return false;
-    auto* w = new (std::nothrow) Waiting{g_waiting, object, free};
-    if (w)
+inline void wait(PyObject* object, void (*free)(PyObject*)) {
+    if (auto* w = new (std::nothrow) Waiting{g_waiting, object, free})
         g_waiting = w;
-    return w;
+    else
+        free(object);
 }
 inline void free_waiting() {
+    ++g_depth;
     while (Waiting* w = g_waiting) {
         g_waiting = w->next;
         w->free(w->object);
         delete w;
     }
+    --g_depth;
 }
 
 } // namespace detail
 
 template <void (*Free)(PyObject*)> void nested_dealloc(PyObject* self) {
-    if (detail::waits(self, Free))
-        return;
-    ++detail::g_depth;
-    Free(self);
-    if (detail::g_depth == 1)
+    if (++detail::g_depth <= detail::kDeepest) [[likely]]
+        Free(self);
+    else
+        detail::wait(self, Free);
+    if (--detail::g_depth == 0 && detail::g_waiting) [[unlikely]]
         detail::free_waiting();
-    --detail::g_depth;
 }
 
 } // namespace tsp
