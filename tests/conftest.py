@@ -1,5 +1,7 @@
 """What the tests of several folders share: their helper modules, a quiet environment, the library by itself."""
 
+import os
+import subprocess
 import sys
 from pathlib import Path
 
@@ -12,7 +14,8 @@ settings.register_profile("fixed", derandomize=True)
 settings.load_profile("fixed")
 
 HERE = Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE / folder) for folder in ("library", "engine", "io", "arrays", "solve", "property")]
+HELPERS = [str(HERE / folder) for folder in ("library", "engine", "io", "arrays", "solve", "property")]
+sys.path[:0] = HELPERS
 
 
 @pytest.fixture(scope="session")
@@ -23,6 +26,32 @@ def quiet_env():
     made = tessolvpy.Env(empty=True)
     made.setParam("OutputFlag", 0)
     return made
+
+
+def start(code, env=os.environ, **more):
+    """A process of its own for code, which is a text or the path of a program, with the helper modules at hand."""
+    command = [sys.executable, "-X", "faulthandler", *(["-c", code] if isinstance(code, str) else [code])]
+    path = os.pathsep.join([*HELPERS, *env.get("PYTHONPATH", "").split(os.pathsep)])
+    env = {**env, "PYTHONPATH": path, "PYTHONUNBUFFERED": "1"}
+    pipes = dict.fromkeys(("stdin", "stdout", "stderr"), subprocess.PIPE)
+    return subprocess.Popen(command, env=env, text=True, **pipes, **more)
+
+
+@pytest.fixture(scope="session")
+def python():
+    """python(code): what such a process writes, which must end with the code that is expected."""
+
+    def run(code, returncode=0, given=None, timeout=300, **more):
+        process = start(code, **more)
+        try:
+            out, err = process.communicate(given, timeout)
+        finally:
+            process.kill()
+        assert process.returncode == returncode, f"{process.returncode}\n{out[-2000:]}\n{err[-5000:]}"
+        return out
+
+    run.start = start
+    return run
 
 
 @pytest.fixture(scope="session")

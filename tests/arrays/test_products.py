@@ -6,7 +6,7 @@ import numpy as np
 import oracle
 import pytest
 import scipy.sparse as sp
-from operands import ARRAY_KINDS, KINDS, NUMPY_KINDS, fresh, numbers, quadratic, variables
+from operands import ARRAY_KINDS, NUMPY_KINDS, fresh, numbers, pair, quadratic, variables
 
 # Those that fit have an inner length of three.
 FITTING = [((3,), (3,)), ((2, 3), (3,)), ((3,), (3, 2)), ((2, 3), (3, 4)), ((1, 3), (3, 1)), ((3, 1), (1, 3))]
@@ -22,20 +22,15 @@ def variables_of(model):
     return model.addVars(6)
 
 
-def made(model, a, b, p, q):
-    rng = np.random.default_rng(len(a) + 3 * len(b))
-    return KINDS[a](model, rng, p), KINDS[b](model, rng, q)
-
-
 @pytest.mark.parametrize("a, b", PAIRS)
 def test_every_pair_of_operands(model, a, b):
     values = np.random.default_rng(1).integers(-5, 6, model.NumVars).astype(float)
     for p, q in FITTING + OTHERS:
-        x, y = made(model, a, b, p, q)
+        x, y = pair(model, a, b, p, q)
         if float in (type(x), type(y)):  # what a list without dimensions is
             continue
         found = oracle.outcome(lambda: x @ y)  # noqa: B023
-        x, y = made(model, a, b, p, q)
+        x, y = pair(model, a, b, p, q)
         assert found == oracle.outcome(lambda: oracle.product(x, y), tuple), f"{a} {p} @ {b} {q}"  # noqa: B023
         if (p, q) in FITTING and not found[0].endswith("Error") and (a not in ARRAY_KINDS or b not in ARRAY_KINDS):
             assert np.array_equal(

@@ -5,8 +5,9 @@ import numpy as np
 import pytest
 
 OPTIMAL, INFEASIBLE, UNBOUNDED, SUB_OPTIMAL = 1, 2, 3, 5
-LOWER, BASIC, UPPER, SUPER = range(4)
+LOWER, BASIC, UPPER = range(3)
 INF = capi.INFINITY
+needs_csdp = pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
 
 
 def build(library, cost, matrix=(), low=(), high=(), lb=None, ub=None, types=None, maximize=False):
@@ -132,3 +133,9 @@ def large_qp(library, n):
 
 def add_quadratic(m, rows, cols, values):
     m.call("TSOaddqpterms", len(rows), rows, cols, values)
+
+
+def add_half_form(m, matrix):
+    """x' matrix x / 2 for a symmetric matrix."""
+    i, j = np.nonzero(np.tril(matrix))
+    add_quadratic(m, i, j, np.where(i == j, 0.5, 1) * matrix[i, j])

@@ -2,16 +2,12 @@
 
 import functools
 import os
-import subprocess
-import sys
 from pathlib import Path
 
 import answers
 import capi
 import numpy as np
 import pytest
-
-HERE = Path(__file__).resolve().parent
 
 
 @pytest.fixture
@@ -52,21 +48,12 @@ def logged(tmp_path):
 
 
 @pytest.fixture
-def script(tmp_path):
+def script(python, tmp_path):
     """script(code): what code behind runs.py writes, in a process of its own; with wait=False that process."""
 
-    def run(code, library=None, returncode=0, wait=True):
-        head = f"import sys\nsys.path[:0] = {[str(HERE), str(HERE.parent / 'library')]}\nfrom runs import *\n"
+    def run(code, library=None, wait=True, **more):
         library = str(library or Path(capi.find_library()).resolve())
-        started = subprocess.Popen(
-            [sys.executable, "-X", "faulthandler", "-c", head + code],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=tmp_path,
-            env=os.environ | {"PYTHONUNBUFFERED": "1", "TESSOLV_LIBRARY": library},
-        )  # fmt: skip
-        if not wait:
-            return started
-        out, err = started.communicate(timeout=100)
-        assert started.returncode == returncode, f"{started.returncode}: {err[-3000:]}"
-        return out
+        call = python if wait else python.start
+        return call(f"from runs import *\n{code}", cwd=tmp_path, env={**os.environ, "TESSOLV_LIBRARY": library}, **more)
 
     return run

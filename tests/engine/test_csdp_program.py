@@ -7,8 +7,9 @@ from pathlib import Path
 
 import capi
 import pytest
+from answers import needs_csdp
 
-pytestmark = pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
+pytestmark = needs_csdp
 PROGRAM = "tessolv-csdp"
 
 

@@ -51,7 +51,7 @@ def edit(m, rng):
         lambda: m.set("Obj", [j], [float(rng.integers(-9, 4))]),
         lambda: m.set("RHS", [i], [float(rng.integers(10, 60))]),
         lambda: m.set("VType", [j], str(rng.choice(list("CIB")))),
-        lambda: m.change([i], [j], [float(rng.integers(0, 6))]),
+        lambda: m.change(rows, cols[:3], rng.integers(0, 6, 3)),
         lambda: m.addrow(cols, rng.integers(1, 6, 4), upper=float(rng.integers(8, 30))),
         lambda: m.addvar(obj=-float(rng.integers(1, 9)), ub=3.0, rows=rows, values=rng.integers(1, 6, 3)),
         lambda: m.delete("vars", cols[: 2 * (n > 8)]), lambda: m.delete("constrs", [i] * (k > 5)),
@@ -60,37 +60,22 @@ def edit(m, rng):
 
 
 @pytest.mark.parametrize("types", ["C", "I", "quadratic"])
-def test_edited_models_are_solved_as_fresh_ones(build, library, run, rng, types):
+def test_edited_models_are_solved_as_fresh_ones(build, run, rng, types):
     m = knapsack_rows(build, rng, 14, 9, types="I" * 14 if types == "I" else None)
     if types == "quadratic":
         add_quadratic(m, range(14), range(14), np.full(14, 0.5))
     for round_ in range(25):
         for _ in range(int(rng.integers(1, 16))):
             edit(m, rng)
-        if types == "quadratic":
+        if types == "C" or types == "quadratic" and round_ % 4:
             m.set("VType", None, "C" * m.count("NumVars"))
-            if round_ % 5 == 4:
-                add_quadratic(m, [0, 1, 1], [0, 0, 1], [0.25, 0.5, 0.25])
-            if round_ == 20:
-                m.call("TSOdelq")
-        elif types == "C":
-            m.set("VType", None, "C" * m.count("NumVars"))
-        fresh = library.wrap(m.dll.TSOcopymodel(m.handle))
-        assert fresh.handle
-        assert run(fresh) == run(m) == (0, OPTIMAL)
-        assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), rel=1e-6, abs=1e-6), round_
-
-
-def test_a_changed_entry_moves_with_its_row_and_column(build, run, rng):
-    m = knapsack_rows(build, rng, 14, 9)
-    assert run(m) == (0, OPTIMAL)
-    for kind, gone in (("vars", [0, 2]), ("constrs", [1])):
-        rows, cols = np.divmod(np.arange(4 * 5), 5)
-        m.change(rows + 4, cols + 5, rng.uniform(0, 9, len(rows)))
-        m.delete(kind, gone)
+        if types == "quadratic" and round_ % 5 == 4:
+            add_quadratic(m, [0, 1, 1], [0, 0, 1], [0.25, 0.5, 0.25])
+        elif types == "quadratic" and round_ in (16, 20, 21):
+            m.call("TSOdelq")
         fresh = m.copy()
         assert run(fresh) == run(m) == (0, OPTIMAL)
-        assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), abs=1e-6), kind
+        assert m.number("ObjVal") == pytest.approx(fresh.number("ObjVal"), rel=1e-6, abs=1e-6), round_
 
 
 def test_incumbent_is_the_next_start(build, run, rng):
@@ -104,17 +89,3 @@ def test_incumbent_is_the_next_start(build, run, rng):
         m.parameter(name, low)
     assert run(m)[0] == capi.ABORT_NODE_LIMIT
     assert m.number("ObjVal") == pytest.approx(value)
-
-
-def test_starts_of_the_user_are_used(build, run, rng):
-    m = knapsack_rows(build, rng, 30, 6, types="I" * 20 + "C" * 10)
-    assert run(m) == (0, OPTIMAL)
-    best, value = primal(m), m.number("ObjVal")
-    for given in (30, 20):  # complete; the integers only
-        other = m.copy()
-        other.call("TSOreset", 1)
-        other.set("Start", range(given), best[:given].tolist())
-        for name, low in (("MIP/MaxNodes", 0), ("MIP/LevelHeurs", 0), ("Presolve", 0)):
-            other.parameter(name, low)
-        assert run(other)[0] == capi.ABORT_NODE_LIMIT
-        assert other.number("ObjVal") == pytest.approx(value, abs=1e-6)

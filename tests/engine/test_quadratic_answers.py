@@ -1,8 +1,9 @@
-"""Quadratic objectives."""
+"""Quadratic objectives and convex quadratic rows: optima proven by their dual values."""
 
+import capi
 import numpy as np
 import pytest
-from answers import INF, OPTIMAL, add_quadratic, certified, primal
+from answers import INF, OPTIMAL, add_half_form, certified, duals, large_qp, primal
 
 
 def test_optimality_conditions_of_random_problems(build, run, rng):
@@ -12,8 +13,7 @@ def test_optimality_conditions_of_random_problems(build, run, rng):
         q, cost, matrix = factor.T @ factor, rng.normal(size=n), rng.normal(size=(k, n))
         side = matrix @ rng.uniform(0, 1, n)
         m = build(cost, matrix, np.full(k, -INF), side, ub=np.full(n, 2.0))
-        i, j = np.nonzero(np.tril(np.ones((n, n))))
-        add_quadratic(m, i, j, np.where(i == j, q[i, i] / 2, q[i, j]))
+        add_half_form(m, q)
         assert run(m) == (0, OPTIMAL)
         x = primal(m)
         assert m.number("ObjVal") == pytest.approx(x @ q @ x / 2 + cost @ x, abs=1e-9)
@@ -32,25 +32,53 @@ def test_convexity_decides_who_may_solve(build, logged, rng):
             q = (q + q.T) / 2
         maximize = bool(rng.integers(2))
         m = build(np.zeros(n), ub=np.ones(n), maximize=maximize)
-        i, j = np.nonzero(np.tril(q))
-        add_quadratic(m, i, j, np.where(i == j, q[i, i] / 2, q[i, j]) * (-1 if maximize else 1))
+        add_half_form(m, -q if maximize else q)
         m.parameter("MIP/MaxNodes", 0)  # the search is another matter
         code, log = logged(m, MaxTime=10.0)
         assert code == 0 or not convex, trial
         assert ("not convex" in log) == (not convex), trial
 
 
-def test_a_quadratic_objective_with_integers_and_without_and_taken_back(build, run):
-    m = build([-1.0, -1.0], ub=[3, 3], types="IC")
-    add_quadratic(m, [0], [0], [1.2])
+def test_a_portfolio_with_a_bound_on_its_variance(build, run, rng):
+    n, factors = 120, 12
+    exposure = rng.normal(size=(factors, n))
+    matrix = np.vstack([np.r_[np.ones(n), np.zeros(factors)], np.c_[exposure, -np.eye(factors)]])
+    m = build(
+        np.r_[rng.uniform(0, 1, n), np.zeros(factors)], matrix, np.r_[1, np.zeros(factors)],
+        np.r_[1, np.zeros(factors)], lb=np.r_[np.zeros(n), np.full(factors, -INF)], maximize=True,
+    )  # fmt: skip
+    risk = np.diag(np.r_[np.full(n, 0.05), np.ones(factors)])
+    m.addqconstr([], [(j, j, risk[j, j]) for j in range(n + factors)], "<", 0.02)
     assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == pytest.approx(-3)
-    m.call("TSOdelq")
-    add_quadratic(m, [0], [0], [1.0])
-    m.set("VType", [0], "C")
+    certified(m, {1 + factors: risk})
+    assert min(primal(m)[:n]) == 0  # exactly at the bound, not beside it
+    assert duals(m)[-1] > 0  # more risk would pay
+
+
+def test_a_quadratic_objective_with_many_columns(library, run):
+    n = 400
+    m = large_qp(library, n)
     assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == pytest.approx(-3.25, abs=1e-6)
-    m.call("TSOdelq")
-    m.set("VType", [0], "I")
-    assert run(m) == (0, OPTIMAL)
-    assert m.number("ObjVal") == -6
+    q = 2 * np.eye(n) - np.eye(n, k=-1) + 0.5 * np.eye(n, k=-7)
+    certified(m, objective=q)
+    assert 0 < m.count("IPM/NumIters") < 200
+    assert np.linalg.norm(duals(m)) > 0.01
+
+
+def test_limits(library, run):
+    m = large_qp(library, 1000)
+    m.parameter("IPM/MaxIterations", 2)
+    assert run(m)[0] == capi.ABORT_ITERATION_LIMIT
+    m.parameter("IPM/MaxIterations", capi.MAXINT)
+    m.parameter("MaxTime", 0.3)
+    assert run(m)[0] == capi.ABORT_TIME_LIMIT
+
+
+def test_any_number_of_runs(build, run):
+    """SCIP's automatic differentiation has room for 64 threads in the life of a process."""
+    m = build([-3.0, -4.0], lb=[-INF] * 2)
+    m.addqconstr([], [(0, 0, 1.0), (1, 1, 1.0)], "<", 1.0)
+    for radius in range(1, 100):
+        m.set("RHS", [0], [float(radius)])
+        assert run(m) == (0, OPTIMAL)
+        assert m.number("ObjVal") == pytest.approx(-5 * radius**0.5, abs=1e-5)

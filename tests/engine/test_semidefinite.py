@@ -4,9 +4,9 @@ import answers
 import capi
 import numpy as np
 import pytest
-from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, UNBOUNDED, duals, max_cut, primal, reduced, theta
+from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, UNBOUNDED, duals, max_cut, needs_csdp, primal, reduced, theta
 
-pytestmark = pytest.mark.skipif(not capi.has_csdp(), reason="built without CSDP")
+pytestmark = needs_csdp
 CYCLE = [(i, (i + 1) % 5) for i in range(5)]
 PETERSEN = CYCLE + [(i, i + 5) for i in range(5)] + [(5 + i, 5 + (i + 2) % 5) for i in range(5)]
 FREE = -INF
@@ -127,43 +127,45 @@ def test_a_quadratic_row_and_objective_beside_a_matrix(library, run):
     assert reduced(m)[0] == pytest.approx(3 - 1 / 2.5**2, abs=1e-4)
 
 
-def test_infeasible_unbounded_and_degenerate(library, run):
-    trace, corner = [(0, 0, 0, 1.0), (0, 1, 1, 1.0)], [(0, 0, 0, 1.0)]
-    both = [(0, 0, 1.0), (1, 1, 1.0)]
-    m = model(library, rows=[(trace, -1, -1)])
-    assert (run(m), m.count("HasDualRay"), duals(m)) == ((0, INFEASIBLE), 1, [-1])
-    for rows, ray in (([(corner, 1, 1), (corner, 2, 2)], [-1, 1]), ([([], 1, 2)], [1])):
-        m = model(library, rows=rows)
-        assert run(m) == (0, INFEASIBLE)
-        assert duals(m) == pytest.approx(ray)
-    assert run(model(library, rows=[(corner, 2, 1)])) == (0, INFEASIBLE)
-    assert run(model(library, cols=[(1.0, 2.0, 1.0)])) == (0, INFEASIBLE)
-    m = model(library, cost=[(1, 0, -1.0)], rows=[(corner, 1, 1)])
-    assert (run(m), m.count("HasSolution")) == ((0, UNBOUNDED), 0)
-    with pytest.raises(capi.Failed) as error:
-        m.matrices("PsdX", [0])
-    assert error.value.code == capi.DATA_NOT_AVAILABLE
-    assert run(model(library, cost=[(0, 0, -1.0)])) == (0, UNBOUNDED)
-    assert run(model(library, cols=[(1.0, FREE)])) == (0, UNBOUNDED)
-    assert run(model(library, cost=[(1, 0, -1.0)], rows=[(corner, 1, 1), (trace, -3, -2)]))[1] == INFEASIBLE
-    for value, m in (
-        (0, model(library, cost=both)),
-        (0, model(library)),
-        (3, model(library, 1, [(0, 0, 1.0)], [(corner, 3, 5)])),
-        (
-            2,
-            model(library, cost=both, rows=[(corner, 1, 1), (trace, 2, 2), ([(0, 1, 1, 3.0)], 3, 3)]),
-        ),  # one row too many
-        (1, model(library, cost=[(1, 1, 1.0)], rows=[(corner, 0, 0), (trace, 1, 1)])),  # without an interior
-        (0, model(library, cost=[(0, 0, 1.0)], rows=[([(0, 1, 0, 0.5)], 1, 1)])),  # not attained
-        (0, model(library, rows=[([], -1, 1), ([], 0, 0), ([], FREE, INF)])),
-    ):
-        assert run(m) == (0, OPTIMAL)
-        assert m.number("ObjVal") == pytest.approx(value, abs=1e-6)
-        assert m.matrices("PsdX", [0])[0].shape[0] >= 1
-    m = model(
-        library, cost=[(1, 1, 1.0)], rows=[(corner, 0, 0), ([(0, 1, 0, 0.5)], 1, 1)]
-    )  # infeasible, and nothing proves it
+CORNER, TRACE, OFF = [(0, 0, 0, 1.0)], [(0, 0, 0, 1.0), (0, 1, 1, 1.0)], [(0, 1, 0, 0.5)]
+OUTCOMES = [  # arguments of model(), status or optimum, dual ray
+    ({"rows": [(TRACE, -1, -1)]}, INFEASIBLE, [-1]),
+    ({"rows": [(CORNER, 1, 1), (CORNER, 2, 2)]}, INFEASIBLE, [-1, 1]),
+    ({"rows": [([], 1, 2)]}, INFEASIBLE, [1]),
+    ({"rows": [(CORNER, 2, 1)]}, INFEASIBLE),
+    ({"cols": [(1.0, 2.0, 1.0)]}, INFEASIBLE),
+    ({"cost": [(1, 0, -1.0)], "rows": [(CORNER, 1, 1), (TRACE, -3, -2)]}, INFEASIBLE),
+    ({"cost": [(1, 0, -1.0)], "rows": [(CORNER, 1, 1)]}, UNBOUNDED),
+    ({"cost": [(0, 0, -1.0)]}, UNBOUNDED),
+    ({"cols": [(1.0, FREE)]}, UNBOUNDED),
+    ({"cost": [(0, 0, 1.0), (1, 1, 1.0)]}, 0.0),
+    ({}, 0.0),
+    ({"dim": 1, "cost": [(0, 0, 1.0)], "rows": [(CORNER, 3, 5)]}, 3.0),
+    # One row too many; without an interior; not attained.
+    ({"cost": [(0, 0, 1.0), (1, 1, 1.0)], "rows": [(CORNER, 1, 1), (TRACE, 2, 2), ([(0, 1, 1, 3.0)], 3, 3)]}, 2.0),
+    ({"cost": [(1, 1, 1.0)], "rows": [(CORNER, 0, 0), (TRACE, 1, 1)]}, 1.0),
+    ({"cost": [(0, 0, 1.0)], "rows": [(OFF, 1, 1)]}, 0.0),
+    ({"rows": [([], -1, 1), ([], 0, 0), ([], FREE, INF)]}, 0.0),
+]
+
+
+@pytest.mark.parametrize(("arguments", "expected", "ray"), [(*row, None)[:3] for row in OUTCOMES])
+def test_infeasible_unbounded_and_degenerate(library, run, fails, arguments, expected, ray):
+    m = model(library, **arguments)
+    optimal = isinstance(expected, float)
+    assert run(m) == (0, OPTIMAL if optimal else expected)
+    if optimal:
+        assert m.number("ObjVal") == pytest.approx(expected, abs=1e-6)
+        assert np.linalg.eigvalsh(m.matrices("PsdX", [0])[0])[0] > -1e-9
+    elif expected == UNBOUNDED:
+        assert m.count("HasSolution") == 0
+        fails(capi.DATA_NOT_AVAILABLE, m.matrices, "PsdX", [0])
+    elif ray:
+        assert (m.count("HasDualRay"), duals(m)) == (1, pytest.approx(ray))
+
+
+def test_infeasible_though_nothing_proves_it(library, run):
+    m = model(library, cost=[(1, 1, 1.0)], rows=[(CORNER, 0, 0), (OFF, 1, 1)])
     assert run(m)[1] not in (OPTIMAL, SUB_OPTIMAL, UNBOUNDED)
 
 

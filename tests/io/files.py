@@ -46,19 +46,27 @@ class Files:
         """The model that a text describes."""
         return self.read(self.make("text" + suffix, content))
 
-    def refused(self, path, read=None):
-        """The code of a reading that must fail, and the line of the log that it made."""
+    def refused(self, path, act=None, model=None):
+        """The code of an act that must fail, or else of reading a new model, and the line of the log that it made."""
         before = len(self.log())
         try:
-            (read or self.read)(path)
+            act(model, path) if act else self.read(path)
         except capi.Failed as failure:
             return failure.code, self.log()[before:].strip()
-        raise AssertionError(f"{path} was read")
+        raise AssertionError(f"{path} was taken")
 
     def again(self, model, suffix):
         path = self.folder / f"again{suffix}"
-        model.call("TSOwrite", str(path))
+        save(model, path)
         return self.read(path)
+
+
+def load(model, path):
+    model.call("TSOread", str(path))
+
+
+def save(model, path):
+    model.call("TSOwrite", str(path))
 
 
 def everything(model):

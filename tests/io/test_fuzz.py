@@ -5,7 +5,7 @@ import zlib
 
 import capi
 import pytest
-from files import DATA, everything
+from files import DATA, everything, load, save
 
 SEEDS = [
     "lpformat/lpf04_integer_sections.lp", "lpformat/lpf05_quadratic_objective.lp", "lpformat/lpf07_sos.lp",
@@ -79,7 +79,7 @@ def test_compressed_and_side_files(files, suffix):
     model.set("ColBasis", range(20), [j % 3 for j in range(20)])
     model.parameter("MaxTime", 5.5)
     path = files.folder / f"f{suffix}"
-    model.call("TSOwrite", str(path))
+    save(model, path)
     original = path.read_bytes()
     if suffix == ".prm":  # a damaged path would be a log file somewhere
         original = original[: original.index(b"LogFile")]
@@ -88,7 +88,7 @@ def test_compressed_and_side_files(files, suffix):
         path.write_bytes(damaged(rng, original))
         try:
             if suffix in REFUSALS:
-                model.call("TSOread", str(path))
+                load(model, path)
             else:
                 files.read(path)
         except capi.Failed as failure:

@@ -100,7 +100,7 @@ SAME = "minimize\n obj: x + 2 y + 3\nsubject to\n c1: x + y >= 1\nbounds\n y <= 
         SAME.replace("subject to", "Subject\n   To:"),
         SAME.replace("obj:", ""),
         SAME.replace("obj:", "end:"),
-        SAME.replace("x + 2 y + 3", "3 + y + x + y"),
+        SAME.replace("x + 2 y + 3", "3 + x + y + y"),
         SAME.replace("x + 2 y + 3", "\n x\n\n + 2 \\ comment\n y\n + 3"),
         SAME.replace("x + 2 y + 3", "1 + x + 2 + 2 y"),
         SAME.replace("\n", " "),
@@ -111,14 +111,7 @@ SAME = "minimize\n obj: x + 2 y + 3\nsubject to\n c1: x + y >= 1\nbounds\n y <= 
     ids=range(16),
 )
 def test_the_same_model(files, text):
-    plain = files.text(SAME)
-    model = files.text(text)
-    assert sorted(model.texts("VarName", [0, 1])) == ["x", "y"]
-    if model.texts("VarName", [0, 1]) == ["x", "y"]:
-        assert_same(plain, model)
-    else:
-        assert model.get("Obj", [0, 1]) == [2, 1]
-    assert model.number("ObjConst") == 3
+    assert_same(files.text(SAME), files.text(text))
 
 
 def test_names_that_look_like_something_else(files):

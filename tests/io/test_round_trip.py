@@ -5,7 +5,7 @@ import json
 import capi
 import numpy as np
 import pytest
-from files import DATA, assert_same, everything
+from files import DATA, assert_same, everything, load, save
 
 INSTANCES = json.loads((DATA / "manifest.json").read_text())
 AWKWARD = [
@@ -159,7 +159,7 @@ def test_what_a_format_has_no_form_for_leaves_the_old_file(files, fails):
     ]:
         path = files.make(f"old{suffix}", "old")
         before, said = sorted(files.folder.iterdir()), len(files.log())
-        fails(capi.FORMAT_ERROR, model.call, "TSOwrite", str(path))
+        fails(capi.FORMAT_ERROR, save, model, path)
         assert words in files.log()[said:]
         assert path.read_text() == "old" and sorted(files.folder.iterdir()) == before
 
@@ -177,7 +177,7 @@ def test_reading_into_a_model_replaces_it_or_leaves_it(files):
     model = files.read(DATA / "mip/p0033.mps")
     before = everything(model)
     broken = files.make("broken.lp", "minimize\n x +\nend")
-    code, _ = files.refused(broken, lambda p: model.call("TSOread", str(p)))
+    code, _ = files.refused(broken, load, model)
     assert code == capi.FORMAT_ERROR and everything(model) == before
-    model.call("TSOread", str(DATA / "lp/afiro.mps"))
+    load(model, DATA / "lp/afiro.mps")
     assert_same(model, files.read(DATA / "lp/afiro.mps"))

@@ -4,19 +4,11 @@ import ctypes
 
 import capi
 import pytest
-from files import DATA
+from files import DATA, load, save
 from test_round_trip import AWKWARD
 
 LP = "min\n obj: x + 2 y + 0 z + 0 w\nst\n c1: x + y >= 2\n c2: x - y <= 3\nbounds\n z free\n w <= 5\nend\n"
 LOWER, BASIC, UPPER, FREE = range(4)
-
-
-def read(model, path):
-    model.call("TSOread", str(path))
-
-
-def write(model, path):
-    model.call("TSOwrite", str(path))
 
 
 def start(model):
@@ -32,30 +24,30 @@ def model(files):
 def test_a_solution_becomes_starts(files, model):
     model.call("TSOoptimize")
     path = files.folder / "a.sol"
-    write(model, path)
+    save(model, path)
     lines = path.read_text().splitlines()
     assert lines[1] == "# Objective value: 2" and [line for line in lines if line[0] != "#"] == [
         f"{name} {value}" for name, value in zip("xyzw", (2, 0, 0, 0), strict=True)
     ]
-    read(model, path)
+    load(model, path)
     assert start(model) == [2, 0, 0, 0]
 
 
 def test_starts(files, model):
     model.set("Start", [0, 2], [1 / 3, -5e-324])
-    write(model, files.folder / "a.mst")
+    save(model, files.folder / "a.mst")
     other = files.text(LP)
     other.set("Start", [1], [7.0])
-    read(other, files.folder / "a.mst")
+    load(other, files.folder / "a.mst")
     assert start(other) == [1 / 3, 7, -5e-324, None]
     files.make("b.mst", "# a comment\n\n  w\t1e1  \r\nx 2")
-    read(other, files.folder / "b.mst")
+    load(other, files.folder / "b.mst")
     assert start(other) == [2, 7, -5e-324, 10]
 
 
 def test_nothing_to_write(files, model, fails):
     for suffix in (".sol", ".mst", ".bas"):
-        fails(capi.DATA_NOT_AVAILABLE, write, model, files.folder / f"a{suffix}")
+        fails(capi.DATA_NOT_AVAILABLE, save, model, files.folder / f"a{suffix}")
     assert [p.name for p in files.folder.iterdir() if p.name != "log.txt"] == ["text.lp"]
 
 
@@ -71,9 +63,9 @@ def test_nothing_to_write(files, model, fails):
 def test_a_basis_that_was_set(files, model, cols, rows):
     model.set("ColBasis", [0, 1, 2, 3], cols)
     model.set("RowBasis", [0, 1], rows)
-    write(model, files.folder / "a.bas")
+    save(model, files.folder / "a.bas")
     other = files.text(LP)
-    read(other, files.folder / "a.bas")
+    load(other, files.folder / "a.bas")
     assert other.get("ColBasis", kind="int", length=4) == cols
     # A row without the bound at which it rests, rests at the other.
     assert other.get("RowBasis", kind="int", length=2)[0] == rows[0]
@@ -81,7 +73,7 @@ def test_a_basis_that_was_set(files, model, cols, rows):
 
 def test_a_basis_by_other_hands(files, model):
     files.make("a.bas", "* comment\nNAME  whatever   Rows 2\n XL x         c1\n UL w\n LL y\nENDATA\n")
-    read(model, files.folder / "a.bas")
+    load(model, files.folder / "a.bas")
     assert model.get("ColBasis", kind="int", length=4) == [BASIC, LOWER, FREE, UPPER]
     assert model.get("RowBasis", kind="int", length=2) == [LOWER, BASIC]
 
@@ -98,11 +90,11 @@ def test_awkward_names_in_all_of_them(files):
     model.set("ColBasis", range(len(names)), statuses)
     model.set("RowBasis", range(len(names)), statuses)
     for suffix in (".mst", ".bas"):
-        write(model, files.folder / f"a{suffix}")
+        save(model, files.folder / f"a{suffix}")
     model.call("TSOreset", 1)
     assert set(start(model)) == {None}
     for suffix in (".mst", ".bas"):
-        read(model, files.folder / f"a{suffix}")
+        load(model, files.folder / f"a{suffix}")
     assert start(model) == values
     assert model.get("ColBasis", kind="int", length=len(names)) == statuses
     assert model.get("RowBasis", kind="int", length=len(names)) == statuses
@@ -134,7 +126,7 @@ def test_awkward_names_in_all_of_them(files):
 )  # fmt: skip
 def test_refused_as_a_whole(files, model, name, content, code, expected):
     path = files.make(name, content)
-    got, log = files.refused(path, lambda p: read(model, p))
+    got, log = files.refused(path, load, model)
     assert got == code and log.startswith(str(path)) and expected in log
     assert start(model) == [None] * 4
     assert parameter(files, model, "MaxTime") == 1e20
@@ -152,17 +144,17 @@ def test_parameters(files, model, suffix):
     path = files.folder / f"a.prm{suffix}"
     for name, value in (("MaxTime", 0.1), ("MIP/GapRel", 1 / 3), ("Presolve", 0), ("SPX/MaxIterations", 100000)):
         model.parameter(name, value)
-    write(model, path)
+    save(model, path)
     opened = files.content(path).splitlines()
     assert opened[0].startswith("#") and sorted(opened[1:]) == sorted(
         ["MaxTime 0.1", f"MIP/GapRel {1 / 3!r}", "Presolve 0", "SPX/MaxIterations 100000", "LogToConsole 0",
          f"LogFile {files.log_path}"]
     )  # fmt: skip
     other = files.text(LP)
-    read(other, path)
+    load(other, path)
     assert parameter(files, other, "MaxTime") == 0.1 and parameter(files, other, "MIP/GapRel") == 1 / 3
     before = other.texts("VarName", range(4))
-    read(other, files.make("b.prm", "# comment\n\n  mip_gaprel\t 0.5 \r\n"))
+    load(other, files.make("b.prm", "# comment\n\n  mip_gaprel\t 0.5 \r\n"))
     assert parameter(files, other, "MIP/GapRel") == 0.5 and parameter(files, other, "MaxTime") == 0.1
     assert other.texts("VarName", range(4)) == before
 

@@ -4,7 +4,6 @@ import os
 import re
 import shutil
 import subprocess
-import sys
 from pathlib import Path
 
 import pytest
@@ -72,12 +71,12 @@ def test_the_program_of_semi_definite_problems_is_one_of_ours_and_ends_without_a
 
 
 @pytest.mark.parametrize("variable", [None, "LD_LIBRARY_PATH"])
-def test_ld_library_path_puts_another_library_in_place(tmp_path, variable):
+def test_ld_library_path_puts_another_library_in_place(python, tmp_path, variable):
     for file in LIBS.iterdir():
         shutil.copy(file, tmp_path)
     code = "import tessolvpy; print([line.split()[-1] for line in open('/proc/self/maps') if '/libtessolv.so' in line])"
     more = {variable: str(tmp_path)} if variable else {}
-    loaded = eval(subprocess.check_output([sys.executable, "-c", code], env={**os.environ, **more}, text=True))
+    loaded = eval(python(code, env={**os.environ, **more}))
     assert set(loaded) == {str((tmp_path if variable else LIBS) / "libtessolv.so")}
 
 

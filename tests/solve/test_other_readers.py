@@ -3,8 +3,6 @@ which run in processes of their own."""
 
 import itertools
 import json
-import subprocess
-import sys
 
 import pytest
 import tessolvpy as tso
@@ -123,12 +121,8 @@ def written(quiet_env, tmp_path_factory):
 
 
 @pytest.mark.parametrize("peer", PEERS)
-def test_others_read_what_is_written(written, peer):
+def test_others_read_what_is_written(python, written, peer):
     asked = [w for w in written if peer == "scip" or w[0] in FOR_HIGHS]
-    ran = subprocess.run(
-        [sys.executable, "-c", PEERS[peer] + FEED],
-        input="\n".join(path for _, path, _ in asked), capture_output=True, text=True, timeout=200,
-    )  # fmt: skip
-    assert ran.returncode == 0, ran.stderr[-2000:]
-    for (parts, path, optimum), value in zip(asked, json.loads(ran.stdout.splitlines()[-1]), strict=True):
+    told = python(PEERS[peer] + FEED, given="\n".join(path for _, path, _ in asked))
+    for (parts, path, optimum), value in zip(asked, json.loads(told.splitlines()[-1]), strict=True):
         assert value == pytest.approx(optimum, rel=1e-4, abs=1e-4), (parts, path)

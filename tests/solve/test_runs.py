@@ -1,8 +1,6 @@
 """Runs beside runs: threads, time limits, interrupts, models that go away, and the end of the process."""
 
 import contextlib
-import subprocess
-import sys
 import threading
 import time
 from pathlib import Path
@@ -12,26 +10,6 @@ import tessolvpy as tso
 
 TSO = tso.TSO
 DATA = Path(__file__).resolve().parents[1] / "data"
-
-
-@pytest.fixture
-def script(hard, tmp_path):
-    """Runs a script in a process of its own; `hard` is the path of a model that it can't solve in time."""
-    path = str(tmp_path / "hard.lp")
-    hard.write(path)
-    head = "import os, signal, sys, threading, time\nimport tessolvpy as tso\n"
-    head += "def say(*words):\n    print('>', *words, flush=True)\n"
-    head += f"hard, data = {path!r}, {str(DATA)!r}\nenv = tso.Env(empty=True)\nenv.setParam('OutputFlag', 0)\n"
-
-    def run(code, timeout=60):
-        started = subprocess.run(
-            [sys.executable, "-X", "faulthandler", "-c", head + code], capture_output=True, text=True, timeout=timeout
-        )
-        assert started.returncode == 0, f"{started.returncode}: {started.stderr[-3000:]}"
-        # The log begins with a line of the library's own, parameters print theirs.
-        return [line[2:] for line in started.stdout.splitlines() if line.startswith("> ")]
-
-    return run
 
 
 def test_python_runs_while_the_library_solves(hard, capsys):
@@ -86,17 +64,22 @@ def test_handles_of_a_disposed_model(read):
 
 
 @pytest.mark.parametrize("callback", ["None", "lambda model, where: (time.sleep(0.1), model.cbGetSolution())"])
-def test_exit_with_live_models_while_a_thread_solves(script, callback):
+def test_exit_with_live_models_while_a_thread_solves(python, hard, tmp_path, callback):
+    path = str(tmp_path / "hard.lp")
+    hard.write(path)
     code = f"""
+import threading, time, tessolvpy as tso
+env = tso.Env(empty=True)
+env.setParam("OutputFlag", 0)
 models = [tso.Model("empty", env)]
 for i in range(5):
-    m = tso.read(data + "/lp/25fv47.mps", env); m.optimize(); models += [m, m.copy()]
+    m = tso.read({str(DATA / "lp/25fv47.mps")!r}, env); m.optimize(); models += [m, m.copy()]
 x = m.getVars()[0]
-m = tso.read(hard, env)
+m = tso.read({path!r}, env)
 threading.Thread(target=m.optimize, args=({callback},), daemon=True).start()
 time.sleep(0.5)
-say(time.time())
+print(time.time())
 """
     for _ in range(5):  # the thread comes back from the library before, while or after the interpreter goes
-        lines = script(code)
-        assert time.time() - float(lines[-1]) < 3
+        ended = float(python(code, timeout=60).splitlines()[-1])
+        assert time.time() - ended < 3
