@@ -33,18 +33,17 @@ def start(code, env=os.environ, **more):
     command = [sys.executable, "-X", "faulthandler", *(["-c", code] if isinstance(code, str) else [code])]
     path = os.pathsep.join([*HELPERS, *env.get("PYTHONPATH", "").split(os.pathsep)])
     env = {**env, "PYTHONPATH": path, "PYTHONUNBUFFERED": "1"}
-    pipes = dict.fromkeys(("stdin", "stdout", "stderr"), subprocess.PIPE)
-    return subprocess.Popen(command, env=env, text=True, **pipes, **more)
+    return subprocess.Popen(command, env=env, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **more)
 
 
 @pytest.fixture(scope="session")
 def python():
     """python(code): what such a process writes, which must end with the code that is expected."""
 
-    def run(code, returncode=0, given=None, timeout=300, **more):
+    def run(code, returncode=0, timeout=300, **more):
         process = start(code, **more)
         try:
-            out, err = process.communicate(given, timeout)
+            out, err = process.communicate(timeout=timeout)
         finally:
             process.kill()
         assert process.returncode == returncode, f"{process.returncode}\n{out[-2000:]}\n{err[-5000:]}"

@@ -81,14 +81,13 @@ def test_attributes_through_arrays(model, x):
 
 
 @pytest.mark.parametrize("values", [[1], [1] * 7, np.ones(5), np.ones((7, 1)), [], [[1, 2, 3]], (1,) * 8, sp.eye(3)])
-@pytest.mark.parametrize("name", ["lb", "ub", "obj", "VarName", "vtype"])
+@pytest.mark.parametrize("name", ["ub", "VarName", "vtype"])
 def test_values_of_another_number_write_nothing(x, name, values):
-    before = [x.getAttr(n).tolist() for n in ("lb", "ub", "obj", "VarName", "vtype")]
+    before = x.getAttr(name).tolist()
+    values = values if name == "ub" or sp.issparse(values) else [str(v) for v in values]
     with pytest.raises(ValueError, match="values given for 6 elements|inhomogeneous"):
-        x.setAttr(
-            name, [str(v) for v in values] if name in ("VarName", "vtype") and not sp.issparse(values) else values
-        )
-    assert [x.getAttr(n).tolist() for n in ("lb", "ub", "obj", "VarName", "vtype")] == before
+        x.setAttr(name, values)
+    assert x.getAttr(name).tolist() == before
 
 
 def test_names_that_are_no_attributes(model, x):
@@ -115,10 +114,8 @@ def test_empty_arrays(model, x):
         for name in ("X", "no such name"):
             assert (empty.getAttr(name).dtype, empty.getAttr(name).shape) == (object, (0,))
             setattr(empty, name, [1, 2])
-        text = f"{type(empty).__name__} contains more than 1 " + (
-            "variable" if type(empty) is tso.MVar else "constraint"
-        )
-        assert oracle.outcome(empty.item) == ("ValueError", text)
+        what = "variable" if type(empty) is tso.MVar else "constraint"
+        assert oracle.outcome(empty.item) == ("ValueError", f"{type(empty).__name__} contains more than 1 {what}")
         model.remove(empty)
     rows = model.addConstr(x[:0] <= 1, name="none")
     assert (rows.shape, model.NumConstrs) == ((0, 3), 0)
@@ -193,11 +190,8 @@ def test_arrays_of_expressions(model):
     assert (q[0].item().size(), copy[0].item().size()) == (0, 1)
     with pytest.raises(NotImplementedError, match="Subscript deletion not supported by tessolvpy.MLinExpr"):
         del e[0]
-    for array, text in (
-        (e, "MLinExpr contains more than 1 LinExpr"),
-        (q[:0], "MQuadExpr contains more than 1 QuadExpr"),
-    ):
-        assert oracle.outcome(array.item) == ("ValueError", text)
+    assert oracle.outcome(e.item) == ("ValueError", "MLinExpr contains more than 1 LinExpr")
+    assert oracle.outcome(q[:0].item) == ("ValueError", "MQuadExpr contains more than 1 QuadExpr")
 
 
 def test_values_of_a_solution(model):

@@ -9,15 +9,11 @@ import scipy.sparse as sp
 import tessolvpy as tso
 from operands import ARRAY_KINDS, EXPRESSIONS, KINDS, NUMPY_KINDS, PAIRS, SHAPES, fresh, numbers, pair, variables
 
-OPERATORS = [
-    ("+", operator.add, oracle.add),
-    ("-", operator.sub, oracle.subtract),
-    ("*", operator.mul, oracle.multiply),
-]
-COMPARISONS = [
-    ("<=", operator.le, oracle.subtract),
-    (">=", operator.ge, oracle.subtract),
-]
+OPERATORS = {
+    "+": (operator.add, oracle.add),
+    "-": (operator.sub, oracle.subtract),
+    "*": (operator.mul, oracle.multiply),
+}
 
 
 @pytest.fixture(autouse=True)
@@ -25,31 +21,19 @@ def variables_of(model):
     return model.addVars(6)
 
 
-def counted(a, b):
-    """Whether an array takes part, as an operand or as numbers with one."""
-    return (
-        a in EXPRESSIONS
-        and b in EXPRESSIONS
-        and (a in ARRAY_KINDS or b in ARRAY_KINDS)
-        or ({a, b} & set(EXPRESSIONS) and {a, b} - set(EXPRESSIONS) and {a, b} & ({*ARRAY_KINDS, *NUMPY_KINDS}))
-    )
-
-
-KIND_PAIRS = [(a, b) for a in KINDS for b in KINDS if counted(a, b)]
+SIZED = {*ARRAY_KINDS, *NUMPY_KINDS}
+KIND_PAIRS = [(a, b) for a in KINDS for b in KINDS if {a, b} & {*EXPRESSIONS} and {a, b} & SIZED]
 
 
 def shapes(a, b):
-    sized = {*ARRAY_KINDS, *NUMPY_KINDS}
-    for p, q in PAIRS:
-        if (a in sized or p == ()) and (b in sized or q == ()):
-            yield p, q
+    return [(p, q) for p, q in PAIRS if (a in SIZED or p == ()) and (b in SIZED or q == ())]
 
 
 @pytest.mark.parametrize("a, b", KIND_PAIRS)
 def test_every_pair_of_operands_gives_what_the_cells_give_one_by_one(model, a, b):
     values = np.random.default_rng(1).integers(-5, 6, model.NumVars).astype(float)
     for p, q in shapes(a, b):
-        for name, act, expected in OPERATORS:
+        for name, (act, expected) in OPERATORS.items():
             x, y = pair(model, a, b, p, q)
             found = oracle.outcome(lambda: act(x, y))  # noqa: B023
             x, y = pair(model, a, b, p, q)  # as they were, not looked at by the first
@@ -59,12 +43,12 @@ def test_every_pair_of_operands_gives_what_the_cells_give_one_by_one(model, a, b
                 assert np.array_equal(oracle.value_of(act(x, y), values), worth), f"{a} {p} {name} {b} {q}"
 
 
-@pytest.mark.parametrize("sign, act, expected", COMPARISONS)
+@pytest.mark.parametrize("sign, act", [("<=", operator.le), (">=", operator.ge)])
 @pytest.mark.parametrize("b", ["MVar", "fresh MLinExpr", "Var", "LinExpr", "int", "float array", "array of objects"])
-def test_a_comparison_holds_the_difference(model, sign, act, expected, b):
+def test_a_comparison_holds_the_difference(model, sign, act, b):
     for p, q in shapes("fresh MLinExpr", b):
         x, y = pair(model, "fresh MLinExpr", b, p, q)
-        wanted = oracle.outcome(lambda: expected(x, y))  # noqa: B023
+        wanted = oracle.outcome(lambda: oracle.subtract(x, y))  # noqa: B023
         x, y = pair(model, "fresh MLinExpr", b, p, q)
         if wanted[0].endswith("Error"):
             assert oracle.outcome(lambda: act(x, y)) == wanted  # noqa: B023
@@ -118,10 +102,8 @@ def test_negation_powers_and_division(model, kind):
         else:
             assert square == oracle.content(oracle.multiply(y, y))
     assert oracle.outcome(lambda: x / 0) == ("ZeroDivisionError", "float division")
-    assert oracle.outcome(lambda: x**3) == (
-        "TessolvError",
-        f"`{type(x).__name__}` can only be raised to a power of two",
-    )
+    text = f"`{type(x).__name__}` can only be raised to a power of two"
+    assert oracle.outcome(lambda: x**3) == ("TessolvError", text)
     for act in (lambda: 2**x, lambda: 1 / x, lambda: x / x, lambda: x / None):
         assert oracle.outcome(act)[0] == "TypeError"
 
@@ -131,24 +113,19 @@ def test_negation_powers_and_division(model, kind):
 def test_sparse_matrices_are_refused_by_sums_and_elementwise_products(model, form, kind):
     matrix = form(np.eye(3))
     x = EXPRESSIONS[kind](model, np.random.default_rng(5), (3, 3))
-    left, right = type(x).__name__, type(matrix).__name__
-    for sign, act in (("+", operator.add), ("*", operator.mul), ("-", operator.sub)):
-        assert oracle.outcome(lambda: act(x, matrix)) == (  # noqa: B023
-            "TypeError",
-            f"unsupported operand type(s) for {sign}: `{left}` and `{right}`",
-        )
+    for sign, (act, _) in OPERATORS.items():
+        text = f"unsupported operand type(s) for {sign}: `{type(x).__name__}` and `{type(matrix).__name__}`"
+        assert oracle.outcome(lambda: act(x, matrix)) == ("TypeError", text)  # noqa: B023
 
 
 @pytest.mark.parametrize("kind", ["fresh MLinExpr", "MLinExpr with cells", "MQuadExpr"])
-@pytest.mark.parametrize(
-    "act, plain", [(operator.iadd, "add"), (operator.isub, "subtract"), (operator.imul, "multiply")]
-)
+@pytest.mark.parametrize("act, plain", [("iadd", "add"), ("isub", "subtract"), ("imul", "multiply")])
 def test_in_place_operators_make_a_new_array(model, kind, act, plain):
     for other in [2, np.float32(0.5), np.arange(3.0), model.getVars()[0], fresh(model, np.random.default_rng(6), (3,))]:
         x, same, again = (ARRAY_KINDS[kind](model, np.random.default_rng(7), (2, 3)) for _ in range(3))
         before = oracle.content(same)
         kept = x
-        found = oracle.outcome(lambda: act(x, other))  # noqa: B023
+        found = oracle.outcome(lambda: getattr(operator, act)(x, other))  # noqa: B023
         if plain == "multiply" and isinstance(other, oracle.OPERANDS):
             names = f"`{type(x).__name__}` and `{type(other).__name__}`"
             assert found == ("TypeError", f"unsupport operation *=: {names}")

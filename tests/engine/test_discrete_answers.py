@@ -154,8 +154,9 @@ def test_a_type_that_follows_from_bounds_moves_with_them(build, run):
 
 
 def test_what_no_engine_can_do_is_refused(build, logged):
-    not_binary = build([1, 1], types="BC")
-    not_binary.addindicator(0, 1, [1], [1.0], "<", 1.0)
+    not_binary = build([-1, -1], ub=[1, 9], types="IC")
+    not_binary.addindicator(0, 1, [1], [1.0], "<", 1.0)  # between 0 and 1, so as good as binary
+    assert (logged(not_binary)[0], not_binary.number("ObjVal")) == (0, -9)
     not_binary.set("VType", [0], "C")
     mixed = build([1.0, 1.0], types="IC")
     mixed.addpsdvar(2, [(0, 0, 1.0)])

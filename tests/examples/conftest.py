@@ -4,8 +4,8 @@ import re
 import sys
 from pathlib import Path
 
+import capi
 import pytest
-import tessolvpy
 
 sys.path[:0] = [str(Path(__file__).resolve().parents[2] / "examples")]
 
@@ -13,6 +13,5 @@ sys.path[:0] = [str(Path(__file__).resolve().parents[2] / "examples")]
 @pytest.fixture(autouse=True)
 def needs_csdp(request):
     """The library may have been built without the program that solves semi-definite problems."""
-    program = Path(tessolvpy.__file__).parent / "tessolvpy.libs" / "tessolv-csdp"
-    if re.search("psd|semidefinite|max_cut", request.node.name, re.I) and not program.exists():
+    if re.search("psd|semidefinite|max_cut", request.node.name, re.I) and not capi.has_csdp():
         pytest.skip("built without CSDP")

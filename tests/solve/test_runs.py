@@ -1,6 +1,5 @@
 """Runs beside runs: threads, time limits, interrupts, models that go away, and the end of the process."""
 
-import contextlib
 import threading
 import time
 from pathlib import Path
@@ -37,30 +36,19 @@ def test_python_runs_while_the_library_solves(hard, capsys):
     assert hard.HasSolution == 1
 
 
-# ---- Models that are gone, models in use ----
-
-
 def test_handles_of_a_disposed_model(read):
     m = read(DATA / "lp/afiro.mps")
-    m.optimize()
     x, c, params = m.getVars()[0], m.getConstrs()[0], m.Params
     m.dispose()
+    m.dispose()
     for act in (
-        lambda: x.X, lambda: setattr(x, "UB", 1), lambda: str(c), lambda: m.NumVars, m.optimize,
-        lambda: m.getAttr("X", m.getVars()), lambda: m.setAttr("LB", m.getVars(), [0.0] * 32),
-        m.computeIIS, m.reset, m.cleanupMilp, m.copy,
+        lambda: x.X, lambda: setattr(x, "UB", 1), lambda: str(c), lambda: m.NumVars, m.optimize, m.computeIIS, m.copy,
+        lambda: m.getAttr("X", m.getVars()), lambda: m.setAttr("LB", m.getVars(), [0.0] * 32), m.reset, m.cleanupMilp,
         lambda: m.write("a.lp"), lambda: m.read("a.lp"), lambda: params.MaxTime, lambda: setattr(params, "MaxTime", 1),
         lambda: m.ctypes().reload(),
     ):  # fmt: skip
         with pytest.raises(tso.TessolvError):
             act()
-    for act in (lambda: m.message("nobody hears it"), m.resetParams):
-        with contextlib.suppress(tso.TessolvError):
-            act()
-    m.dispose()
-
-
-# ---- The end of the process ----
 
 
 @pytest.mark.parametrize("callback", ["None", "lambda model, where: (time.sleep(0.1), model.cbGetSolution())"])
