@@ -31,7 +31,7 @@ def quiet_env():
 def start(code, env=os.environ, **more):
     """A process of its own for code, which is a text or the path of a program, with the helper modules at hand."""
     command = [sys.executable, "-X", "faulthandler", *(["-c", code] if isinstance(code, str) else [code])]
-    path = os.pathsep.join([*HELPERS, *env.get("PYTHONPATH", "").split(os.pathsep)])
+    path = os.pathsep.join([*HELPERS, *filter(None, [env.get("PYTHONPATH")])])
     env = {**env, "PYTHONPATH": path, "PYTHONUNBUFFERED": "1"}
     return subprocess.Popen(command, env=env, text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **more)
 
