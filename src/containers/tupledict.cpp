@@ -7,6 +7,7 @@
 #include "module/state.h"
 #include "py/args.h"
 
+#include <optional>
 #include <vector>
 
 namespace tsp {
@@ -55,37 +56,90 @@ Ref key_list(TupleDict& self) {
     return Ref::borrow(self.keys_);
 }
 
+// The keys of a dict and what a query finds among them.
+struct Query {
+    Query(TupleDict& self, Borrowed pattern) : pattern(pattern), keys(key_list(self)) {
+        found = find_candidates(list(), pattern, Rows::AreAsIndexed);
+    }
+    TupleList& list() const { return *reinterpret_cast<TupleList*>(keys.get()); }
+
+    Borrowed pattern;
+    Ref keys;
+    Candidates found;
+};
+
 // Calls use(position, key) for each key that matches, in order. Keys whose comparison runs Python code are all found
 // before the first is used.
-template <class Use> void each_key(TupleDict& self, Borrowed query, Use use) {
-    Ref keys = key_list(self);
-    auto* list = reinterpret_cast<TupleList*>(keys.get());
-    Candidates found = find_candidates(*list, query, Rows::AreAsIndexed);
+template <class Use> void each_key(const Query& query, Use use) {
+    TupleList* list = &query.list();
+    const Candidates& found = query.found;
     if (!found.all && !found.list)
-        return each_match(*list, found, query, use);
+        return each_match(*list, found, query.pattern, use);
+    Ref rows;
     if (!found.all) {
-        Ref rows = new_tuplelist();
+        rows = new_tuplelist();
         auto* matches = reinterpret_cast<TupleList*>(rows.get());
-        each_match(*list, found, query, [&](Py_ssize_t, Ref key) { append_row(*matches, key.get()); });
-        keys = std::move(rows);
+        each_match(*list, found, query.pattern, [&](Py_ssize_t, Ref key) { append_row(*matches, key.get()); });
         list = matches;
     }
     for (Py_ssize_t i = 0; i < row_count(*list); ++i)
         use(found.all ? i : -1, row_at(*list, i));
 }
 
-Ref select_values(TupleDict& self, Borrowed query) {
+// The values that a query finds, if all of them stand in the dict at the positions that their keys have in the list,
+// which is the rule. Nothing is hashed or compared then, not even a key or a value looked at: on a million of them the
+// memory would take longer than all the rest. The values are borrowed: use them before any Python code runs.
+std::optional<std::vector<PyObject*>> values_in_place(TupleDict& self, const Query& query) {
+    const Candidates& found = query.found;
+    if (!found.all && (found.list || !found.trusted))
+        return std::nullopt;
+    PyObject* list = query.keys.get();
+    Py_ssize_t rows = PyList_GET_SIZE(list);
+    std::vector<PyObject*> values(found.all ? static_cast<std::size_t>(rows) : found.positions.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        Py_ssize_t position = found.all ? static_cast<Py_ssize_t>(i) : found.positions[i];
+        if (position >= rows)
+            return std::nullopt;
+        PyObject *key, *wanted = PyList_GET_ITEM(list, position);
+        if (!PyDict_Next(as_object(&self), &position, &key, &values[i]) || key != wanted)
+            return std::nullopt;
+    }
+    return values;
+}
+
+Ref list_of(const std::vector<PyObject*>& values) {
+    Ref list = Ref::steal(PyList_New(static_cast<Py_ssize_t>(values.size())));
+    for (std::size_t i = 0; i < values.size(); ++i)
+        PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), Ref::borrow(values[i]).release());
+    return list;
+}
+
+Ref select_values(TupleDict& self, const Query& query) {
     Ref values = Ref::steal(PyList_New(0));
-    each_key(self, query, [&](Py_ssize_t position, Ref key) {
+    each_key(query, [&](Py_ssize_t position, Ref key) {
         Ref value = value_at(as_object(&self), position, key.get());
         checked(PyList_Append(values.get(), value.get()));
     });
     return values;
 }
 
-Ref tupledict_select(PyObject* self, PyObject* query) { return select_values(tupledict(self), query); }
+Ref tupledict_select(PyObject* self, PyObject* pattern) {
+    Query query(tupledict(self), pattern);
+    auto values = values_in_place(tupledict(self), query);
+    return values ? list_of(*values) : select_values(tupledict(self), query);
+}
 
-Ref tupledict_sum(PyObject* self, PyObject* query) { return quicksum(select_values(tupledict(self), query).get()); }
+Ref tupledict_sum(PyObject* self, PyObject* pattern) {
+    Query query(tupledict(self), pattern);
+    auto values = values_in_place(tupledict(self), query);
+    if (!values)
+        return quicksum(select_values(tupledict(self), query).get());
+    auto count = static_cast<Py_ssize_t>(values->size());
+    SumBuilder sum;
+    if (sum.add_leading_vars(values->data(), count) == count)
+        return sum.finish();
+    return quicksum(list_of(*values).get());
+}
 
 // The sum of products coeff * value. A number times a variable becomes a term at once; anything else is multiplied by
 // Python's operator, and from the first such product on all are kept and added at the end: a product that fails must
@@ -139,11 +193,11 @@ Ref tupledict_prod(TupleDict& self, const Call& call) {
         });
         return products.finish();
     }
-    Ref query = Ref::steal(PyTuple_New(call.nargs - 1));
+    Ref pattern = Ref::steal(PyTuple_New(call.nargs - 1));
     for (Py_ssize_t i = 1; i < call.nargs; ++i)
-        PyTuple_SET_ITEM(query.get(), i - 1, Ref::borrow(call.args[i]).release());
+        PyTuple_SET_ITEM(pattern.get(), i - 1, Ref::borrow(call.args[i]).release());
     bool plain = has_plain_lookup(coeffs);
-    each_key(self, query.get(), [&](Py_ssize_t position, Ref key) {
+    each_key(Query(self, pattern.get()), [&](Py_ssize_t position, Ref key) {
         Ref coeff = plain ? find_value(coeffs, position, key.get())
                           : Ref::steal(PyObject_CallMethod(coeffs, "get", "(O)", key.get()));
         if (coeff && coeff.get() != Py_None) {

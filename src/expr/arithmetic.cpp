@@ -110,6 +110,32 @@ Ref q_mul_n(const QuadExpr& q, double n) {
 
 namespace {
 
+// mult * x behind the terms of a fresh sum.
+void put(LinExpr& sum, Operands kind, Borrowed x, double mult) {
+    switch (kind) {
+    case Operands::Var:
+        add_term(sum, mult, x);
+        break;
+    case Operands::LinExpr:
+        if (sum.size() == 0 && mult == 1.0)
+            begin_terms(sum, as_linexpr(x));
+        else
+            append_terms(sum, as_linexpr(x), mult);
+        break;
+    default:
+        sum.constant += mult * to_double(x);
+    }
+}
+
+void put(SumBuilder& sum, Operands kind, Borrowed x, double mult) {
+    if (kind != Operands::QuadExpr)
+        put(sum.linear(), kind, x, mult);
+    else if (mult == 1.0)
+        sum.add_quadexpr(as_quadexpr(x));
+    else
+        sum.add_quadexpr(as_quadexpr(q_mul_n(as_quadexpr(x), mult).get()));
+}
+
 // All sums of two scalars: `mult` times b behind a, the operand of the higher kind in front. What `mult` negates is a
 // LinExpr then, also if it was a Var.
 Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
@@ -120,33 +146,19 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
         std::swap(a, b);
         std::swap(mult_a, mult);
     }
+    if (ka != Operands::QuadExpr) {
+        LinExpr* linear = new_linexpr();
+        Ref result = owned(linear);
+        put(*linear, ka, a, mult_a);
+        put(*linear, kb, b, mult);
+        return result;
+    }
     SumBuilder s;
-    auto put = [&s](Operands k, Borrowed x, double m) {
-        switch (k) {
-        case Operands::Var:
-            if (m == 1.0)
-                s.add_var(x);
-            else
-                s.add_scaled(m, x);
-            break;
-        case Operands::LinExpr:
-            s.add_linexpr(as_linexpr(x), m);
-            break;
-        case Operands::QuadExpr:
-            if (m == 1.0)
-                s.add_quadexpr(as_quadexpr(x));
-            else
-                s.add_quadexpr(as_quadexpr(q_mul_n(as_quadexpr(x), m).get()));
-            break;
-        default:
-            s.add_number(m * to_double(x));
-        }
-    };
-    put(ka, a, mult_a);
-    put(kb, b, mult);
+    put(s, ka, a, mult_a);
+    put(s, kb, b, mult);
     Ref result = s.finish();
     // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_refusals.py).
-    if (ka == Operands::QuadExpr && !is_quadexpr(result.get()))
+    if (!is_quadexpr(result.get()))
         raise(PyExc_TypeError, "Cannot convert %.200s to %.200s", state().linexpr->tp_name, state().quadexpr->tp_name);
     return result;
 }

@@ -32,11 +32,13 @@ Py_ssize_t SumBuilder::add_leading_vars(PyObject* const* items, Py_ssize_t size)
     const PyTypeObject* var = state().var;
     if (size == 0 || Py_TYPE(items[0]) != var || size > INT32_MAX / 4) // too many: the ordinary way finds that out
         return 0;
+    constexpr Py_ssize_t kAhead = 12;
     // Where the first is a Var, mostly all are: there is room for them at once.
     PyObject** vars = linear_->vars.grow(static_cast<int>(size));
     double* coeffs = linear_->coeffs.grow(static_cast<int>(size));
     int count = 0;
     for (; count < size && Py_TYPE(items[count]) == var; ++count) {
+        __builtin_prefetch(items[count + kAhead < size ? count + kAhead : count]); // they may lie anywhere
         Py_INCREF(items[count]);
         vars[count] = items[count];
         coeffs[count] = 1.0;

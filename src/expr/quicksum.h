@@ -36,6 +36,7 @@ public:
     void add_quadexpr(const QuadExpr& expr);
     void add_psdexpr(const PsdExpr& expr);
     void add_number(double value) { linear_->constant += value; }
+    LinExpr& linear() { return *linear_; } // the linear part so far
 
     // A QuadExpr if there are quadratic terms, a PsdExpr if there was one, otherwise a LinExpr; TypeError where both
     // are wanted.

@@ -125,8 +125,16 @@ PyType_Slot tempconstr_slots[] = {
 PyType_Spec tempconstr_spec = {"tessolvpy.TempConstr", sizeof(TempConstr), 0, Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE,
                                tempconstr_slots};
 
-// a - b, which a class that a program derives may define anew.
+// a - b, which a class that a program derives may define anew. A linear expression less a plain number is the rule.
 Ref difference(Borrowed a, Borrowed b) {
+    double number;
+    if (Py_TYPE(a) == state().linexpr && plain_number(b, number)) {
+        LinExpr* e = new_linexpr();
+        Ref result = owned(e);
+        begin_terms(*e, as_linexpr(a));
+        e->constant -= number;
+        return result;
+    }
     if (exact_kind(a) != Operands::Other &&
         (PyFloat_CheckExact(b) || PyLong_CheckExact(b) || exact_kind(b) != Operands::Other))
         return subtract(a, b);
@@ -180,7 +188,7 @@ Ref make_tempconstr(Borrowed lhs, Borrowed lb, Borrowed rhs) {
 
 Ref compare(Borrowed a, Borrowed b, int op) {
     // A semi-definite expression compares itself the other way round; with a variable of that kind there is no order.
-    if (is_psdexpr(b) || (is_psdvar(b) && (op == Py_LE || op == Py_GE)))
+    if (exact_kind(b) == Operands::Other && (is_psdexpr(b) || (is_psdvar(b) && (op == Py_LE || op == Py_GE))))
         return Ref::borrow(Py_NotImplemented);
     switch (op) {
     case Py_LE:

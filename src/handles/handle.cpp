@@ -124,9 +124,10 @@ Ref no_attribute(Borrowed name) {
 template <int Row> Ref handle_getattro(PyObject* self, PyObject* name) {
     const KindRow& row = kKinds[Row];
     if (Py_TYPE(self) == state().*row.type && PyUnicode_CheckExact(name)) {
-        if (!_PyType_Lookup(Py_TYPE(self), name))
-            return has_special_form(name) ? no_attribute(name) : get_attribute(handle(self), row.kind, name);
-        return Ref::steal(PyObject_GenericGetAttr(self, name));
+        PyObject* found = lookup_in_type(self, name);
+        if (found || PyErr_Occurred())
+            return Ref::steal(found);
+        return has_special_form(name) ? no_attribute(name) : get_attribute(handle(self), row.kind, name);
     }
     if (PyObject* found = PyObject_GenericGetAttr(self, name))
         return Ref::steal(found);
@@ -231,10 +232,10 @@ void install_handle_members() {
 }
 
 Ref new_handle(PyTypeObject* type, TSOmodel model, int index) {
-    Ref r = Ref::steal(type->tp_alloc(type, 0));
-    Handle& h = handle(r.get());
-    h.mdl_ = model;
-    h.index_ = index;
+    Handle* h = PyObject_New(Handle, type);
+    Ref r = Ref::steal(as_object(h));
+    h->mdl_ = model;
+    h->index_ = index;
     return r;
 }
 

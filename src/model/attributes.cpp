@@ -96,9 +96,9 @@ Ref model_setAttr(Model& self, const Call& call) {
 Ref model_getattro(Model& self, PyObject* name) {
     PyObject* object = as_object(&self);
     bool plain = Py_TYPE(object) == state().model && PyUnicode_CheckExact(name);
-    if (!plain || _PyType_Lookup(Py_TYPE(object), name)) {
-        if (PyObject* found = PyObject_GenericGetAttr(object, name))
-            return Ref::steal(found);
+    if (PyObject* found = plain ? lookup_in_type(object, name) : PyObject_GenericGetAttr(object, name))
+        return Ref::steal(found);
+    if (PyErr_Occurred()) {
         if (!PyErr_ExceptionMatches(PyExc_AttributeError) || begins_with(name, 2))
             throw PythonError();
         PyErr_Clear();

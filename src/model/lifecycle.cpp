@@ -14,12 +14,18 @@ namespace {
 
 Ref new_list() { return Ref::steal(PyList_New(0)); }
 
+// The two further views of the rows come into being when somebody asks, see row_list.
+void forget_row_lists(Model& self) {
+    Py_CLEAR(self.qconstrs_);
+    Py_CLEAR(self.psdconstrs_);
+}
+
 // Gives all containers their empty state.
 void initialize(Model& self) {
     assign(self.userattrs_, Ref::steal(PyDict_New()));
-    for (auto list : {&Model::vars_, &Model::constrs_, &Model::qconstrs_, &Model::soss_, &Model::genconstrs_,
-                      &Model::psdvars_, &Model::psdconstrs_})
+    for (auto list : {&Model::vars_, &Model::constrs_, &Model::soss_, &Model::genconstrs_, &Model::psdvars_})
         assign(self.*list, new_list());
+    forget_row_lists(self);
 }
 
 void make_params(Model& self) {
@@ -35,8 +41,7 @@ void populate(Model& self) {
         psdvars = model_count(self, "NumPsdVars"), soss = model_count(self, "NumSOS"),
         genconstrs = model_count(self, "NumGenConstrs");
     assign(self.constrs_, new_handle_list(s.constr, self.mdl_, rows));
-    Py_CLEAR(self.qconstrs_); // made when somebody asks, see row_list
-    Py_CLEAR(self.psdconstrs_);
+    forget_row_lists(self);
     assign(self.soss_, new_handle_list(s.sos, self.mdl_, soss));
     assign(self.genconstrs_, new_handle_list(s.genconstr, self.mdl_, genconstrs));
     assign(self.vars_, new_handle_list(s.var, self.mdl_, vars));

@@ -18,11 +18,16 @@ namespace {
 // One row. Entries are gathered in arrays that are kept between calls: nothing in between runs Python code.
 Ref add_row(Model& self, const LinExpr& expr, Borrowed lower, Borrowed upper, const char* name) {
     Sides sides = sides_of(lower, upper, expr.constant);
-    static RowArrays row;
-    row.clear();
-    append_row(row, self, expr);
-    check(TSOaddrangeconstr(self.mdl_, static_cast<int>(row.index.size()), row.index.data(), row.value.data(),
-                            sides.lower, sides.upper, name));
+    static std::vector<int> index;
+    static std::vector<double> value;
+    auto room = static_cast<std::size_t>(expr.size());
+    if (value.size() < room) {
+        index.resize(room);
+        value.resize(room);
+    }
+    std::size_t count = fill_row(index.data(), value.data(), self, expr);
+    check(TSOaddrangeconstr(self.mdl_, static_cast<int>(count), index.data(), value.data(), sides.lower, sides.upper,
+                            name));
     TakeBack added(self, &Model::constrs_);
     added.added(1);
     Ref constr = add_constr_object(self);
@@ -93,6 +98,8 @@ Ref add_rows(Model& self, Borrowed exprs, Borrowed lower, Borrowed upper, const 
     return handles;
 }
 
+bool is_plain_side(Borrowed x) { return x == Py_None || PyLong_CheckExact(x) || PyFloat_CheckExact(x); }
+
 // The router of all comparisons.
 Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
     if (PyBool_Check(tconstr)) { // 0 <= 0 or 0 <= -1: a row that always holds, or never
@@ -107,6 +114,8 @@ Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
         raise_argument_type("tconstr", state().tempconstr->tp_name, tconstr);
     const TempConstr& t = as_tempconstr(tconstr);
     Ref hold = Ref::borrow(tconstr);
+    if (Py_TYPE(t.expr) == state().linexpr && is_plain_side(t.lb) && is_plain_side(t.ub))
+        return add_row(self, t.expr, t.lb, t.ub, name); // the rule
     if (is_mquadexpr(t.expr))
         return add_quadratic_rows(self, t.expr, t.lb, t.ub, name);
     if (is_mvar(t.expr)) {

@@ -8,6 +8,7 @@
 #include "solver/check.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace tsp {
 namespace {
@@ -68,6 +69,9 @@ void collect(Borrowed items, Indices& out) {
         ~Leave() { Py_LeaveRecursiveCall(); }
     } leave;
     if (PyList_CheckExact(items)) {
+        if (PyList_GET_SIZE(items) > 0)
+            if (auto* list = out.of(kind_of_handle(PyList_GET_ITEM(items, 0)))) // mostly all are of one kind
+                list->reserve(list->size() + static_cast<std::size_t>(PyList_GET_SIZE(items)));
         for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items); ++i) {
             Ref item = Ref::borrow(PyList_GET_ITEM(items, i));
             collect(item.get(), out);
@@ -84,31 +88,56 @@ void collect(Borrowed items, Indices& out) {
         throw PythonError();
 }
 
-bool is_handle_at(PyObject* object, PyTypeObject* type) {
-    return Py_TYPE(object) == type || kind_of_handle(object) != Kind::Model;
-}
-
-// One pass over a list of handles and the ascending indices that are removed: these are marked, minus one minus the
-// index that they had, the others are renumbered and go into `fresh`, which has room for them. The old list stays as it
-// is. A list that the program has tampered with is brought back in order: what is no handle is dropped.
-Ref take_out(PyObject* list, const std::vector<int>& removed, Ref fresh) {
-    Py_ssize_t room = PyList_GET_SIZE(fresh.get()), filled = 0;
-    PyTypeObject* usual = PyList_GET_SIZE(list) ? Py_TYPE(PyList_GET_ITEM(list, 0)) : nullptr;
-    if (usual && !is_handle_at(PyList_GET_ITEM(list, 0), nullptr))
-        usual = nullptr;
-    std::size_t i = 0;
-    for (Py_ssize_t j = 0; j < PyList_GET_SIZE(list); ++j) {
-        PyObject* object = PyList_GET_ITEM(list, j);
-        if (!is_handle_at(object, usual))
-            continue;
+// Whether an entry of a list of handles stays when the elements of the ascending indices `removed` go. What goes is
+// marked: minus one minus the index that it had. A list that the program has tampered with is brought back in order:
+// what is no handle does not stay.
+class Staying {
+public:
+    Staying(PyObject* list, const std::vector<int>& removed) : next_(removed.data()), end_(next_ + removed.size()) {
+        if (PyList_GET_SIZE(list) > 0 && kind_of_handle(PyList_GET_ITEM(list, 0)) != Kind::Model)
+            usual_ = Py_TYPE(PyList_GET_ITEM(list, 0));
+    }
+    // For the entries in their order; `index` is the new one of those that stay.
+    bool operator()(PyObject* object, Py_ssize_t index) {
+        if (Py_TYPE(object) != usual_ && kind_of_handle(object) == Kind::Model)
+            return false;
         Handle& h = *reinterpret_cast<Handle*>(object);
-        while (i < removed.size() && removed[i] < h.index_)
-            ++i;
-        if (i < removed.size() && removed[i] == h.index_)
+        while (next_ != end_ && *next_ < h.index_)
+            ++next_;
+        if (next_ != end_ && *next_ == h.index_)
             h.index_ = -1 - h.index_;
         if (h.index_ < 0)
+            return false;
+        h.index_ = static_cast<int>(index);
+        return true;
+    }
+
+private:
+    PyTypeObject* usual_ = nullptr;
+    const int *next_, *end_;
+};
+
+// Takes the entries that do not stay out of a list that nobody else can see. Nothing in here can fail.
+void shorten(PyObject* list, const std::vector<int>& removed) {
+    Staying stays(list, removed);
+    PyObject** items = PySequence_Fast_ITEMS(list);
+    Py_ssize_t size = PyList_GET_SIZE(list), filled = 0;
+    for (Py_ssize_t i = 0; i < size; ++i)
+        if (stays(items[i], filled))
+            std::swap(items[filled++], items[i]);
+    Py_SET_SIZE(list, filled); // the list gives memory back when it grows the next time
+    for (Py_ssize_t i = filled; i < size; ++i)
+        Py_DECREF(items[i]);
+}
+
+// The same into `fresh`, which has room for what stays. The old list, which somebody holds, stays as it is.
+Ref take_out(PyObject* list, const std::vector<int>& removed, Ref fresh) {
+    Staying stays(list, removed);
+    Py_ssize_t room = PyList_GET_SIZE(fresh.get()), filled = 0;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(list); ++i) {
+        PyObject* object = PyList_GET_ITEM(list, i);
+        if (!stays(object, filled))
             continue;
-        h.index_ = static_cast<int>(filled);
         if (filled < room) {
             Py_INCREF(object);
             PyList_SET_ITEM(fresh.get(), filled, object);
@@ -121,6 +150,28 @@ Ref take_out(PyObject* list, const std::vector<int>& removed, Ref fresh) {
         checked(PyList_SetSlice(fresh.get(), filled, room, nullptr));
     return fresh;
 }
+
+// A list of the model that is about to lose elements. What that needs is there before the solver is called, so that
+// nothing can fail after it.
+class Shrinking {
+public:
+    Shrinking(PyObject*& list, Py_ssize_t removed) : list_(list) {
+        if (Py_REFCNT(list) == 1)
+            return;
+        Py_ssize_t left = PyList_GET_SIZE(list) - removed;
+        fresh_ = Ref::steal(PyList_New(left > 0 ? left : 0));
+    }
+    void finish(const std::vector<int>& removed) {
+        if (fresh_)
+            assign(list_, take_out(list_, removed, std::move(fresh_)));
+        else
+            shorten(list_, removed);
+    }
+
+private:
+    PyObject*& list_;
+    Ref fresh_;
+};
 
 // The general constraints that leave the model with their binary variable.
 std::vector<int> without_binary(Model& self, const std::vector<int>& vars) {
@@ -151,16 +202,15 @@ void remove_kind(Model& self, Delete function, const std::vector<int>& indices,
                  std::initializer_list<PyObject * Model::*> lists) {
     if (indices.empty())
         return;
-    // The new lists are there before the solver is called, so that nothing can fail after it.
-    std::vector<std::pair<PyObject * Model::*, Ref>> fresh;
+    std::vector<Shrinking> shrinking;
     for (auto list : lists)
         if (self.*list) {
-            Py_ssize_t left = PyList_GET_SIZE(mirror(self.*list)) - count_of(indices);
-            fresh.emplace_back(list, Ref::steal(PyList_New(left > 0 ? left : 0)));
+            mirror(self.*list);
+            shrinking.emplace_back(self.*list, count_of(indices));
         }
     check(function(self.mdl_, static_cast<int>(indices.size()), indices.data()));
-    for (auto& [list, room] : fresh)
-        assign(self.*list, take_out(self.*list, indices, std::move(room)));
+    for (Shrinking& list : shrinking)
+        list.finish(indices);
 }
 
 } // namespace
@@ -173,10 +223,12 @@ Ref model_remove(Model& self, const Call& call) {
     indices.constrs.insert(indices.constrs.end(), indices.qconstrs.begin(), indices.qconstrs.end()); // one row space
     indices.sort();
     std::vector<int> lost = without_binary(self, indices.vars);
-    Ref left = Ref::steal(PyList_New(lost.empty() ? 0 : PyList_GET_SIZE(self.genconstrs_) - count_of(lost)));
+    std::optional<Shrinking> genconstrs;
+    if (!lost.empty())
+        genconstrs.emplace(self.genconstrs_, count_of(lost));
     remove_kind(self, &TSOdelvars, indices.vars, {&Model::vars_});
-    if (!lost.empty()) {
-        assign(self.genconstrs_, take_out(self.genconstrs_, lost, std::move(left)));
+    if (genconstrs) {
+        genconstrs->finish(lost);
         count_anew(indices.genconstrs, lost);
     }
     remove_kind(self, &TSOdelconstrs, indices.constrs, {&Model::constrs_, &Model::psdconstrs_, &Model::qconstrs_});

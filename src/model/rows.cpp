@@ -153,18 +153,25 @@ void append_terms(QuadArrays& terms, const Model& self, const QuadExpr& q) {
     }
 }
 
-void append_row(RowArrays& rows, const Model& self, const LinExpr& expr) {
-    std::size_t from = rows.index.size();
-    int n = expr.size();
-    rows.index.resize(from + static_cast<std::size_t>(n));
-    rows.value.resize(from + static_cast<std::size_t>(n));
+std::size_t fill_row(int* index, double* value, const Model& self, const LinExpr& expr) {
+    auto n = static_cast<std::size_t>(expr.size());
     PyObject* const* vars = expr.vars.data();
-    const double* coeffs = expr.coeffs.data();
-    for (int i = 0; i < n; ++i) {
-        rows.index[from + static_cast<std::size_t>(i)] = index_in(self, vars[i]);
-        rows.value[from + static_cast<std::size_t>(i)] = coeffs[i];
+    bool rising = true;
+    for (std::size_t i = 0; i < n; ++i) {
+        index[i] = index_in(self, vars[i]);
+        rising &= i == 0 || index[i - 1] < index[i];
     }
-    rows.finish_row(from);
+    std::copy_n(expr.coeffs.data(), n, value);
+    return rising ? n : merge_row(index, value, n);
+}
+
+void append_row(RowArrays& rows, const Model& self, const LinExpr& expr) {
+    std::size_t from = rows.index.size(), room = from + static_cast<std::size_t>(expr.size());
+    rows.index.resize(room);
+    rows.value.resize(room);
+    std::size_t count = fill_row(rows.index.data() + from, rows.value.data() + from, self, expr);
+    rows.index.resize(from + count);
+    rows.value.resize(from + count);
 }
 
 void append_rows(RowArrays& rows, const Model& self, const LinBlock& block) {

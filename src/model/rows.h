@@ -39,6 +39,8 @@ struct RowArrays {
     void finish_row(std::size_t from);
 };
 void append_row(RowArrays& rows, const Model& self, const LinExpr& expr);
+// One such row into arrays with room for its terms; gives how many entries it has.
+std::size_t fill_row(int* index, double* value, const Model& self, const LinExpr& expr);
 void append_rows(RowArrays& rows, const Model& self, const LinBlock& block);
 
 // Quadratic terms as the solver takes them.

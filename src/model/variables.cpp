@@ -352,6 +352,35 @@ Keys product(std::vector<IndexSet> sets) {
     return {std::move(tuples), false};
 }
 
+// A list of tuples is the list of keys as it stands. False for anything else, of which nothing is consumed then.
+bool take_tuples(Borrowed elements, Keys& keys) {
+    if (!PyTuple_CheckExact(elements) && !PyList_CheckExact(elements))
+        return false;
+    Py_ssize_t count = PySequence_Fast_GET_SIZE(elements);
+    PyObject** items = PySequence_Fast_ITEMS(elements);
+    for (Py_ssize_t i = 0; i < count; ++i)
+        if (!PyTuple_CheckExact(items[i]))
+            return false;
+    keys.plain = false;
+    keys.list.reserve(static_cast<std::size_t>(count));
+    for (Py_ssize_t i = 0; i < count; ++i)
+        keys.list.push_back(Ref::borrow(items[i]));
+    for (const Ref& key : keys.list)
+        if (PyObject_Hash(key.get()) == -1)
+            throw PythonError();
+    return true;
+}
+
+Keys keys_of(const Call& call) {
+    Keys keys{};
+    if (call.nargs == 1 && take_tuples(call.args[0], keys))
+        return keys;
+    std::vector<IndexSet> sets;
+    for (Py_ssize_t i = 0; i < call.nargs; ++i)
+        sets.push_back(index_set(call.args[i]));
+    return product(std::move(sets));
+}
+
 } // namespace
 
 Ref model_addVars(Model& self, const Call& call) {
@@ -361,10 +390,7 @@ Ref model_addVars(Model& self, const Call& call) {
     Ref result = Ref::steal(PyObject_CallNoArgs(as_object(state().tupledict)));
     if (call.nargs == 0)
         raise(PyExc_ValueError, "empty indices");
-    std::vector<IndexSet> sets;
-    for (Py_ssize_t i = 0; i < call.nargs; ++i)
-        sets.push_back(index_set(call.args[i]));
-    const Keys keys = product(std::move(sets));
+    const Keys keys = keys_of(call);
     auto subscript = [&keys](std::string& text, std::size_t i) { keys.append_to(text, i); };
     add_vars(self, keys.list.size(), subscript,
              {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype),

@@ -85,11 +85,17 @@ inline bool small_int(Borrowed value, double& number) {
     return true;
 }
 
+// The same for a float, too.
+inline bool plain_number(Borrowed value, double& number) {
+    if (!PyFloat_CheckExact(value))
+        return small_int(value, number);
+    number = PyFloat_AS_DOUBLE(value);
+    return true;
+}
+
 // As float(value) for numbers; TypeError for text.
 inline double to_double(Borrowed value) {
-    if (PyFloat_CheckExact(value))
-        return PyFloat_AS_DOUBLE(value);
-    if (double number; small_int(value, number))
+    if (double number; plain_number(value, number))
         return number;
     double d = PyFloat_AsDouble(value);
     if (d == -1.0 && PyErr_Occurred())

@@ -116,6 +116,18 @@ template <class T> T* allocate(PyTypeObject* type) {
     return reinterpret_cast<T*>(Ref::steal(type->tp_alloc(type, 0)).release());
 }
 
+// Ordinary lookup where the type is known to have no instance dictionary: the attribute bound to the object; null with
+// an error set, or without one where the type does not have the name.
+inline PyObject* lookup_in_type(PyObject* self, PyObject* name) {
+    PyTypeObject* type = Py_TYPE(self);
+    PyObject* found = _PyType_Lookup(type, name);
+    if (!found)
+        return nullptr;
+    Ref hold = Ref::borrow(found);
+    descrgetfunc get = Py_TYPE(found)->tp_descr_get;
+    return get ? get(found, self, reinterpret_cast<PyObject*>(type)) : hold.release();
+}
+
 template <class T> PyObject* as_object(T* p) { return reinterpret_cast<PyObject*>(p); }
 inline bool is_instance(Borrowed o, PyTypeObject* type) { return PyObject_TypeCheck(o, type); }
 
