@@ -35,6 +35,9 @@ def queens(n):
     return h
 
 
+queens_patterns = queens  # without patterns: its loops
+
+
 def transport(n):
     h = model()
     x = h.addVariables(n, n)

@@ -30,6 +30,9 @@ def queens(n):
     return m
 
 
+queens_patterns = queens  # without patterns: its loops
+
+
 def transport(n):
     m = model()
     x = pulp.LpVariable.dicts("x", (range(n), range(n)), 0)
@@ -69,3 +72,15 @@ def bounds(n, prepared):
     for v in prepared[1]:
         v.upBound = 5.0
     return prepared
+
+
+def prepare_read(n):
+    m, x = model(), [pulp.LpVariable(f"x{i}", 0, 1) for i in range(n)]
+    m += pulp.lpSum(x)
+    m += x[0] >= 0.5
+    m.solve(pulp.HiGHS(msg=False))
+    return m, x
+
+
+def read(n, prepared):  # the solver's values became attributes when it was done
+    return [v.varValue for v in prepared[1]]

@@ -35,6 +35,9 @@ def queens(n):
     return m
 
 
+queens_patterns = queens  # without patterns: its loops
+
+
 def transport(n):
     m = model()
     x = {(i, j): m.addVar() for i in range(n) for j in range(n)}
@@ -72,6 +75,19 @@ def rows(n, prepared):
     for i in range(n - 2):
         m.addCons(x[i] + 2.0 * x[i + 1] + 3.0 * x[i + 2] <= 4.0)
     return m
+
+
+def prepare_read(n):
+    m = model()
+    x = [m.addVar(ub=1.0, obj=1.0) for _ in range(n)]
+    m.addCons(x[0] >= 0.5)
+    m.optimize()
+    return m, x
+
+
+def read(n, prepared):
+    m, x = prepared
+    return [m.getVal(v) for v in x]
 
 
 def bounds(n, prepared):

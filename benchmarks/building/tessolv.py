@@ -35,12 +35,12 @@ def queens(n):
 
 def queens_patterns(n):
     m = model()
-    x = m.addVars(n, n, vtype=TSO.BINARY)
-    m.addConstrs(x.sum(i, "*") == 1 for i in range(n))
-    m.addConstrs(x.sum("*", i) == 1 for i in range(n))
-    for k in range(1 - n, n):
-        m.addConstr(quicksum(x[i, i - k] for i in range(max(0, k), min(n, n + k))) <= 1)
-        m.addConstr(quicksum(x[i, n - 1 - i + k] for i in range(max(0, k), min(n, n + k))) <= 1)
+    cells = [(i, j, i - j, i + j) for i in range(n) for j in range(n)]  # row, column and the two diagonals
+    x = m.addVars(cells, vtype=TSO.BINARY)
+    m.addConstrs(x.sum(i, "*", "*", "*") == 1 for i in range(n))
+    m.addConstrs(x.sum("*", j, "*", "*") == 1 for j in range(n))
+    m.addConstrs(x.sum("*", "*", k, "*") <= 1 for k in range(1 - n, n))
+    m.addConstrs(x.sum("*", "*", "*", k) <= 1 for k in range(2 * n - 1))
     return m
 
 
