@@ -11,9 +11,10 @@ CODES = {
     name: int(value)
     for name, value in re.findall(r"TSO_CODE\((\w+), (-?\d+)\)", (INCLUDE / "tessolv_codes.h").read_text())
 }
-# (name, type, owner, writable) and (name, type), in the words of the tables
+# (name, type, owner, writable, when it has a value) and (name, type), in the words of the tables
 ATTRIBUTES = re.findall(
-    r'\{"([\w/]+)", AttrType::(\w+), Owner::(\w+), (true|false),', (LIBRARY / "catalog" / "attrs.h").read_text()
+    r'\{"([\w/]+)", AttrType::(\w+), Owner::(\w+), (true|false),\s*"(.*?)"',
+    (LIBRARY / "catalog" / "attrs.h").read_text(),
 )
 PARAMETERS = re.findall(r'\{"([\w/]+)", ParamType::(\w+)', (LIBRARY / "catalog" / "params.h").read_text())
 HANDLES = ("TSOenv", "TSOmodel", "TSOcbdata")

@@ -9,32 +9,25 @@ import pytest
 from header import ATTRIBUTES
 
 OWNERS = ["Model", "Var", "Constr", "Sos", "QConstr", "GenConstr", "PsdVar", "PsdConstr"]
-TYPES = ["Char", "Int", "Double", "String", "Matrix"]
-PREFIX = dict(zip(TYPES, ["char", "int", "dbl", "str", "mat"]))
-WRONG_TYPE = {
-    "Char": capi.MODEL_INVALID_CHAR_ATTR,
-    "Int": capi.MODEL_INVALID_INT_ATTR,
-    "Double": capi.MODEL_INVALID_REAL_ATTR,
-    "String": capi.MODEL_INVALID_STR_ATTR,
-    "Matrix": capi.MODEL_INVALID_MAT_ATTR,
+TYPES = {  # in the functions' names, and the code of an attribute that is of another
+    "Char": ("char", capi.MODEL_INVALID_CHAR_ATTR),
+    "Int": ("int", capi.MODEL_INVALID_INT_ATTR),
+    "Double": ("dbl", capi.MODEL_INVALID_REAL_ATTR),
+    "String": ("str", capi.MODEL_INVALID_STR_ATTR),
+    "Matrix": ("mat", capi.MODEL_INVALID_MAT_ATTR),
 }
 BAD_INDEX = {
     "Var": capi.MODEL_INVALID_COL_IDX,
     "GenConstr": capi.MODEL_INVALID_INDICATOR_ROW_IDX,
     "PsdVar": capi.MODEL_INVALID_SYM_MAT_IDX,
 }
-NEEDS_RUN = {
-    "SPX/NumIters", "IPM/NumIters", "IISVar", "IISConstr", "IISCol", "IISRow", "ColBasis", "RowBasis", "PrimalObjVal",
-    "ObjVal", "DualObjVal", "PresolverTime", "SolverTime", "SolutionTime", "MIP/GapAbs", "MIP/GapRel", "PrimalSoln",
-    "X", "Xn", "DualSoln", "Activity", "ReducedCost", "RC", "PsdX",
-}  # fmt: skip
 
 
 def info(model, name):
     found = np.full((3, 1), -9, np.int32)
     model.call("TSOgetattrinfo", name, *found)
     kind, owner, writable = found[:, 0]
-    return TYPES[kind], OWNERS[owner], writable
+    return list(TYPES)[kind], OWNERS[owner], "true" if writable else "false"
 
 
 def code_of(model, verb, kind, name, *, scalar, index=0, count=1, null=False):
@@ -49,7 +42,7 @@ def code_of(model, verb, kind, name, *, scalar, index=0, count=1, null=False):
     else:
         rest = [count, [index], value]
     try:
-        model.call(f"TSO{verb}{PREFIX[kind]}attr{'' if scalar else 'list'}", name, *rest)
+        model.call(f"TSO{verb}{TYPES[kind][0]}attr{'' if scalar else 'list'}", name, *rest)
     except capi.Failed as failure:
         return failure.code
     return 0
@@ -57,18 +50,18 @@ def code_of(model, verb, kind, name, *, scalar, index=0, count=1, null=False):
 
 @pytest.mark.parametrize("row", ATTRIBUTES, ids=[row[0] for row in ATTRIBUTES])
 def test_every_attribute(whole, row):
-    name, kind, owner, writable = row
-    writable, scalar = writable == "true", owner == "Model"
+    name, kind, owner, writable, available = row
     assert info(whole, name) == (kind, owner, writable)
+    writable, scalar = writable == "true", owner == "Model"
     assert info(whole, name.upper().replace("/", "_")) == info(whole, name.lower())
     before = whole.state()
-    expected = capi.DATA_NOT_AVAILABLE if name in NEEDS_RUN else 0
+    expected = 0 if available == "always" else capi.DATA_NOT_AVAILABLE
     assert code_of(whole, "get", kind, name, scalar=scalar) == expected
     # Through the functions of all other types, and of the other kind of owner.
     for other, of_model, verb in itertools.product(TYPES, (True, False), ("get", "set")):
         exists = not (of_model and other in ("Char", "Matrix"))
         if exists and (other, of_model) != (kind, scalar):
-            assert code_of(whole, verb, other, name, scalar=of_model) == WRONG_TYPE[other]
+            assert code_of(whole, verb, other, name, scalar=of_model) == TYPES[other][1]
     if not writable:
         assert code_of(whole, "set", kind, name, scalar=scalar) == capi.INVALID_ARGUMENT
     for verb in ("get", "set") if writable else ("get",):

@@ -69,22 +69,21 @@ def test_edits_that_undo_one_another_take_no_memory(model, edit):
     n = 20000
     model.addvars(n)
 
-    def once():
-        if edit == "rows":
-            model.addrows(n, range(n), range(n), [1.0] * n, names=[f"row {i}" for i in range(n)])
-            model.delete("constrs", range(0, n))
-        elif edit == "entries":
-            model.addrows(n)
-            model.addvars(9, range(0, 9 * n, n), [*range(n)] * 9, [1.0] * (9 * n))
-            model.delete("constrs", range(n))
-            model.delete("vars", range(n, n + 9))
-        else:
-            model.set("VarName", None, ["some name or other"] * n)
-            model.set("VarName", None, [None] * n)
+    def loop(times):
+        for _ in range(times):
+            if edit == "rows":
+                model.addrows(n, range(n), range(n), [1.0] * n, names=[f"row {i}" for i in range(n)])
+                model.delete("constrs", range(n))
+            elif edit == "entries":
+                model.addrows(n)
+                model.addvars(9, range(0, 9 * n, n), [*range(n)] * 9, [1.0] * (9 * n))
+                model.delete("constrs", range(n))
+                model.delete("vars", range(n, n + 9))
+            else:
+                model.set("VarName", None, ["some name or other"] * n)
+                model.set("VarName", None, [None] * n)
 
-    for _ in range(4):
-        once()
+    loop(4)
     before = resident()
-    for _ in range(40):
-        once()
+    loop(40)
     assert resident() - before < 8 * 2**20

@@ -151,7 +151,7 @@ def test_codes_version_and_licence(library, dll):
     unknown = dll.TSOexplainerror(12345).decode()
     assert unknown and unknown not in texts.values() and dll.TSOexplainerror(-(2**31)).decode() == unknown
     dll.TSOversion(None, None, None)
-    valid, days, text = np.zeros(1, np.int32), np.zeros(1, np.int32), ctypes.create_string_buffer(512)
-    library.call("TSOchecklicense", library.env(), valid, days, text)
-    assert (valid[0], days[0]) == (1, capi.MAXINT) and text.value
+    valid, days, text = ctypes.c_int(), ctypes.c_int(), ctypes.create_string_buffer(512)
+    library.call("TSOchecklicense", library.env(), ctypes.byref(valid), ctypes.byref(days), text)
+    assert (valid.value, days.value) == (1, capi.MAXINT) and text.value
     library.call("TSOchecklicense", library.envs[0], None, None, None)

@@ -1,28 +1,29 @@
 """Names: given and generated ones, found and renamed, whatever others are called."""
 
 import ctypes
+import time
 
 import capi
 import pytest
 
-FIND = {"VarName": "TSOgetvarbyname", "ConstrName": "TSOgetconstrbyname"}
 
-
-@pytest.mark.parametrize("attribute", FIND)
-def test_unnamed_elements_have_names_that_nobody_else_has(model, fails, attribute):
-    letter, add = {"VarName": ("C", model.addvars), "ConstrName": ("R", model.addrows)}[attribute]
+@pytest.mark.parametrize(
+    ("attribute", "letter", "add", "find", "missing"),
+    [
+        ("VarName", "C", capi.Model.addvars, "TSOgetvarbyname", capi.MODEL_INVALID_COL_NAME),
+        ("ConstrName", "R", capi.Model.addrows, "TSOgetconstrbyname", capi.MODEL_INVALID_ROW_NAME),
+    ],
+)
+def test_unnamed_elements_have_names_that_nobody_else_has(model, fails, attribute, letter, add, find, missing):
     given = [None, f"{letter}0", f"{letter}5", "", f"{letter}4", f"{letter}4_", f"{letter}7", None, "x", "x"]
-    add(len(given), names=given)
+    add(model, len(given), names=given)
     read = model.texts(attribute, range(len(given)))
-    expected = [g or f"{letter}{i}" for i, g in enumerate(given)]
-    expected[0] += "_"  # somebody else is called so
-    expected[7] += "_"
+    expected = [g or f"{letter}{i}" + "_" * (i in (0, 7)) for i, g in enumerate(given)]  # of these two there are others
     assert read == expected
     for i, name in enumerate(read):
-        assert model.find(FIND[attribute], name) == (8 if name == "x" else i)
-    missing = {"VarName": capi.MODEL_INVALID_COL_NAME, "ConstrName": capi.MODEL_INVALID_ROW_NAME}[attribute]
+        assert model.find(find, name) == (8 if name == "x" else i)
     for name in ("", "y", f"{letter}10", f"{letter}03", f"{letter}3_", f"{letter}-3", letter, f"{letter}99999999999"):
-        fails(missing, model.find, FIND[attribute], name)
+        fails(missing, model.find, find, name)
 
 
 def test_renaming_frees_and_takes_names(model, fails):
@@ -78,7 +79,7 @@ def test_quadratic_rows_by_name(model, fails):
 
 def test_many_names_stay_quick(model):
     """They are found, renamed and removed without going through all of them each time."""
-    n = 200_000
+    n, begin = 200_000, time.process_time()
     model.addvars(n, names=[f"x[{k}]" for k in range(n)])
     for k in range(0, n, 7):
         assert model.find("TSOgetvarbyname", f"x[{k}]") == k
@@ -88,3 +89,4 @@ def test_many_names_stay_quick(model):
         assert model.find("TSOgetvarbyname", f"y{k}") == n + k
     model.delete("vars", range(0, n, 2))
     assert model.find("TSOgetvarbyname", "x[1]") == 0 and model.find("TSOgetvarbyname", "y0") == n // 2
+    assert time.process_time() - begin < 10  # less than one

@@ -93,9 +93,5 @@ def test_freeing_while_others_use_it(library):
             start.wait()
             return [add(m) for _ in range(50)]
 
-        def free(m=m, start=start):
-            start.wait()
-            return m.dll.TSOfreemodel(m.handle)
-
-        freed, codes = in_threads(2, use, free)
+        freed, codes = in_threads(2, use, lambda m=m, start=start: (start.wait(), m.dll.TSOfreemodel(m.handle))[1])
         assert freed == 0 and set().union(*codes) <= {0, capi.ERROR, capi.INVALID_ARGUMENT}

@@ -30,17 +30,13 @@ def expressions(b):
     unsupported, plus = "unsupported operand type(s) for {}: `{}` and `{}`", "unsupport operation +=: `{}` and `{}`"
     return [
         (lambda: q * x, TypeError, unsupported.format("*", "QuadExpr", "Var")),
-        (lambda: x * q, TypeError, unsupported.format("*", "Var", "QuadExpr")),
-        (lambda: (x + y) * q, TypeError, unsupported.format("*", "LinExpr", "QuadExpr")),
         (lambda: x - 1j, TypeError, unsupported.format("-", "Var", "complex")),
-        (lambda: x - 10**400, TypeError, unsupported.format("-", "Var", "int")),
         (lambda: x + 1j, TypeError, "must be real number, not complex"),
         (lambda: x * 10**400, OverflowError, "int too large to convert to float"),
         (lambda: x + scipy.sparse.eye(3), TypeError, unsupported.format("+", "Var", "dia_matrix")),
         (lambda: x / 0, ZeroDivisionError, "float division"),
         (lambda: x / y, TypeError, "must be real number, not tessolvpy.Var"),
         (lambda: x**3, tso.TessolvError, "`Var` can only be raised to a power of two"),
-        (lambda: q**2, TypeError, "unsupported operand type(s) for ** or pow(): `QuadExpr` and 'int'"),
         (lambda: -tso.Operand(), TypeError, "bad operand type for unary -: `Operand`"),
         (lambda: tso.Operand() + 1, TypeError, unsupported.format("+", "Operand", "int")),
         (lambda: tso.Operand.__add__(2, tso.Operand()), TypeError, unsupported.format("+", "float", "Operand")),
@@ -54,7 +50,6 @@ def expressions(b):
         (lambda: q.__imul__(Decimal(2)), TypeError),
         (lambda: 1 @ x, TypeError, unsupported.format("@", "int", "Var")),
         (lambda: hash(x + y), TypeError, "unsupported operand type(s) for hash(): `LinExpr`"),
-        (lambda: tso.QuadExpr() + 1, TypeError, "Cannot convert tessolvpy.LinExpr to tessolvpy.QuadExpr"),
         (lambda: x == [1, 2, 3], ValueError, "`=` expect an array with 2 elements: [ LHS, RHS ]"),
         (lambda: x == ["a", 1], TypeError, "range constraint requires numeric values"),
         (lambda: (x == 1) >> 3, TypeError, "range constraint requires numeric values"),
@@ -69,7 +64,6 @@ def expressions(b):
         (lambda: e.remove(1.0), TypeError, item + "Var"),
         (lambda: q.remove("a"), TypeError, item + "Var"),
         (lambda: e.add(x), TypeError, incorrect("expr", "tessolvpy.LinExpr", "tessolvpy.Var")),
-        (lambda: e.add(None), TypeError, incorrect("expr", "tessolvpy.LinExpr", "NoneType")),
         (lambda: q.add(3), TypeError, "Argument `expr` cannot be <class 'int'> type"),
         (lambda: e.add(e, "2"), TypeError, "must be real number, not str"),
         (lambda: e.addTerms(1, None), tso.TessolvError, expect),
@@ -100,7 +94,6 @@ def variables(b):
     m, x, c = b.m, b.x, b.m.getConstrs()
     few = "{} doesn't have enough elements".format
     return [
-        (lambda: m.addVars(), ValueError, "empty indices"),
         (lambda: m.addVars(lb=1), ValueError, "empty indices"),
         *[(lambda n=n, v=v: m.addVars(2, **{n: v}), ValueError, few(n))
           for n in ("lb", "ub", "obj", "vtype") for v in (["1"], [1, 2, 3], [])],
@@ -109,9 +102,8 @@ def variables(b):
         (lambda: m.addVars(2, vtype=np.array(["B", 5.5], object)), TypeError, "vtype contains bad type float at 1"),
         (lambda: m.addVars(2, vtype=1), TypeError, "vtype should be str or byte"),
         (lambda: m.addVars(2, lb="a"), ValueError, "could not convert string to float: 'a'"),
-        (lambda: m.addVars(2, ub=x), TypeError),
-        (lambda: m.addVars(2, lb=[1, "a"]), ValueError),
-        (lambda: m.addVars(2, name="\ud800"), UnicodeEncodeError),
+        *[(lambda w=w: m.addVars(2, **w), error) for error, w in (
+            (TypeError, {"ub": x}), (ValueError, {"lb": [1, "a"]}), (UnicodeEncodeError, {"name": "\ud800"}))],
         (lambda: m.addVars(1.5), TypeError),
         (lambda: m.addVars([Unhashable()]), TypeError, "unhashable type: 'Unhashable'"),
         (lambda: m.addVars([[[1]]]), TypeError, "unhashable type: 'list'"),
@@ -136,8 +128,7 @@ def rows(b):
         *[(lambda w=w: m.addConstr(w), TypeError) for w in (x, 1, None, tso.TempConstr())],
         (lambda: m.addConstr(x <= 1, name=None), TypeError, NO_NAME),
         (lambda: m.addConstr(x == [1, 2j]), TypeError, "must be real number, not complex"),
-        (lambda: m.addRange("a", 0, 1), TypeError, kinds),
-        (lambda: m.addRange(x * y, 0, 1), TypeError, kinds),
+        *[(lambda w=w: m.addRange(w, 0, 1), TypeError, kinds) for w in ("a", x * y)],
         (lambda: m.addRange(x, None, None), TypeError, "must be real number, not NoneType"),
         (lambda: m.addRange(x, 0, y), TypeError),
         (lambda: m.addLConstr(x, "<"), ValueError, given.format("can not", "not a")),
@@ -164,15 +155,14 @@ def rows(b):
         (lambda: m.addConstrs(iter([x <= 1])), AttributeError, "'list_iterator' object has no attribute 'gi_code'"),
         (lambda: m.addConstrs([x <= 1]), TypeError, "list object is not an iterator"),
         (lambda: m.addConstrs(None), TypeError, "NoneType object is not an iterator"),
-        (lambda: m.setObjective(x), TypeError, f"expr should be one of {objective}"),
-        (lambda: m.setObjective(5), TypeError, f"expr should be one of {objective}"),
+        *[(lambda w=w: m.setObjective(w), TypeError, f"expr should be one of {objective}") for w in (x, 5)],
         (lambda: m.setObjective(x + y, "max"), TypeError),
         (lambda: m.setObjective(x + y, 2**40), OverflowError),
         (lambda: m.remove(1), TypeError, "unsupported type: `int`"),
         (lambda: m.remove([x, "y"]), TypeError, "unsupported type: `str`"),
         (lambda: m.remove([x, None]), TypeError, "'NoneType' object is not iterable"),
-        (lambda: m.remove([x, tso.PsdVar()]), TypeError, "remove psd variable temporary not support"),
-        (lambda: m.remove([x, tso.PsdConstr()]), TypeError, "remove psd constraint temporary not support"),
+        *[(lambda w=w, kind=kind: m.remove([x, w]), TypeError, f"remove psd {kind} temporary not support")
+          for w, kind in ((tso.PsdVar(), "variable"), (tso.PsdConstr(), "constraint"))],
         (lambda: m.remove(x + y), TypeError, "'tessolvpy.LinExpr' object is not iterable"),
         (lambda: m.remove(v / 0 for v in [x]), ZeroDivisionError, "float division"),
     ]  # fmt: skip
@@ -194,8 +184,7 @@ def sets_and_indicators(b):
         (lambda: S(1, [x, y], [1]), ValueError, "1 weights for 2 variables"),
         (lambda: S(1, [x, y], iter([1, 2, 3])), ValueError, "3 weights for 2 variables"),
         (lambda: S(1, [x, y], [1, 1.0]), ValueError, weights + "rise from each variable to the next"),
-        (lambda: S(1, [x, y], [1, NAN]), ValueError, weights + "be finite numbers"),
-        (lambda: S(1, [x, y], [1, INF]), ValueError, weights + "be finite numbers"),
+        *[(lambda w=w: S(1, [x, y], [1, w]), ValueError, weights + "be finite numbers") for w in (NAN, INF)],
         (lambda: S(1, [x, y], [1, "2"]), TypeError, weights + "contain numbers only, not `str`"),
         (lambda: S(1, [x, y], "12"), TypeError, "weights should be an iterable, not `str`"),
         (lambda: S(1, [x, y], {0: 1, 1: 2}), TypeError, "weights can be a dict only if vars is one"),
@@ -238,8 +227,9 @@ def attributes(b):
         *[(lambda v=v: x.setAttr(*v), error) for error, *values in (
             (TypeError, ("UB", object()), ("VarName", 5)), (ValueError, ("UB", "abc"), ("ColBasis", "abc")),
             (OverflowError, ("ColBasis", 2**40)), (UnicodeEncodeError, ("VarName", "\ud800"))) for v in values],
-        (lambda: m.setAttr("ModelSense", 2**40), OverflowError),
-        (lambda: m.setAttr("ModelName", 5), TypeError),
+        *[(lambda w=w: m.setAttr(*w), error) for error, *w in (
+            (OverflowError, "ModelSense", 2**40), (TypeError, "ModelName", 5), (ValueError, "LB", xs, ["a", "b", "c"]),
+            (TypeError, "VarName", xs, [1, 2, 3]), (UnicodeEncodeError, "VarName", xs, ["a", "b", "\ud800"]))],
         *[(lambda w=w: m.getAttr("X", w), TypeError, kind(type(w).__name__)) for w in (5, 1.5, "x", True)],
         *[(lambda w=w: m.getAttr("X", w), TypeError) for w in ([5], ["x"], [None], [m], "xy")],
         (lambda: m.getAttr("X", [x, 5]), AttributeError),
@@ -247,9 +237,6 @@ def attributes(b):
         *[(lambda w=w: m.setAttr("LB", *w), ValueError, "invalid newvalues")
           for w in ((xs, 1.0), (xs, "abc"), (5, [1.0]), (x, [4]))],
         (lambda: m.setAttr("LB", 5, 1.0), TypeError, kind("int")),
-        (lambda: m.setAttr("LB", xs, ["a", "b", "c"]), ValueError),
-        (lambda: m.setAttr("VarName", xs, [1, 2, 3]), TypeError),
-        (lambda: m.setAttr("VarName", xs, ["a", "b", "\ud800"]), UnicodeEncodeError),
         # Too few: they would be read past their end.
         *[(lambda w=w: m.setAttr(*w), ValueError) for w in (
             ("LB", xs, [1.0, 2.0]), ("LB", xs, []), ("VarName", xs, ["a"]), ("VType", xs, ["I"]),
