@@ -4,8 +4,7 @@ import capi
 import pytest
 
 NAN, INF, LONG = float("nan"), float("inf"), "n" * 256
-BAD, NO_VALUE = capi.INVALID_ARGUMENT, capi.DATA_NOT_AVAILABLE
-ROW, COL = capi.MODEL_INVALID_ROW_IDX, capi.MODEL_INVALID_COL_IDX
+BAD, ROW, COL = capi.INVALID_ARGUMENT, capi.MODEL_INVALID_ROW_IDX, capi.MODEL_INVALID_COL_IDX
 SWITCH = capi.MODEL_INVALID_INDICATOR_ROW_IDX
 PSD, PSD_ROW = capi.MODEL_INVALID_SYM_MAT_IDX, capi.MODEL_INVALID_SYM_MAT_ROW_IDX
 PSD_COL, PSD_NUMBER = capi.MODEL_INVALID_SYM_MAT_COL_IDX, capi.MODEL_INVALID_REAL_ATTR_SYM_MAT
@@ -64,18 +63,10 @@ REFUSED = [  # a call and, by code, arguments
     ("set", COL, [("LB", [0, 3], [1.0, 1.0]), ("VType", [0, 3], "II"), ("VarName", None, ["n"] * 4)]),
     ("set", COL, [("ColBasis", [0, 3], [1, 1]), ("Start", None, [1.0] * 4)]),
     ("set", ROW, [("RHS", [0, 3], [1.0, 1.0]), ("ConstrName", None, ["n"] * 4), ("PsdCLHS", [3], [0.0])]),
-    ("get", PSD, [("Dim", [2], "int"), ("Dim", [-1], "int")]),
-    ("get", NO_VALUE, [("ColBasis", [0], "int"), ("X", [0])]),
     ("get", capi.MODEL_INVALID_ATTR_NAME, [(n, [0]) for n in ("", "Y", "LBB", "MIP GapAbs", "X\x01", "ä", "N" * 9999)]),
     ("setmatrices", PSD_ROW, [("PsdObj", [0], [[(3, 0, 1.0)]]), ("PsdObj", [0, 1], [[(0, 0, 7.0)], [(1, 0, 1.0)]])]),
     ("setmatrices", PSD_COL, [("PsdObj", [0], [[(0, -1, 1.0)]])]),
     ("setmatrices", PSD_NUMBER, [("PsdObj", [0], [[(0, 0, NAN)]]), ("PsdObj", [0], [[(0, 0, 1e20)]])]),
-    ("setmatrices", PSD, [("PsdObj", [2], [[]])]),
-    ("setmatrices", BAD, [("PsdX", [0], [[(0, 0, 1.0)]])]),
-    ("setmatrices", capi.MODEL_INVALID_MAT_ATTR, [("LB", [0], [[]])]),
-    ("matrices", PSD, [("PsdObj", [-1])]),
-    ("matrices", capi.MODEL_INVALID_MAT_ATTR, [("Dim", [0])]),
-    ("matrices", NO_VALUE, [("PsdX", [0])]),
 ]
 
 

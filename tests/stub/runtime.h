@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <mutex>
 #include <set>
@@ -32,9 +33,10 @@ struct State {
     std::recursive_mutex lock;
     std::vector<std::string> log; // one JSON array a call: [name, interpreter lock held, argument...]
     std::vector<Failure> failures;
-    std::map<const void*, std::string> names;   // of the handles that were given out
-    std::map<std::string, std::string> answers; // set by the test, by attribute, as texts whatever the type
-    std::set<std::string> kept;                 // texts that were given back, which stay where they are
+    std::map<const void*, std::string> names;           // of the handles that were given out
+    std::map<const void*, TSOenv> private_environments; // of models
+    std::map<std::string, std::string> answers;         // set by the test, by attribute, as texts whatever the type
+    std::set<std::string> kept;                         // texts that were given back, which stay where they are
     int next = 0;
     int environments = 0, models = 0;
     int callbacks = 0, where = 4; // how often TSOoptimize calls back, and with what
@@ -95,12 +97,8 @@ public:
         State& s = state();
         std::lock_guard guard(s.lock);
         s.log.push_back(line_ + "]");
-        if (const char* path = std::getenv("TESSOLV_STUB_LOG")) {
-            if (std::FILE* file = std::fopen(path, "a")) {
-                std::fprintf(file, "%s]\n", line_.c_str());
-                std::fclose(file);
-            }
-        }
+        if (const char* path = std::getenv("TESSOLV_STUB_LOG"))
+            std::ofstream(path, std::ios::app) << s.log.back() << "\n";
         for (Failure& f : s.failures)
             if (f.function == name_ && f.left > 0 && --f.left == 0)
                 return f.code;
@@ -128,14 +126,10 @@ private:
     static std::string quoted(const std::string& v) {
         std::string out = "\"";
         for (unsigned char c : v) {
-            char buffer[8];
-            if (c == '"' || c == '\\')
-                (out += '\\') += static_cast<char>(c);
-            else if (c < 32) {
+            char buffer[8] = {static_cast<char>(c)};
+            if (c == '"' || c == '\\' || c < 32)
                 std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
-                out += buffer;
-            } else
-                out += static_cast<char>(c);
+            out += buffer;
         }
         return out + "\"";
     }
@@ -152,29 +146,28 @@ inline int answer_TSOemptyenv(TSOenv* env) {
 }
 inline int answer_TSOloadenv(TSOenv* env, const char*) { return answer_TSOemptyenv(env); }
 
-// The same private environment for a model at every call, by name.
+// The same private environment for a model at every call.
 inline TSOenv answer_TSOgetenv(TSOmodel model) {
     State& s = state();
     if (!s.names.count(model))
         return nullptr;
-    std::string name = "env of " + s.names[model];
-    for (auto& [handle, known] : s.names)
-        if (known == name)
-            return static_cast<TSOenv>(const_cast<void*>(handle));
-    return new_handle<TSOenv>(name);
+    TSOenv& env = s.private_environments[model];
+    return env ? env : env = new_handle<TSOenv>("env of " + s.names[model]);
 }
 inline void answer_TSOversion(int* major, int* minor, int* technical) { *major = 7, *minor = 8, *technical = 9; }
 inline const char* answer_TSOexplainerror(int code) { return keep("text of code " + std::to_string(code)); }
 
+template <class T, class V> void put(T* to, V value) {
+    if (to)
+        *to = static_cast<T>(value);
+}
+
 // ---- Parameters: four different numbers, so that nobody can mix up current value, range and default ----
 
 template <class T> int four(T* current, T* least = nullptr, T* greatest = nullptr, T* fallback = nullptr) {
-    int next = 11;
-    for (T* value : {current, least, greatest, fallback}) {
-        if (value)
-            *value = next;
-        ++next;
-    }
+    T next = 11;
+    for (T* value : {current, least, greatest, fallback})
+        put(value, next++);
     return 0;
 }
 inline int text(char* value, const char* text) {
@@ -204,12 +197,7 @@ inline int answer_TSOgetattrinfo(TSOmodel model, const char* name, int* type, in
     for (const tso::AttrRow& row : tso::kAttrs) {
         if (row.name != name)
             continue;
-        if (type)
-            *type = static_cast<int>(row.type);
-        if (owner)
-            *owner = static_cast<int>(row.owner);
-        if (writable)
-            *writable = row.writable;
+        put(type, row.type), put(owner, row.owner), put(writable, row.writable);
         return 0;
     }
     return TSO_MODEL_INVALID_ATTR_NAME;
