@@ -60,10 +60,8 @@ def test_a_handle_made_by_hand_stands_for_nothing(stub, cls, accessor, name, arg
     made = getattr(tso, cls)()
     assert (made.index, hash(made)) == (0, 0)
     assert made.sameAs(getattr(tso, cls)())
-    with pytest.raises((tso.TessolvError, AttributeError)):
-        _ = made.X
-    with pytest.raises(TypeError):
-        getattr(tso, cls)(1)
+    assert refusal(getattr, made, "X")[0] in (tso.TessolvError, AttributeError)
+    assert refusal(getattr(tso, cls), 1)[0] is TypeError
     for call in stub.calls():
         assert call[1] == "null" or call[0] == "TSOexplainerror"
 

@@ -3,9 +3,10 @@ views, and the end of the process."""
 
 import ctypes
 import gc
+import itertools
 
 import tessolvpy as tso
-from expressions import LISTS, refusal
+from expressions import LISTS, check_rows, refusal
 
 # Of a model from a file, list by list: each row has three handles.
 ELEMENTS = [[tso.Var] * 3, [tso.Constr] * 2, [tso.QConstr] * 2, [tso.PsdConstr] * 2, [tso.SOS], [tso.GenConstr] * 2,
@@ -14,11 +15,8 @@ COUNTS = ["NumConstrs", "NumVars", "NumPsdVars", "NumSOS", "NumGenConstrs"]  # i
 
 
 def populating(model):
-    return [
-        call
-        for name in COUNTS
-        for call in (("TSOgetattrinfo", model, name, "out", "out", "out"), ("TSOgetintattr", model, name, "out"))
-    ]
+    calls = [(("TSOgetattrinfo", model, name, *["out"] * 3), ("TSOgetintattr", model, name, "out")) for name in COUNTS]
+    return list(itertools.chain(*calls))
 
 
 def lists_of(model):
@@ -89,14 +87,13 @@ def test_the_default_environment(stub):
     tso.Model()
     tso.Model(name="x", env=None, empty=False)
     calls = stub.calls()
-    assert [c[0] for c in calls] == ["TSOloadenv", "TSOnewmodel", "TSOgetenv", "TSOnewmodel", "TSOgetenv"]
     default = calls[1][1]
-    assert calls[3][1] == default
+    made = "TSOnewmodel", default
+    assert [c[:2] for c in calls if c[0] != "TSOgetenv"] == [("TSOloadenv", ["out", "3"]), made, made]
     assert tso.disposeDefaultEnv() is tso.disposeDefaultEnv() is None
     assert stub.calls() == [("TSOfreeenv", default)]
     tso.Model()
-    calls = stub.calls()
-    assert calls[0][0] == "TSOloadenv" and calls[1][1] != default
+    assert [c[:2] == made for c in stub.calls() if c[0] != "TSOgetenv"] == [False, False]
 
 
 # ---- Models ----
@@ -104,12 +101,9 @@ def test_the_default_environment(stub):
 
 def test_new_models(stub, env):
     made = tso.Model("é", env)
-    calls = stub.calls()
-    handle = calls[0][1]
-    assert calls == [
-        ("TSOnewmodel", handle, "out", "é", 0, None, None, None, None, None),
-        ("TSOgetenv", stub.handle_of(made)),
-    ]
+    (name, _, *arguments), asked = stub.calls()
+    assert (name, arguments) == ("TSOnewmodel", ["out", "é", 0, *[None] * 5])
+    assert asked == ("TSOgetenv", stub.handle_of(made))
     lists = lists_of(made)
     assert lists == [[]] * 7 and type(lists[0]) is list
     assert len(set(map(id, lists))) == len(set(map(id, lists + lists_of(made)))) == 7
@@ -146,26 +140,24 @@ def test_a_shell(stub):
     assert stub.names() == ["TSOloadenv"]  # the environment is taken all the same
     assert lists_of(shell) == [None] * 7
     assert shell.Params is shell.params is None
+    for function, use, *arguments in [
+        ("TSOgetattrinfo", shell.getAttr, "NumVars"), ("TSOsetcallbackfunc", shell.optimize),
+        ("TSOwrite", shell.write, "a.lp"), ("TSOreset", shell.reset), ("TSOaddvars", shell.addVars, 2),
+    ]:  # fmt: skip
+        stub.fail(function, -3)
+        assert refusal(use, *arguments) == (tso.TessolvError, "text of code -3")
     shell.dispose()
-    del shell
+    del shell, use
     gc.collect()
-    assert stub.calls() == []
-    other = tso.Model(empty=True)
-    for use in (lambda: other.NumVars, other.optimize, lambda: other.write("a.lp"), other.reset):
-        for function in ("TSOsetcallbackfunc", "TSOwrite", "TSOreset"):
-            stub.fail(function, -3)
-        assert refusal(use)[0] is tso.TessolvError
-        stub.unfail()
-    assert refusal(other.addVars, 2)[0] in (TypeError, tso.TessolvError)
+    assert "TSOfreemodel" not in stub.names()
 
 
 def test_copies(stub, model):
     original = stub.handle_of(model)
     twin = model.copy()
-    calls = stub.calls()
-    asked = [call[1:3] for call in calls if call[0] == "TSOgetintattr"]
-    assert asked == [(asked[0][0], name) for name in COUNTS] and asked[0][0] != original
-    assert calls[0] == ("TSOcopymodel", original) and "TSOgetenv" not in [call[0] for call in calls]
+    first, *calls = stub.calls()
+    handle = calls[0][1]
+    assert first == ("TSOcopymodel", original) and calls == populating(handle) and handle != original
     assert [len(elements) for elements in lists_of(twin)] == [len(row) for row in ELEMENTS]
     assert not twin.getVars()[0].sameAs(model.getVars()[0])
     assert (twin.Params, twin.params) == (None, None)
@@ -187,7 +179,7 @@ def test_own_attributes_of_a_model(stub, model):
     model._y = model
     model._x = 2
     assert (model._x, model._y) == (2, model)
-    assert not hasattr(tso.Model, "_x") and not hasattr(model, "nosuch") and not hasattr(model, "__x")
+    assert not (hasattr(tso.Model, "_x") or hasattr(model, "nosuch") or hasattr(model, "__x"))
     assert refusal(getattr, tso.read("b.mps"), "_x") == (KeyError, "'_x'")
     model._y = None
     before, list_before = model.getVars()[0], model.getVars()
@@ -196,26 +188,25 @@ def test_own_attributes_of_a_model(stub, model):
     assert model.getVars() is not list_before and model.getVars()[0] is not before
     assert model.getVars()[0].sameAs(before)
     assert [x.index for x in model.getVars()] == [0, 1, 2, 3, 4]
-    assert model.getConstrs() == model.getQConstrs() == model.getPsdConstrs() == []
+    check_rows(model, 0)
     assert refusal(getattr, model, "_x") == (KeyError, "'_x'")
 
 
 def test_views(stub, env):
     model = tso.Model("a", env)
-    stub.clear()
+    own = stub.handle_of(model)
     env.resetParam()
-    model.reset()
-    env_name, model_name = (call[1] for call in stub.calls())
+    ((_, env_name),) = stub.calls()
     view, other = model.ctypes(), model.ctypes()
     assert type(view) is not type(other)
     assert type(view).__name__ == type(other).__name__ == "CModelType"
     assert view.model_ is model
     assert [type(one) for one in (view.mptr_, view.env, view.data)] == [ctypes.c_void_p] * 3
     names = [stub.name(one.value) for one in (view.env, view.data, view.datap.contents)]
-    assert names == [env_name, model_name, model_name]
+    assert names == [env_name, own, own]
     assert view.mptr_.value == other.mptr_.value == ctypes.addressof(view.datap.contents)
     assert stub.lib.TSOreset(view.data, 1) == 0  # what it is for
-    assert stub.calls() == [("TSOreset", model_name, 1)]
+    assert stub.calls() == [("TSOreset", own, 1)]
     kept = tso.read("a.mps").ctypes()  # a view keeps its model
     stub.clear()
     gc.collect()
@@ -239,8 +230,7 @@ def test_failing_frees(stub, monkeypatch):
 
     reported = []
     monkeypatch.setattr("sys.unraisablehook", lambda event: reported.append(repr(event.exc_value)))
-    shell = Loud(empty=True)
-    del shell
+    Loud(empty=True)
     gc.collect()
     assert set(reported) == {"ValueError('no')"}
 

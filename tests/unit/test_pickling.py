@@ -10,9 +10,9 @@ import random
 import numpy as np
 import pytest
 import tessolvpy as tso
+from expressions import refusal
 from tessolvpy import TSO, Column, LinExpr, MLinExpr, MQuadExpr, PsdExpr, QuadExpr, TessolvError, tupledict, tuplelist
 
-REFUSAL = "^self.mdl_ cannot be converted to a Python object for pickling$"
 UNPICKLE = {name[len("__pyx_unpickle_") :]: f for name, f in vars(tso).items() if name.startswith("__pyx_unpickle_")}
 WAYS = {f"protocol {p}": lambda o, p=p: pickle.loads(pickle.dumps(o, p)) for p in range(pickle.HIGHEST_PROTOCOL + 1)}
 WAYS |= {"in Python": lambda o: pickle._loads(pickle._dumps(o)), "copy": copy.copy, "deepcopy": copy.deepcopy}
@@ -100,16 +100,13 @@ def test_handles_and_what_holds_them_refuse(stub, model):
         tuplelist([x]), tuplelist([("a", x)]), tupledict({1: x}), tupledict({1: x + 1}), array + 1, array @ array,
         model.addConstr(array <= 1), model, tso.Var(), tso.SOS(), PsdExpr(x),
     ]  # fmt: skip
-    for holder in holders:
-        for way in WAYS.values():
-            with pytest.raises(TypeError, match=REFUSAL):
-                way(holder)
-    for holder in (tso.Env(), model.Params):
-        with pytest.raises(TypeError, match="^self.envptr cannot be"):
-            copy.copy(holder)
     x -= x  # terms are not merged: it holds the handle twice
-    with pytest.raises(TypeError, match=REFUSAL):
-        pickle.dumps(x)
+    refused = "self.{} cannot be converted to a Python object for pickling".format
+    for holder in (*holders, x):
+        for way in WAYS.values():
+            assert refusal(way, holder) == (TypeError, refused("mdl_"))
+    for holder in (tso.Env(), model.Params):
+        assert refusal(copy.copy, holder) == (TypeError, refused("envptr"))
 
 
 def test_the_functions_that_pickles_name():
@@ -126,8 +123,7 @@ def test_the_functions_that_pickles_name():
         ]:  # fmt: skip
             if name in ("tupledict", "Column") and arguments[2:] == ((),):
                 continue  # they have no fields
-            with pytest.raises(error):
-                unpickle(*arguments)
+            assert issubclass(refusal(unpickle, *arguments)[0], error)
 
 
 WRONG = [

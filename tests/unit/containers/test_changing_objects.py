@@ -8,6 +8,7 @@ from contextlib import suppress
 import pytest
 from containers.test_rules import keyed, refusals, rows
 from containers.values import Value
+from expressions import refusal
 from loops import check_growth, given_to, refused, without_memory
 from tessolvpy import multidict, tupledict, tuplelist
 
@@ -91,15 +92,13 @@ def test_rows_with_lengths_of_their_own():
     for act in (
         lambda: tuplelist([row]), lambda: made.append(row), lambda: made + [row], lambda: multidict({"a": row}),
     ):  # fmt: skip
-        with pytest.raises(Fault):
-            act()
+        assert refusal(act)[0] is Fault
     assert made == [(1, 2)]
     row.length = lambda: made.clear() or 2
     made.append(row)
     assert len(made) == 1
     row.length = lambda: 10**10
-    with pytest.raises(MemoryError):
-        made.select(1)
+    assert refusal(made.select, 1)[0] is MemoryError
     row.length = lambda: list.clear(made) or 2
     assert made.select(1) == []
     shrinking = [(1, 2), row, (1, 2)]
@@ -122,8 +121,7 @@ def test_objects_that_change_what_is_walked():
 
     coeffs, d = {"a": 1, "b": 2}, {"a": Length([1]), "b": [2]}
     for act in (lambda: tupledict(a=Growing(1), b=1).prod(coeffs), lambda: multidict(d)):
-        with pytest.raises(RuntimeError, match="^dictionary changed size during iteration$"):
-            act()
+        assert refusal(act) == (RuntimeError, "dictionary changed size during iteration")
 
     class Cutting(int):
         def __hash__(self):
@@ -135,8 +133,7 @@ def test_objects_that_change_what_is_walked():
     armed = []
     d = {Cutting(1): [1, 2]}
     armed = d["b"] = [3, 4]
-    with pytest.raises(IndexError, match="^list index out of range$"):
-        multidict(d)
+    assert refusal(multidict, d) == (IndexError, "list index out of range")
     made, key = tupledict(), Value(1)
     made.update({(key, 2): 5, (2, 2): 6})
     made.select(1)

@@ -6,13 +6,13 @@ What queries select is compared with a plain reading of the rules on random rows
 import collections
 import operator
 
-import pytest
 import tessolvpy as tso
-from expressions import terms
+from expressions import refusal, terms
 from tessolvpy import multidict, tupledict, tuplelist
 
-MIXED = b"Cannot mix scalar and tuple values in a tuplelist"
-LENGTHS = b"All tuples in a tuplelist must be the same length"
+# Texts of bytes.
+MIXED = "b'Cannot mix scalar and tuple values in a tuplelist'"
+LENGTHS = "b'All tuples in a tuplelist must be the same length'"
 NO_LEN = "object of type 'NoneType' has no len()"
 NO_INT = "'str' object cannot be interpreted as an integer"
 NO_PRODUCT = "can't multiply sequence by non-int of type 'float'"
@@ -28,13 +28,6 @@ def rows(wildcard="*"):
 
 def keyed():
     return tupledict([((1, 2), 3), ((2, 2), 4), ((1, 3), 5)])
-
-
-def failure(act, *arguments):
-    """Type and what it was made of, which str() would hide."""
-    with pytest.raises(Exception) as caught:
-        act(*arguments)
-    return caught.type, *caught.value.args
 
 
 def value(expression):
@@ -85,8 +78,8 @@ def refusals():
         (lambda r, d: operator.iadd(r, 5), TypeError, "'int' object is not iterable", True),
         (lambda r, d: operator.imul(r, "a"), TypeError, NO_INT, True),
         (lambda r, d: d.setdefault([]), TypeError, "unhashable type: 'list'"),
-        (lambda r, d: d.pop((9, 9)), KeyError, (9, 9)),
-        (lambda r, d: d.__delitem__((9, 9)), KeyError, (9, 9)),
+        (lambda r, d: d.pop((9, 9)), KeyError, "(9, 9)"),
+        (lambda r, d: d.__delitem__((9, 9)), KeyError, "(9, 9)"),
         *[(lambda r, d, w=w: d.prod(w), TypeError, "expect a dict for argument `coeffs`") for w in ([1, 2], None)],
         (lambda r, d: d.prod([((1, 2), 3)], 1), TypeError, "expect a dict for argument `coeffs`"),
         (lambda r, d: tupledict(a=1.5).prod({"a": "x"}), TypeError, NO_PRODUCT),
@@ -106,7 +99,7 @@ def test_refusals():
     for act, error, text, *loses in refusals():
         made, mapped = rows(), keyed()
         index = made.tuple_index_
-        assert failure(act, made, mapped) == (error, text)
+        assert refusal(act, made, mapped) == (error, text)
         assert made == rows() and mapped == keyed() and made.tuple_index_ is (None if loses else index)
     for act, error in [
         (lambda: rows().select(x=1), TypeError), (lambda: keyed().select(x=1), TypeError),
@@ -118,7 +111,7 @@ def test_refusals():
         (lambda: [(1, 2)] + rows(), TypeError), (lambda: 2 * rows(), TypeError), (lambda: rows() * 1.5, TypeError),
         (lambda: setattr(rows(), "name", "mine"), AttributeError),
     ]:  # fmt: skip
-        assert failure(act)[0] is error
+        assert refusal(act)[0] is error
 
 
 def test_mixed_rows_are_refused():
@@ -133,12 +126,12 @@ def test_mixed_rows_are_refused():
             (tuplelist, [*there, wrong]), (made.append, wrong), (made.insert, 0, wrong), (made.__setitem__, 0, wrong),
             (operator.add, made, [wrong]),
         ]:  # fmt: skip
-            assert failure(act, *arguments) == (ValueError, text)
+            assert refusal(act, *arguments) == (ValueError, text)
             assert made == there and made.tuple_index_ is index
         made += [wrong]  # no check here
         assert made == [*there, wrong]
         for act, *arguments in [(made.copy,), (operator.mul, made, 1), (made.select,)]:
-            assert failure(act, *arguments) == (ValueError, text)
+            assert refusal(act, *arguments) == (ValueError, text)
 
 
 def test_the_index():
@@ -159,11 +152,11 @@ def test_the_index():
     assert made.select(7) == [(7, 7)]
     # What was built of an index when its building failed.
     made = tuplelist([(1, 5), (1, []), (2, 5)])
-    assert failure(made.select, 1) == (TypeError, "unhashable type: 'list'")
+    assert refusal(made.select, 1) == (TypeError, "unhashable type: 'list'")
     assert made.tuple_index_ == [{1: [0, 1]}, {5: [0]}]
     made = tuplelist([(1, 2), (1, 3)])
     made += [(1,), 7]
-    assert failure(made.select, 3) == (IndexError, "tuple index out of range")
+    assert refusal(made.select, 3) == (IndexError, "tuple index out of range")
     assert made.tuple_index_ == [{1: [0, 1, 2]}, {2: [0], 3: [1]}]
 
 
@@ -211,7 +204,7 @@ def test_dicts_where_they_differ():
     dict.__setitem__(made, (1, 2), 33)
     assert made.select(1) == [33, 5] and made.select() == [33, 4, 5]
     dict.__delitem__(made, (1, 2))
-    assert failure(made.select, 1) == (KeyError, (1, 2))
+    assert refusal(made.select, 1) == (KeyError, "(1, 2)")
     made.clean()
     assert made.select(1) == [5, 9]
     nan = float("nan")
@@ -251,8 +244,8 @@ def test_sums_and_products(model):
     made[2, 1] = x * y
     assert isinstance(made.sum(), tso.QuadExpr)
     huge = tupledict(a=x).prod, {"a": 10**400}
-    assert failure(*huge) == (OverflowError, "int too large to convert to float")
-    assert failure(tupledict(a=x, b="b").sum) == (TypeError, "bad type for quicksum: str")
+    assert refusal(*huge) == (OverflowError, "int too large to convert to float")
+    assert refusal(tupledict(a=x, b="b").sum) == (TypeError, "bad type for quicksum: str")
 
 
 def test_multidict():
