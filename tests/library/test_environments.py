@@ -52,8 +52,8 @@ def test_ranges_hold(library, fails, name, kind):
 def test_unknown_names_and_null_pointers(library, fails):
     for env in (library.env(), None):
         for name in ("", "MIP", "MIP/GapAbs/", "MIP/", "maxtime ", "m" * 5000):
-            fails(capi.PARAM_SET_ERROR, library.call, "TSOsetintparam", env, name, 1)
-            fails(capi.PARAM_GET_ERROR, library.call, "TSOgetintparam", env, name, [0])
+            fails(capi.PARAM_SET_ERROR, library.parameter, env, name, 1)
+            fails(capi.PARAM_GET_ERROR, get, library, env, name)
         for name in PROTOTYPES:
             if name.endswith(("intparam", "dblparam", "strparam")):
                 value = {"TSOsetintparam": 1, "TSOsetdblparam": 1.0}.get(name)
