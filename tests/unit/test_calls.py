@@ -68,6 +68,10 @@ def test_reads(stub, model, said):
         (lambda: model.Params.maxtime, 11.5, ("TSOgetdblparam", "E", "MaxTime")),
         (lambda: model.params.MIP_MaxSols, 11, ("TSOgetintparam", "E", "MIP/MaxSols")),
         (lambda: model.params.LogFile, "current text", ("TSOgetstrparam", "E", "LogFile")),
+        *[(lambda p=p: model.getParamInfo(p), info, ("TSOgetenv", "M"), (f"TSOget{kind}paraminfo", "E", info[0]))
+          for p, kind, info in (
+              ("method", "int", ("Method", 11, 12, 13, 14)), ("MaxTi*", "dbl", ("MaxTime", 11.0, 12.0, 13.0, 14.0)),
+              ("LogFile", "str", ("LogFile", "current text", None, None, "default text")))],
         (lambda: model.cleanupMilp(), 17, ("TSOcleanupmilp", "M")),
     ]:  # fmt: skip
         found, made = said(act)

@@ -64,15 +64,3 @@ def test_a_handle_made_by_hand_stands_for_nothing(stub, cls, accessor, name, arg
     assert refusal(getattr(tso, cls), 1)[0] is TypeError
     for call in stub.calls():
         assert call[1] == "null" or call[0] == "TSOexplainerror"
-
-
-def test_handles_do_not_keep_the_model(stub, model):
-    made = tso.read("b.mps")
-    x = made.getVars()[0]
-    own = stub.handle_of(made)
-    del made
-    gc.collect()
-    assert stub.calls() == [("TSOfreemodel", own)]
-    assert x.index == 0
-    _ = x.X  # the library has to answer for the stale pointer
-    assert stub.calls()[-1][1] == own

@@ -130,9 +130,12 @@ def test_read_models(stub, env, model):
     cycle, single = tso.read("b.mps"), tso.read("c.mps")
     handles = stub.handle_of(single), stub.handle_of(cycle)
     cycle._self, cycle._others = cycle, [cycle]
+    x = single.getVars()[0]
     del single, cycle
     gc.collect()
     assert stub.calls() == [("TSOfreemodel", handle) for handle in handles]
+    assert (x.index, x.X) == (0, 0.5)  # it does not keep the model: the library has to answer for the stale pointer
+    assert stub.calls()[-1][1] == handles[0]
 
 
 def test_a_shell(stub):

@@ -41,17 +41,6 @@ def test_wildcards(stub, env, capsys):
     assert stub.calls() == []
 
 
-def test_param_info(stub, model):
-    for name, function, numbers in [
-        ("method", "TSOgetintparaminfo", [11, 12, 13, 14]),
-        ("MaxTi*", "TSOgetdblparaminfo", [11, 12, 13, 14]),
-        ("LogFile", "TSOgetstrparaminfo", ["current text", "default text"]),
-    ]:
-        info = model.getParamInfo(name)
-        assert sorted(map(str, numbers)) == sorted(str(v).replace(".0", "") for v in info if v in numbers)
-        assert [n for n in stub.names() if n != "TSOgetenv"] == [function]
-
-
 def test_functions_act_on_the_default_environment_and_the_callers_models(stub, capsys):
     default_user, other = tso.Model("a"), tso.Model("b", tso.Env())
     env = stub.calls()[1][1]
