@@ -143,12 +143,6 @@ def model(stub):
 
 
 @pytest.fixture
-def mdl(stub, model):
-    """The model's name in the log."""
-    return stub.handle_of(model)
-
-
-@pytest.fixture
 def built(stub, env):
     """A model and its three variables; nothing logged yet."""
     import tessolvpy

@@ -13,8 +13,8 @@ each_run = pytest.mark.parametrize(("method", "function"), RUNS, ids=[row[0] for
 
 
 @each_run
-def test_order_of_a_run(stub, model, mdl, method, function):
-    run = getattr(model, method)
+def test_order_of_a_run(stub, model, method, function):
+    run, mdl = getattr(model, method), stub.handle_of(model)
     assert run() is run(callback=None) is None
     assert stub.calls() == [("TSOsetcallbackfunc", mdl, None, id(model)), (function, mdl)] * 2
     run(lambda *_: None)
