@@ -16,8 +16,8 @@ class Files:
         self.library, self.folder = library, folder
         self.log_path = folder / "log.txt"
         self.env = library.env(quiet=False)
-        library.call("TSOsetintparam", self.env, "LogToConsole", 0)
-        library.call("TSOsetstrparam", self.env, "LogFile", str(self.log_path))
+        library.parameter(self.env, "LogToConsole", 0)
+        library.parameter(self.env, "LogFile", str(self.log_path))
         library.call("TSOstartenv", self.env)
 
     def log(self):

@@ -162,6 +162,11 @@ def test_what_a_format_has_no_form_for_leaves_the_old_file(files, fails):
         fails(capi.FORMAT_ERROR, save, model, path)
         assert words in files.log()[said:]
         assert path.read_text() == "old" and sorted(files.folder.iterdir()) == before
+    semidefinite.addvar(name="x")
+    semidefinite.set("Start", [0], [3.0])
+    save(semidefinite, files.folder / "x.mst")  # the columns beside the matrices have a form
+    load(semidefinite, files.folder / "x.mst")
+    assert semidefinite.get("Start", [0]) == [3]
 
 
 @pytest.mark.parametrize("suffix", [".lp", ".mps"])

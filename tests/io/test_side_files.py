@@ -79,25 +79,22 @@ def test_a_basis_by_other_hands(files, model):
 
 
 def test_awkward_names_in_all_of_them(files):
-    model = files.model()
-    names = [name for name in AWKWARD if name]
+    model, names = files.model(), [name for name in AWKWARD if name]
     model.addvars(len(names), names=names)
     for name in names:
         model.addrow([0], [1.0], 0.0, 1.0, name)
-    values = [float(k) for k in range(len(names))]
-    model.set("Start", range(len(names)), values)
-    statuses = [k % 2 for k in range(len(names))]
-    model.set("ColBasis", range(len(names)), statuses)
-    model.set("RowBasis", range(len(names)), statuses)
+    every, codes = range(len(names)), [k % 2 for k in range(len(names))]
+    model.set("Start", every, [float(k) for k in every])
+    model.set("ColBasis", every, codes)
+    model.set("RowBasis", every, codes)
     for suffix in (".mst", ".bas"):
         save(model, files.folder / f"a{suffix}")
     model.call("TSOreset", 1)
     assert set(start(model)) == {None}
     for suffix in (".mst", ".bas"):
         load(model, files.folder / f"a{suffix}")
-    assert start(model) == values
-    assert model.get("ColBasis", kind="int", length=len(names)) == statuses
-    assert model.get("RowBasis", kind="int", length=len(names)) == statuses
+    assert start(model) == list(every)
+    assert model.get("ColBasis", every, "int") == model.get("RowBasis", every, "int") == codes
 
 
 @pytest.mark.parametrize(
@@ -159,10 +156,8 @@ def test_parameters(files, model, suffix):
     assert other.texts("VarName", range(4)) == before
 
 
-def test_parameters_of_an_environment(files):
-    files.library.call("TSOwriteparams", files.env, str(files.folder / "e.prm"))
-    env = files.library.env()
-    files.library.call("TSOreadparams", env, str(files.folder / "e.prm"))
-    with pytest.raises(capi.Failed) as failure:
-        files.library.call("TSOreadparams", env, str(DATA / "lp/afiro.mps"))
-    assert failure.value.code == capi.FORMAT_ERROR
+def test_parameters_of_an_environment(files, fails):
+    path, call = str(files.folder / "e.prm"), files.library.call
+    call("TSOwriteparams", files.env, path)
+    call("TSOreadparams", files.library.env(), path)
+    fails(capi.FORMAT_ERROR, call, "TSOreadparams", files.env, str(DATA / "lp/afiro.mps"))

@@ -220,14 +220,12 @@ def refused(error, act, *arguments):
 def test_what_is_refused(state):
     m, other = state(KINDS), state(KINDS, "other.lp")
     x, c, q, s, g = (h[0] for h in (m.getVars(), m.getConstrs(), m.getQConstrs(), m.getSOSs(), m.getGenConstrs()))
-    foreign = {
-        type(h[0]): h[0]
-        for h in (other.getVars(), other.getConstrs(), other.getQConstrs(), other.getSOSs(), other.getGenConstrs())
-    }
+    lists = other.getVars(), other.getConstrs(), other.getQConstrs(), other.getSOSs(), other.getGenConstrs()
+    foreign = {type(h[0]): h[0] for h in lists}
     before = m.getA()
     gone = m.addVar(), m.getConstrs()[2], m.getQConstrs()[2], *m.getSOSs()[1:], *m.getGenConstrs()[1:]
     removed = {type(h): h for h in gone}
-    m.remove(list(removed.values()))
+    m.remove(list(gone))
     for query, name, cls in [
         (m.getRow, "constr", tso.Constr), (m.getCol, "var", tso.Var), (m.getQCRow, "qconstr", tso.QConstr),
         (m.getSOS, "sos", tso.SOS), (m.getGenConstrIndicator, "genconstr", tso.GenConstr),

@@ -131,17 +131,3 @@ def test_what_is_refused_leaves_the_model(m, new):
     assert huge.PsdObj.nnz == 10**6
     with pytest.raises(error):
         m.optimize()
-
-
-def test_files(m, tmp_path):
-    """The matrices have no form in files; the columns beside them have."""
-    block, x = m.addPsdVar(2), m.addVar(ub=3, name="x")
-    m.addConstr(np.eye(2) * block + x <= 4)
-    m.setObjective(-1 * x)
-    m.optimize()
-    for suffix in ("sol", "mst", "prm"):
-        m.write(str(tmp_path / f"a.{suffix}"))
-        m.read(str(tmp_path / f"a.{suffix}"))
-    assert x.Start == near(3)
-    m.optimize()
-    assert m.ObjVal == near(-3)
