@@ -1,6 +1,5 @@
 """A slow second opinion: arrays of scalar expressions in NumPy arrays of objects, one Python operator per cell."""
 
-import ctypes
 import operator
 from numbers import Number
 
@@ -62,14 +61,10 @@ def value_of(x, values):
 
 
 def rows_of(model):
-    """What the library holds: of each row its {index: coefficient} and its bounds."""
-    library, rows, entries = ctypes.CDLL(tso.__file__), int(model.NumConstrs), int(model.NumNZs)
-    starts, indices, values = (ctypes.c_int * (rows + 1))(), (ctypes.c_int * entries)(), (ctypes.c_double * entries)()
-    count = ctypes.c_int(entries)
-    assert library.TSOgetconstrs(model.ctypes().data, ctypes.byref(count), starts, indices, values, 0, rows) == 0
-    ends = [*starts[1:rows], count.value]
-    bounds = zip(model.getAttr("LHS", model.getConstrs()), model.getAttr("RHS", model.getConstrs()))
-    return [(dict(zip(indices[i:j], values[i:j])), *b) for i, j, b in zip(starts, ends, bounds)]
+    """Of each row its {index: coefficient} and its bounds."""
+    a, rows = model.getA(), model.getConstrs()
+    entries = (dict(zip(a.indices[i:j].tolist(), a.data[i:j].tolist())) for i, j in zip(a.indptr, a.indptr[1:]))
+    return list(zip(entries, model.getAttr("LHS", rows), model.getAttr("RHS", rows)))
 
 
 # ---- Elementwise ----

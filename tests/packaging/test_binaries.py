@@ -26,10 +26,8 @@ def exported(file):
 def dynamic(file):
     """The entries of the dynamic section that hold names: NEEDED, SONAME, RPATH, RUNPATH."""
     text = subprocess.check_output(["readelf", "-d", "-W", file], text=True, env={**os.environ, "LC_ALL": "C"})
-    found = {"NEEDED": [], "SONAME": [], "RPATH": [], "RUNPATH": []}
-    for tag, name in re.findall(r"\((NEEDED|SONAME|RPATH|RUNPATH)\)\s+[^\[]*\[(.*)\]", text):
-        found[tag].append(name)
-    return found
+    found = re.findall(r"\((\w+)\)\s+[^\[]*\[(.*)\]", text)
+    return {tag: [name for t, name in found if t == tag] for tag in ("NEEDED", "SONAME", "RPATH", "RUNPATH")}
 
 
 def test_library_exports_exactly_the_listed_functions():
