@@ -212,10 +212,13 @@ int Attempts::run(const ClassRow& problem, Solution& result) {
     std::string missing;
     std::vector<EngineId> at_hand;
     for (EngineId id : problem.engines) {
-        if (is_built_in(id))
+        if (is_built_in(id)) {
             at_hand.push_back(id);
-        else
-            missing += (missing.empty() ? "" : ", ") + std::string(row(id).name);
+        } else {
+            if (!missing.empty())
+                missing += ", ";
+            missing += row(id).name;
+        }
     }
     bool done = false;
     for (size_t k = 0; k < at_hand.size() && !done; ++k) {

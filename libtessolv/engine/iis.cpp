@@ -210,11 +210,16 @@ int Filter::find(Solution& result) {
 
 std::string Filter::named(Member::Kind kind) const {
     std::string text, scratch;
-    for (const Member& m : members_)
-        if (m.kind == kind && !m.gone)
-            text += (text.empty() ? "" : ", ") + (kind == Member::Set
-                                                      ? std::to_string(m.index)
-                                                      : std::string(model_.indicator_names().text(m.index, scratch)));
+    for (const Member& m : members_) {
+        if (m.kind != kind || m.gone)
+            continue;
+        if (!text.empty())
+            text += ", ";
+        if (kind == Member::Set)
+            text += std::to_string(m.index);
+        else
+            text += model_.indicator_names().text(m.index, scratch);
+    }
     return text;
 }
 
