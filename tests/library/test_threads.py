@@ -12,10 +12,16 @@ import pytest
 
 
 def in_threads(count, work, meanwhile):
-    """Runs work() in threads; the first error in one of them is raised here."""
+    """Runs work() in threads and meanwhile() here, from one moment on; the first error in a thread is raised here."""
+    start = threading.Barrier(count + 1)
+
+    def run(act):
+        start.wait()
+        return act()
+
     with ThreadPoolExecutor(count) as pool:
-        ends = [pool.submit(work) for _ in range(count)]
-        result = meanwhile()
+        ends = [pool.submit(run, work) for _ in range(count)]
+        result = run(meanwhile)
     return result, [end.result() for end in ends]
 
 
@@ -86,12 +92,8 @@ def test_one_model_from_many_threads_is_an_error_or_right(library):
 def test_freeing_while_others_use_it(library):
     env = library.env()
     for _ in range(200):
-        m, start = library.model(env), threading.Barrier(3)
+        m = library.model(env)
         m.addvars(50)
-
-        def use(m=m, start=start):
-            start.wait()
-            return [add(m) for _ in range(50)]
-
-        freed, codes = in_threads(2, use, lambda m=m, start=start: (start.wait(), m.dll.TSOfreemodel(m.handle))[1])
+        use, free = lambda m=m: [add(m) for _ in range(50)], lambda m=m: m.dll.TSOfreemodel(m.handle)
+        freed, codes = in_threads(2, use, free)
         assert freed == 0 and set().union(*codes) <= {0, capi.ERROR, capi.INVALID_ARGUMENT}

@@ -87,6 +87,7 @@ GOOD = {
         for name in ("variable", "variables", "row", "linear row", "generated rows", "quadratic row", "quadratic range",
                      "set", "indicator")
     },
+    "rows of an array": lambda m, x, y: m.remove(m.addConstr(tso.MVar.fromlist([x, y]) <= NUMBER, NAME)),
     "semi-definite row": lambda m, x, y: (
         m.addConstr(A * m.getPsdVars()[0] + x + 1 <= NUMBER, NAME), m.remove(m.getConstrs()[-1])
     ),
@@ -102,14 +103,24 @@ LONG = {
 }
 
 
-def left_by(calls, kind):
-    """How many more of its elements of a kind the library has after the calls."""
-    one = {
-        "vars": {"TSOaddvar"}, "constrs": {"TSOaddrangeconstr", "TSOaddqconstr", "TSOaddrangepsdconstr"},
-        "psdvars": {"TSOaddpsdvar"},
-    }[kind]  # fmt: skip
-    many = {f"TSOadd{kind}": 1, f"TSOaddrange{kind}": 1, f"TSOdel{kind}": -1}
-    return sum(1 if call[0] in one else many[call[0]] * call[2] for call in calls if call[0] in {*one, *many})
+# Functions that add one element.
+ADDING = {
+    "Vars": {"TSOaddvar"}, "PsdVars": {"TSOaddpsdvar"},
+    "Constrs": {"TSOaddrangeconstr", "TSOaddqconstr", "TSOaddrangepsdconstr"},
+}  # fmt: skip
+
+
+def counts(m):
+    return {kind: len(getattr(m, "get" + kind)()) for kind in ADDING}
+
+
+def left_by(calls):
+    """How many more elements of each kind the library has after the calls."""
+    left = {}
+    for kind, one in ADDING.items():
+        many = {f"TSOadd{kind.lower()}": 1, f"TSOaddrange{kind.lower()}": 1, f"TSOdel{kind.lower()}": -1}
+        left[kind] = sum(1 if c[0] in one else many[c[0]] * c[2] for c in calls if c[0] in {*one, *many})
+    return left
 
 
 @pytest.fixture
@@ -140,12 +151,10 @@ def test_every_allocation_that_fails(stub, built, name, only_one):
     for first in range(4000):
         stub.clear()
         held += [(x + i, x <= i, i * 1.5, x * y) for i in range(300 if first == 0 else 10)]
-        lists = {"vars": m.getVars, "constrs": m.getConstrs, "psdvars": m.getPsdVars}
-        before = {kind: len(elements()) for kind, elements in lists.items()}
+        before = counts(m)
         error = without_memory(lambda: act(*built), first, first + 1 if only_one else 0)
-        calls = stub.calls()
-        for kind, elements in lists.items():
-            assert len(elements()) == before[kind] + left_by(calls, kind)
+        left = left_by(stub.calls())
+        assert counts(m) == {kind: count + left[kind] for kind, count in before.items()}
         # A subtraction tells all that goes wrong as a matter of types.
         assert error in (None, MemoryError, TypeError)
         failed += error is not None

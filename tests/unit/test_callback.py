@@ -109,17 +109,20 @@ def test_cuts_and_branches(model, x, inside):
 
 
 def test_solutions(model, x, inside):
-    U = TSO.UNDEFINED
-    offer, array = model.cbSetSolution, tso.MVar.fromlist(x)
-    for enter, *expected in [
-        (lambda: (offer(x[1], 3), offer(x[:2], [1, 2])), "TSOcbsolution", [1.0, 2.0, U, U]),
-        (lambda: offer(tupledict(enumerate(x)), {0: 1, 1: 2, 2: 3, 3: 4}), "TSOcbsolution", [1.0, 2.0, 3.0, 4.0]),
-        (lambda: (offer(array, np.arange(4)), offer({"a": x[0]}, 9)), "TSOcbsolution", [9.0, 1.0, 2.0, 3.0]),
-        (lambda: offer([0, 2], 1.5), "TSOcbsolutionp", [1.5, U, 1.5, U]),
+    U, array = TSO.UNDEFINED, tso.MVar.fromlist(x)
+
+    def offered(*entries):
+        for entry in entries:
+            model.cbSetSolution(*entry)
+        return model.cbUseSolution()
+
+    for entries, *expected in [
+        ([(x[1], 3), (x[:2], [1, 2])], "TSOcbsolution", [1.0, 2.0, U, U]),
+        ([(tupledict(enumerate(x)), {0: 1, 1: 2, 2: 3, 3: 4})], "TSOcbsolution", [1.0, 2.0, 3.0, 4.0]),
+        ([(array, np.arange(4)), ({"a": x[0]}, 9)], "TSOcbsolution", [9.0, 1.0, 2.0, 3.0]),
+        ([([0, 2], 1.5)], "TSOcbsolutionp", [1.5, U, 1.5, U]),
     ]:
-        (status, objective), ((name, _, solution, *_),) = inside(
-            lambda enter=enter: (enter(), model.cbUseSolution())[1]
-        )
+        (status, objective), ((name, _, solution, *_),) = inside(lambda entries=entries: offered(*entries))
         assert status == 0 and isinstance(objective, float)
         assert [name, solution] == expected
     assert inside(model.cbUseSolution) == (None, [])

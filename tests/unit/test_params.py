@@ -27,9 +27,7 @@ def test_wildcards(stub, env, capsys):
         assert stub.calls()[0][0::2] == ("TSOsetdblparam", name)
         assert capsys.readouterr().out == f"Set parameter {name} to value 10\n"
 
-    for pattern, matching in [
-        ("MIP/Gap*", ["MIP/GapAbs", "MIP/GapRel"]), ("*", [name for name, _ in PARAMETERS])
-    ]:  # fmt: skip
+    for pattern, matching in [("MIP/Gap*", ["MIP/GapAbs", "MIP/GapRel"]), ("*", [name for name, _ in PARAMETERS])]:
         assert env.setParam(pattern, 1) is None
         first, second = capsys.readouterr().out.splitlines()
         assert first.startswith("Matching parameters: ")
