@@ -16,10 +16,10 @@ TYPES = {  # in the functions' names, and the code of an attribute that is of an
     "String": ("str", capi.MODEL_INVALID_STR_ATTR),
     "Matrix": ("mat", capi.MODEL_INVALID_MAT_ATTR),
 }
-BAD_INDEX = {
-    "Var": capi.MODEL_INVALID_COL_IDX,
-    "GenConstr": capi.MODEL_INVALID_INDICATOR_ROW_IDX,
-    "PsdVar": capi.MODEL_INVALID_SYM_MAT_IDX,
+ELEMENTS = {  # how many the model has, and the code of a bad index; else rows
+    "Var": (3, capi.MODEL_INVALID_COL_IDX),
+    "GenConstr": (1, capi.MODEL_INVALID_INDICATOR_ROW_IDX),
+    "PsdVar": (2, capi.MODEL_INVALID_SYM_MAT_IDX),
 }
 
 
@@ -67,8 +67,8 @@ def test_every_attribute(whole, row):
     for verb in ("get", "set") if writable else ("get",):
         if not scalar:
             assert code_of(whole, verb, kind, name, scalar=False, count=-1) == capi.INVALID_ARGUMENT
-            for index in (-1, 3, 10**6) if expected == 0 or verb == "set" else (-1,):
-                bad = BAD_INDEX.get(owner, capi.MODEL_INVALID_ROW_IDX)
+            size, bad = ELEMENTS.get(owner, (3, capi.MODEL_INVALID_ROW_IDX))
+            for index in (-1, size, 10**6) if expected == 0 or verb == "set" else (-1,):
                 assert code_of(whole, verb, kind, name, scalar=False, index=index) == bad
         by_value = verb == "set" and scalar and kind in ("Int", "Double")
         if not by_value and (verb, kind) != ("get", "Matrix"):
