@@ -15,7 +15,7 @@ settings.load_profile("fixed")
 
 HERE = Path(__file__).resolve().parent
 HELPERS = [str(HERE / folder) for folder in ("library", "engine", "io", "arrays", "solve", "property")]
-sys.path[:0] = HELPERS
+sys.path[:0] = [*HELPERS, str(HERE / "lint"), str(HERE.parent / "examples")]
 
 
 @pytest.fixture(scope="session")

@@ -8,16 +8,6 @@ import numpy as np
 import pytest
 from answers import INF, INFEASIBLE, OPTIMAL, SUB_OPTIMAL, add_quadratic, data, market_split, primal
 
-
-def solution(m, k):
-    m.parameter("MIP/SolutionNumber", k)
-    return np.array(m.get("Xn", length=m.count("NumVars")))
-
-
-def worth(m, x):
-    return float(np.dot(m.get("Obj", length=len(x)), x))
-
-
 SENSES = {"<": np.less_equal, ">": np.greater_equal, "=": np.equal}
 
 
@@ -117,8 +107,11 @@ def test_pool_holds_the_best_of_what_was_found(hard, run):
         m.parameter("MIP/SolutionPoolSize", room)
         run(m)
         count, (matrix, low, _, _, _) = m.count("SolCount"), data(m)
-        found = [solution(m, i) for i in range(count)]
-        values = [worth(m, x) for x in found]
+        found = []
+        for i in range(count):
+            m.parameter("MIP/SolutionNumber", i)
+            found.append(np.array(m.get("Xn", length=m.count("NumVars"))))
+        values = [float(np.dot(m.get("Obj", length=len(x)), x)) for x in found]
         assert 2 <= count <= room and len({tuple(x) for x in found}) == count
         assert values == sorted(values) and values[0] == pytest.approx(m.number("ObjVal"))
         assert all(abs(matrix @ x - low).max() < 1e-5 for x in found)

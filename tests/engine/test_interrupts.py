@@ -98,24 +98,19 @@ except KeyboardInterrupt:
 def test_runs_in_threads_with_different_numbers_of_threads(script):
     found = script(
         """
+from concurrent.futures import ThreadPoolExecutor
 threads_before = len(os.listdir("/proc/self/task"))
-models = []
-for k in range(6):
-    m = answers.market_split(build, 2, 20 + k, k)
+models = [answers.market_split(build, 2, 20 + k, k) for k in range(6)]
+for k, m in enumerate(models):
     m.parameter("NumThreads", k % 3)
-    models.append(m)
-reference = []
-for m in models:
-    assert optimize(m)[0] == 0
-    reference.append(m.number("ObjVal"))
 def work(m):
     for _ in range(3):
         dll.TSOreset(m.handle, 1)
         assert optimize(m)[0] == 0
-threads = [threading.Thread(target=work, args=(m,)) for m in models]
-for t in threads: t.start()
-for t in threads: t.join()
-print(all(abs(m.number("ObjVal") - r) < 1e-6 for m, r in zip(models, reference)))
+    return round(m.number("ObjVal"), 6)
+reference = list(map(work, models))
+with ThreadPoolExecutor(6) as pool:
+    print(list(pool.map(work, models)) == reference)
 deadline = time.monotonic() + 10  # a joined thread may still be on its way out
 while len(os.listdir("/proc/self/task")) != threads_before and time.monotonic() < deadline:
     time.sleep(0.01)

@@ -1,13 +1,7 @@
-"""The examples are imported as they lie, beside the table functions that they share."""
-
 import re
-import sys
-from pathlib import Path
 
 import capi
 import pytest
-
-sys.path[:0] = [str(Path(__file__).resolve().parents[2] / "examples")]
 
 
 @pytest.fixture(autouse=True)

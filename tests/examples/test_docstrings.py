@@ -1,14 +1,10 @@
 """The example at the end of each docstring runs, among the things that its text takes for granted."""
 
-import sys
 from fnmatch import fnmatch
-from pathlib import Path
 
 import pytest
 import tessolvpy
-
-sys.path[:0] = [str(Path(__file__).resolve().parents[1] / "lint")]
-from test_docstrings import SHOWN, text_of  # noqa: E402
+from test_docstrings import SHOWN, text_of
 
 START = """
 import numpy

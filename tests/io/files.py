@@ -3,11 +3,13 @@
 import bz2
 import ctypes
 import gzip
+import json
 from pathlib import Path
 
 import capi
 
 DATA = Path(__file__).resolve().parents[1] / "data"
+INSTANCES = json.loads((DATA / "manifest.json").read_text())
 OPEN = {".gz": gzip.open, ".bz2": bz2.open}
 
 

@@ -1,13 +1,10 @@
 """What is written reads back as the same model, to the last bit of every number."""
 
-import json
-
 import capi
 import numpy as np
 import pytest
-from files import DATA, assert_same, everything, load, save
+from files import DATA, INSTANCES, assert_same, everything, load, save
 
-INSTANCES = json.loads((DATA / "manifest.json").read_text())
 AWKWARD = [
     "plain", "total cost", "1st", ".5", "e10", "E5", "1e5", "free", "FREE", "inf", "Infinity", "end", "st", "s.t.",
     "subject", "bounds", "General", "semi-continuous", "sos1", "max", "x+y", "a-b", "a*b", "a/b", "a^2", "<x>", "a=b",
@@ -52,7 +49,9 @@ def random_model(files, seed, crossed_rows=False):
     binary = model.count("NumVars")
     model.addvar(0.0, 0.0, 1.0, "B", "switch")
     if rng.random() < 0.5:
-        model.call("TSOaddqpterms", 3, *quadratic_terms(rng, n, 3))
+        pairs = distinct_pairs(rng, n, 3)
+        pairs += pairs[:1]  # one term in two parts
+        model.call("TSOaddqpterms", len(pairs), *zip(*pairs), [random_number(rng) for _ in pairs])
     row_names = list(rng.permutation(AWKWARD))
     for _ in range(m):
         cols = rng.choice(n, int(rng.integers(0, n + 1)), replace=False)
@@ -83,13 +82,6 @@ def random_model(files, seed, crossed_rows=False):
 def distinct_pairs(rng, n, count):
     pairs = {tuple(sorted(map(int, rng.integers(0, n, 2)))) for _ in range(count)}
     return [p if rng.random() < 0.5 else p[::-1] for p in sorted(pairs)]
-
-
-def quadratic_terms(rng, n, count):
-    """Rows, columns, values; repeated pairs fill up, which are one term each."""
-    pairs = distinct_pairs(rng, n, count)
-    pairs += pairs[:1] * (count - len(pairs))
-    return *zip(*pairs), [random_number(rng) for _ in range(count)]
 
 
 def merged(terms):

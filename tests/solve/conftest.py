@@ -2,6 +2,7 @@
 
 import numpy as np
 import pytest
+import tessolvpy
 
 
 @pytest.fixture
@@ -16,15 +17,12 @@ def keep():
 @pytest.fixture
 def read(quiet_env, keep):
     """Opens model files without a log."""
-    import tessolvpy
-
     return lambda path: keep(tessolvpy.read(str(path), quiet_env))
 
 
 @pytest.fixture
 def new(quiet_env, keep):
     """New models without a log and without a gap."""
-    import tessolvpy
 
     def model(name=""):
         m = keep(tessolvpy.Model(name, quiet_env))

@@ -7,16 +7,13 @@ import signal
 import sys
 import time
 from concurrent.futures import ThreadPoolExecutor
-from pathlib import Path
 
 import numpy as np
 import pytest
 import tessolvpy as tso
+from tableio import read_table
 from tessolvpy import TSO, quicksum
-
-sys.path[:0] = [str(Path(__file__).resolve().parents[2] / "examples")]
-from tableio import read_table  # noqa: E402
-from travelling_salesman import distances, solve  # noqa: E402
+from travelling_salesman import distances, solve
 
 START, SOLUTION, NODE = TSO.Callback.MIPSTART, TSO.Callback.MIPSOL, TSO.Callback.MIPNODE
 

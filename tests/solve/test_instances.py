@@ -1,17 +1,13 @@
 """Model files with known optima. That writing them keeps them, to the last bit, is tested with the files."""
 
-import json
-from pathlib import Path
-
 import pytest
 import tessolvpy as tso
+from files import DATA, INSTANCES
 
-DATA = Path(__file__).resolve().parents[1] / "data"
-ROWS = json.loads((DATA / "manifest.json").read_text())
 STATUS = {"optimal": 1, "infeasible": 2, "unbounded": 3}
 
 
-@pytest.mark.parametrize("row", ROWS, ids=[row["file"] for row in ROWS])
+@pytest.mark.parametrize("row", INSTANCES, ids=lambda row: row["file"])
 def test_instance(read, row):
     model = read(DATA / row["file"])
     assert (len(model.getVars()), len(model.getConstrs())) == (row["cols"], row["rows"])

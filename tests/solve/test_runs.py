@@ -2,13 +2,12 @@
 
 import threading
 import time
-from pathlib import Path
 
 import pytest
 import tessolvpy as tso
+from files import DATA
 
 TSO = tso.TSO
-DATA = Path(__file__).resolve().parents[1] / "data"
 
 
 def test_python_runs_while_the_library_solves(hard, capsys):
