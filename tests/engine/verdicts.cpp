@@ -13,15 +13,11 @@ namespace {
 constexpr double kInf = TSO_INFINITY;
 const Env kEnv;
 
-void show(const char* what, const Model& model, Solution s) {
+void show(const char* what, const Model& model, Solution s, const std::function<void(Solution&)>& change = nullptr) {
+    if (change)
+        change(s);
     const engine::Verdict v = engine::judge(model, engine::features_of(model, false), s);
     std::printf("%s: %s %s\n", what, v.optimal ? "optimal" : v.feasible ? "feasible" : "wrong", v.fault.c_str());
-}
-
-using Change = std::function<void(Solution&)>;
-void show_changed(const char* what, const Model& model, Solution s, const Change& change) {
-    change(s);
-    show(what, model, std::move(s));
 }
 
 int col(Model& m, double cost, double lower, double upper, char type = TSO_CONTINUOUS) {
@@ -48,17 +44,17 @@ void linear() {
     s.dual = {2};
     s.reduced_cost = {-1, 0};
     show("right: linear", m, s);
-    show_changed("bound", m, s, [](Solution& t) { t = point({3.1, 0.9}, {4}, 4.9); });
-    show_changed("row", m, s, [](Solution& t) { t = point({3, 0.99}, {3.99}, 4.98); });
-    show_changed("no number", m, s, [](Solution& t) { t.x[0] = t.activity[0] = kInf - kInf * 2; });
-    show_changed("no point", m, s, [](Solution& t) { t.x.clear(); });
-    show_changed("a worse point, right prices", m, s, [](Solution& t) {
+    show("bound", m, s, [](Solution& t) { t = point({3.1, 0.9}, {4}, 4.9); });
+    show("row", m, s, [](Solution& t) { t = point({3, 0.99}, {3.99}, 4.98); });
+    show("no number", m, s, [](Solution& t) { t.x[0] = t.activity[0] = kInf - kInf * 2; });
+    show("no point", m, s, [](Solution& t) { t.x.clear(); });
+    show("a worse point, right prices", m, s, [](Solution& t) {
         t.x = {2.9, 1.1};
         t.objective = 5.1;
     });
-    show_changed("a price of the wrong sign", m, s, [](Solution& t) { t.dual = {-1}; });
-    show_changed("a price that is too high", m, s, [](Solution& t) { t.dual = {2.1}; });
-    show_changed("no prices, and a bound that is far", m, s, [](Solution& t) {
+    show("a price of the wrong sign", m, s, [](Solution& t) { t.dual = {-1}; });
+    show("a price that is too high", m, s, [](Solution& t) { t.dual = {2.1}; });
+    show("no prices, and a bound that is far", m, s, [](Solution& t) {
         t.dual.clear();
         t.reduced_cost.clear();
         t.bound = 4;
@@ -74,7 +70,7 @@ void quadratic() {
     Solution s = point({0.5}, {}, -0.75);
     s.reduced_cost = {-1};
     show("right: quadratic", m, s);
-    show_changed("a little off the best", m, s, [](Solution& t) {
+    show("a little off the best", m, s, [](Solution& t) {
         t = point({0.4999}, {}, -0.74989999);
         t.reduced_cost = {-1.0002};
     });
@@ -86,8 +82,8 @@ void quadratic() {
     Solution b = point({-1, -1}, {2}, -2);
     b.dual = {-0.5};
     show("right: ball", ball, b);
-    show_changed("out of the ball", ball, b, [](Solution& t) { t.activity = {2.01}; });
-    show_changed("another point of the ball", ball, b, [](Solution& t) {
+    show("out of the ball", ball, b, [](Solution& t) { t.activity = {2.01}; });
+    show("another point of the ball", ball, b, [](Solution& t) {
         t.x = {-1.4, -0.2};
         t.objective = -1.6;
     });
@@ -105,11 +101,11 @@ void discrete() {
     s.is_mip = true;
     s.bound = -4;
     show("right: discrete", m, s);
-    show_changed("not whole", m, s, [](Solution& t) { t.x[0] = 0.6; });
-    show_changed("an indicator", m, s, [](Solution& t) { t.x[1] = 5.01; });
-    show_changed("no neighbours", m, s, [](Solution& t) { t.x = {1, 5, 3, 0}; });
-    show_changed("neither zero nor in the bounds", m, s, [](Solution& t) { t.x[3] = 1; });
-    show_changed("a bound that is far", m, s, [](Solution& t) { t.bound = -4.5; });
+    show("not whole", m, s, [](Solution& t) { t.x[0] = 0.6; });
+    show("an indicator", m, s, [](Solution& t) { t.x[1] = 5.01; });
+    show("no neighbours", m, s, [](Solution& t) { t.x = {1, 5, 3, 0}; });
+    show("neither zero nor in the bounds", m, s, [](Solution& t) { t.x[3] = 1; });
+    show("a bound that is far", m, s, [](Solution& t) { t.bound = -4.5; });
 }
 
 // min X00 + X11, X01 = 1: all ones; the price is 2 of 2 X01 = 2, which is 1.
@@ -125,9 +121,9 @@ void semidefinite() {
     s.psd = {{{0, 0, 1}, {1, 0, 1}, {1, 1, 1}}};
     s.dual = {1};
     show("right: semi-definite", m, s);
-    show_changed("out of the cone", m, s, [](Solution& t) { t.psd[0][0].value = 0.9; });
-    show_changed("a slack out of the cone", m, s, [](Solution& t) { t.dual = {1.1}; });
-    show_changed("prices that prove less", m, s, [](Solution& t) { t.dual = {0.9}; });
+    show("out of the cone", m, s, [](Solution& t) { t.psd[0][0].value = 0.9; });
+    show("a slack out of the cone", m, s, [](Solution& t) { t.dual = {1.1}; });
+    show("prices that prove less", m, s, [](Solution& t) { t.dual = {0.9}; });
 }
 
 } // namespace

@@ -42,28 +42,26 @@ struct Control { // what CSDP's callbacks need
     bool stopped = false;
 } control;
 
-void read_all(void* target, size_t bytes) {
-    for (char* p = static_cast<char*>(target); bytes > 0;) {
-        const ssize_t n = read(kSocket, p, bytes);
+// Calls transfer(done, left) until all bytes are through.
+template <class Transfer> void transfer_all(size_t bytes, Transfer transfer) {
+    for (size_t done = 0; done < bytes;) {
+        const ssize_t n = transfer(done, bytes - done);
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0)
             _exit(kLostParent);
-        p += n;
-        bytes -= static_cast<size_t>(n);
+        done += static_cast<size_t>(n);
     }
 }
 
+void read_all(void* target, size_t bytes) {
+    const auto to = static_cast<char*>(target);
+    transfer_all(bytes, [&](size_t done, size_t left) { return read(kSocket, to + done, left); });
+}
+
 void write_all(const void* source, size_t bytes) {
-    for (const char* p = static_cast<const char*>(source); bytes > 0;) {
-        const ssize_t n = send(kSocket, p, bytes, MSG_NOSIGNAL);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            _exit(kLostParent);
-        p += n;
-        bytes -= static_cast<size_t>(n);
-    }
+    const auto from = static_cast<const char*>(source);
+    transfer_all(bytes, [&](size_t done, size_t left) { return send(kSocket, from + done, left, MSG_NOSIGNAL); });
 }
 
 template <class T> std::vector<T> read_array(size_t count) {
