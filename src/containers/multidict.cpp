@@ -39,7 +39,7 @@ Ref multidict(PyObject*, const Call& call) {
         else
             scalar_seen = true;
     });
-    if (columns == TSO_MAXINT && !scalar_seen) // Kept: an empty mapping asks for that many (test_multidict_of_nothing)
+    if (columns == TSO_MAXINT && !scalar_seen) // Kept: an empty mapping asks for that many (test_rules.py)
         throw std::bad_alloc();
     Py_ssize_t count = scalar_seen ? 1 : std::max(columns, Py_ssize_t{1}); // one that stays empty for empty lists
     require_memory(count, kDictBytes);

@@ -82,7 +82,7 @@ struct Wanted {
 };
 
 // The positions of all the alternatives that one field of a pattern offers. Kept: one that no row has is passed over
-// before the first that is found, and fails after it (test_missing_alternatives).
+// before the first that is found, and fails after it (test_queries.py).
 Positions find_alternatives(const PositionIndex& index, Py_ssize_t field, Borrowed values,
                             std::vector<std::vector<int32_t>>& own) {
     std::vector<Positions> lists;
@@ -220,7 +220,7 @@ void index_field(TupleList& self, Py_ssize_t i, Py_ssize_t j) {
 }
 
 // Kept: the index is there from the start, so that a failure halfway leaves what was entered before it
-// (test_failed_index_stays).
+// (test_rules.py: test_the_index).
 void build_index(TupleList& self, Py_ssize_t width) {
     Py_ssize_t count = row_count(self);
     require_memory(width, sizeof(PyDictObject));

@@ -246,7 +246,7 @@ Ref tupledict_update(PyObject* self, PyObject* args, PyObject* kwargs) {
     return Ref::steal(PyObject_Call(base.get(), all.get(), kwargs));
 }
 
-// Kept: the result is None, not the value (test_setdefault_returns_none).
+// Kept: the result is None, not the value (test_rules.py).
 Ref tupledict_setdefault(TupleDict& self, const Call& call) {
     static const Signature<2> signature{"setdefault", {"key", "default"}, 1};
     auto [key, value] = parse(signature, call);

@@ -189,7 +189,7 @@ void tuplelist_assign_item(TupleList& self, Py_ssize_t i, PyObject* value) {
 }
 
 // Kept: with a tuplelist on the right only, __add__ and __mul__ are called with both operands and refuse that
-// (test_reflected_operators_fail).
+// (test_rules.py: test_refusals).
 Ref reflected(const char* name, Borrowed left, Borrowed right) {
     return Ref::steal(PyObject_CallMethod(right, name, "OO", left, right));
 }

@@ -157,7 +157,7 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
     put(s, ka, a, mult_a);
     put(s, kb, b, mult);
     Ref result = s.finish();
-    // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_refusals.py).
+    // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_expression_programs.py).
     if (!is_quadexpr(result.get()))
         raise(PyExc_TypeError, "Cannot convert %.200s to %.200s", state().linexpr->tp_name, state().quadexpr->tp_name);
     return result;
