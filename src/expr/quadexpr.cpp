@@ -31,10 +31,9 @@ void quadexpr_init(QuadExpr& self, PyObject* args, PyObject* kwargs) {
     auto [expr] = parse(signature, args, kwargs);
     LinExpr* linear = new_linexpr();
     Ref fresh = owned(linear);
-    if (expr && is_quadexpr(expr)) {
+    bool from_quadratic = expr && is_quadexpr(expr);
+    if (from_quadratic && expr != as_object(&self)) { // itself is empty by then
         QuadExpr& other = as_quadexpr(expr);
-        if (&other == &self)
-            return;
         self.coeffs.share(other.coeffs);
         self.vars1.share(other.vars1);
         self.vars2.share(other.vars2);
@@ -43,7 +42,7 @@ void quadexpr_init(QuadExpr& self, PyObject* args, PyObject* kwargs) {
         self.coeffs.clear_for_good();
         self.vars1.clear_for_good();
         self.vars2.clear_for_good();
-        if (expr && expr != Py_None)
+        if (expr && expr != Py_None && !from_quadratic)
             fill_linexpr(*linear, expr);
     }
     assign(self.linexpr, std::move(fresh));

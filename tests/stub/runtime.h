@@ -56,6 +56,12 @@ inline std::string answer(const char* name, const std::string& otherwise) {
 }
 inline int variables() { return std::stoi(answer("NumVars", "0")); }
 
+// The allocations of C++ that fail, to the last one or all: the module's, which finds operator new here. Those of the
+// stand-in itself, inside of its functions, do not.
+struct Allocations {
+    int first = -1, last = 0, made = 0, inside = 0;
+} inline g_allocations;
+
 // An address that looks like a pointer and points nowhere: whoever follows it crashes.
 template <class Handle> Handle new_handle(const std::string& name) {
     State& s = state();
@@ -72,7 +78,9 @@ inline bool interpreter_lock_held() {
 
 class Record {
 public:
+    ~Record() { --g_allocations.inside; }
     explicit Record(const char* name) : name_(name) {
+        ++g_allocations.inside;
         line_ = std::string("[\"") + name + "\"," + (interpreter_lock_held() ? "true" : "false");
     }
     template <class T> void value(T v) { raw(shown(v)); }
@@ -306,6 +314,14 @@ inline int answer_TSOcbget(TSOcbdata, int, int what, void* result) {
 // ---- The remote control, for the tests ----
 
 #define STUB_API extern "C" __attribute__((visibility("default")))
+
+__attribute__((visibility("default"))) void* operator new(std::size_t size) {
+    stub::Allocations& a = stub::g_allocations;
+    bool fails = a.first >= 0 && !a.inside && a.made++ >= a.first && (a.last == 0 || a.made <= a.last);
+    void* p = fails ? nullptr : std::malloc(size);
+    return p ? p : throw std::bad_alloc();
+}
+STUB_API void stub_fail_allocations(int first, int last) { stub::g_allocations = {first, last}; }
 
 STUB_API const char* stub_log() {
     static std::string text;

@@ -53,14 +53,16 @@ def check_growth(act, watched, times=200):
     assert min(references for _, references in grown) < times * 0.3, "a reference for each call"
 
 
-def without_memory(act, first, last=0):
-    """The type of the error that the call ends in if the allocations from the first to the last, or all, fail."""
+def without_memory(act, first, last=0, library=None):
+    """The type of the error that the call ends in if the allocations from the first to the last, or all, fail: those of
+    Python, or of C++ if the stand-in is given."""
     testcapi = pytest.importorskip("_testcapi")
-    testcapi.set_nomemory(first, last)
+    end = (lambda: library.stub_fail_allocations(-1, 0)) if library else testcapi.remove_mem_hooks
+    (library.stub_fail_allocations if library else testcapi.set_nomemory)(first, last)
     try:
         act()
     except BaseException as error:
-        testcapi.remove_mem_hooks()
+        end()
         return type(error)
-    testcapi.remove_mem_hooks()
+    end()
     return None

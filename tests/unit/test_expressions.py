@@ -90,6 +90,9 @@ def test_making_linear_expressions(xyz):
         assert terms(tso.LinExpr(*arguments)) == expected
         if len(arguments) == 1:
             assert terms(tso.QuadExpr(*arguments)) == (*expected, [])
+    for again in (x + y, x * y + x):
+        again.__init__(again)
+        assert terms(again)[:2] == ([], 0.0) and again.size() == 0
     e = x + y
     for nothing in (4, -1, 2**40, -(2**70)):
         e.remove(nothing)
@@ -196,18 +199,13 @@ def test_operators_as_methods(xyz):
 
 
 def test_nesting_ends_well_however_deep(xyz):
-    x, y, _ = xyz
-
-    def squared(inner):
-        q = tso.QuadExpr()
-        q.addTerms([1], [inner], [x])
-        return q
-
-    for wrap in (lambda one: tso.List([one]), lambda one: tso.TempConstr.new(one, 0, 1), squared):
-        one = x
+    for wrap in (
+        lambda one: tso.List([one]), lambda one: tso.TempConstr.new(one, 0, 1),
+        lambda one: (q := tso.QuadExpr(), q.addTerms([1], [one], xyz[:1]))[0],
+    ):  # fmt: skip
+        one = None
         for _ in range(500_000):
             one = wrap(one)
-        one = None
 
 
 def acting(answer):

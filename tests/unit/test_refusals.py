@@ -4,7 +4,6 @@ The tables are lists of (call, error, text), the text left out where it is Pytho
 go through them once more.
 """
 
-from decimal import Decimal
 from types import SimpleNamespace
 
 import numpy as np
@@ -41,13 +40,10 @@ def expressions(b):
         (lambda: tso.Operand() + 1, TypeError, unsupported.format("+", "Operand", "int")),
         (lambda: tso.Operand.__add__(2, tso.Operand()), TypeError, unsupported.format("+", "float", "Operand")),
         (lambda: tso.Operand.__mul__("a", x), TypeError, unsupported.format("*", "str", "Var")),
-        (lambda: tso.Operand.__sub__([1], "a"), TypeError, unsupported.format("-", "list", "str")),
         (lambda: tso.QuadExpr(x) == y, TypeError, unsupported.format("-", "QuadExpr", "ndarray")),
-        (lambda: x == scipy.sparse.eye(3), TypeError, unsupported.format("-", "Var", "ndarray")),
         (lambda: b.a == tso.MVar.fromlist([x, y, x]), TypeError, unsupported.format("-", "MVar", "ndarray")),
         (lambda: x + type("a.b", (), {})(), TypeError, unsupported.format("+", "Var", "a.b")),
         (lambda: q.__imul__(1j), TypeError, "must be real number, not complex"),
-        (lambda: q.__imul__(Decimal(2)), TypeError),
         (lambda: 1 @ x, TypeError, unsupported.format("@", "int", "Var")),
         (lambda: hash(x + y), TypeError, "unsupported operand type(s) for hash(): `LinExpr`"),
         (lambda: x == [1, 2, 3], ValueError, "`=` expect an array with 2 elements: [ LHS, RHS ]"),
