@@ -94,20 +94,21 @@ Ref column_addTerms(Column& self, const Call& call) {
     return Ref::none();
 }
 
-Ref item_at(Borrowed list, const Call& call, const Signature<1>& signature) {
+Ref item_at(const Column& self, PyObject* Column::*field, const Call& call, const Signature<1>& signature) {
     auto [index] = parse(signature, call);
-    int32_t i = to_int32(index);
+    int32_t i = to_int32(index); // may run Python code, which changes the lists
+    Borrowed list = self.*field;
     if (i < 0 || i >= PyList_GET_SIZE(list))
         raise(PyExc_IndexError, "list index out of range");
     return Ref::borrow(PyList_GET_ITEM(list, i));
 }
 Ref column_getCoeff(Column& self, const Call& call) {
     static const Signature<1> signature{"getCoeff", {"index"}, 1};
-    return item_at(self.coeffs_, call, signature);
+    return item_at(self, &Column::coeffs_, call, signature);
 }
 Ref column_getConstr(Column& self, const Call& call) {
     static const Signature<1> signature{"getConstr", {"index"}, 1};
-    return item_at(self.constrs_, call, signature);
+    return item_at(self, &Column::constrs_, call, signature);
 }
 Ref column_size(Column& self) { return Ref::steal(PyLong_FromSsize_t(PyList_GET_SIZE(self.coeffs_))); }
 
@@ -120,11 +121,12 @@ Ref column_remove(Column& self, const Call& call) {
     int at = by_index ? position(item) : -1; // out of range: nothing is removed
     Ref coeffs = Ref::steal(PyList_New(0)), constrs = Ref::steal(PyList_New(0));
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(self.coeffs_); ++i) {
-        PyObject* constr = PyList_GET_ITEM(self.constrs_, i);
-        if (by_index ? i == at : same_element(constr, item))
+        Ref coeff = Ref::borrow(PyList_GET_ITEM(self.coeffs_, i)),
+            constr = Ref::borrow(PyList_GET_ITEM(self.constrs_, i));
+        if (by_index ? i == at : same_element(constr.get(), item)) // may run Python code, which changes the lists
             continue;
-        checked(PyList_Append(coeffs.get(), PyList_GET_ITEM(self.coeffs_, i)));
-        checked(PyList_Append(constrs.get(), constr));
+        checked(PyList_Append(coeffs.get(), coeff.get()));
+        checked(PyList_Append(constrs.get(), constr.get()));
     }
     assign(self.coeffs_, std::move(coeffs));
     assign(self.constrs_, std::move(constrs));

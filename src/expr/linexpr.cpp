@@ -105,6 +105,7 @@ Ref linexpr_add(LinExpr& self, const Call& call) {
     return Ref::none();
 }
 
+// May run Python code, which changes the lists.
 int checked_index(const LinExpr& self, Borrowed arg) {
     int32_t i = to_int32(arg);
     if (i < 0 || i >= self.size())
@@ -114,12 +115,14 @@ int checked_index(const LinExpr& self, Borrowed arg) {
 Ref linexpr_getCoeff(LinExpr& self, const Call& call) {
     static const Signature<1> signature{"getCoeff", {"index"}, 1};
     auto [index] = parse(signature, call);
-    return Ref::steal(PyFloat_FromDouble(self.coeffs.data()[checked_index(self, index)]));
+    int i = checked_index(self, index);
+    return Ref::steal(PyFloat_FromDouble(self.coeffs.data()[i]));
 }
 Ref linexpr_getVar(LinExpr& self, const Call& call) {
     static const Signature<1> signature{"getVar", {"index"}, 1};
     auto [index] = parse(signature, call);
-    return Ref::borrow(self.vars.data()[checked_index(self, index)]);
+    int i = checked_index(self, index);
+    return Ref::borrow(self.vars.data()[i]);
 }
 Ref linexpr_getConstant(LinExpr& self) { return Ref::steal(PyFloat_FromDouble(self.constant)); }
 
