@@ -257,5 +257,6 @@ def test_python_code_in_between(xyz, change):
         assert len(terms(e)[0]) == e.size()
     q.clear()
     assert terms(q) == terms(q.copy()) == ([], 0.0, [])
-    grows = type("Grows", (), {"__index__": lambda self: e.addTerms([2.0] * 30, [x] * 30) or 29})()
-    assert e.getCoeff(grows) == 2.0 and e.getVar(grows) is x
+    small = y + 1
+    grows = type("Grows", (), {"__index__": lambda self: small.addTerms([2.0] * 30, [x] * 30) or 29})()
+    assert small.getCoeff(grows) == 2.0 and small.getVar(grows) is x
