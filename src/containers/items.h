@@ -9,6 +9,11 @@ namespace tsp {
 // Whether get() and items() of a dict are the built-in ones.
 inline bool has_plain_lookup(Borrowed dict) { return PyDict_CheckExact(dict) || Py_TYPE(dict) == state().tupledict; }
 
+// Whether dict[key] is the built-in one.
+inline bool has_plain_subscript(Borrowed dict) {
+    return Py_TYPE(dict)->tp_as_mapping->mp_subscript == PyDict_Type.tp_as_mapping->mp_subscript;
+}
+
 // Calls use(position, key, value) for each item, in order. RuntimeError if the dict changes its size meanwhile. A
 // class of the user's own is asked for its items(); then position is -1.
 template <class Use> void each_item(Borrowed dict, Use use) {
@@ -50,12 +55,18 @@ inline Ref find_value(Borrowed dict, Py_ssize_t position, Borrowed key) {
     return value ? Ref::borrow(value) : Ref();
 }
 
-// dict[key]
+// dict.get(key), which a class of the user's own may have instead; null for None.
+inline Ref get_value_of(Borrowed dict, Borrowed key) {
+    Ref value = Ref::steal(PyObject_CallMethod(dict, "get", "(O)", key));
+    return value.get() == Py_None ? Ref() : std::move(value);
+}
+
+// dict[key], in the same way where the class has it from dict.
 inline Ref value_at(Borrowed dict, Py_ssize_t position, Borrowed key) {
     PyObject *found, *value;
-    if (position >= 0 && PyDict_Next(dict, &position, &found, &value) && found == key)
+    if (position >= 0 && has_plain_subscript(dict) && PyDict_Next(dict, &position, &found, &value) && found == key)
         return Ref::borrow(value);
-    return Ref::steal(PyDict_Type.tp_as_mapping->mp_subscript(dict, key));
+    return Ref::steal(Py_TYPE(dict)->tp_as_mapping->mp_subscript(dict, key));
 }
 
 } // namespace tsp

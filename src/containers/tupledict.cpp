@@ -51,8 +51,10 @@ void tupledict_dealloc(PyObject* self) {
 // ---- Queries ----
 
 Ref key_list(TupleDict& self) {
+    PyObject* dict = as_object(&self);
     if (!self.keys_)
-        assign(self.keys_, tuplelist_from(Ref::steal(PyDict_Keys(as_object(&self)))));
+        assign(self.keys_,
+               tuplelist_from(Ref::steal(has_plain_lookup(dict) ? PyDict_Keys(dict) : PyMapping_Keys(dict))));
     return Ref::borrow(self.keys_);
 }
 
@@ -91,7 +93,7 @@ template <class Use> void each_key(const Query& query, Use use) {
 // memory would take longer than all the rest. The values are borrowed: use them before any Python code runs.
 std::optional<std::vector<PyObject*>> values_in_place(TupleDict& self, const Query& query) {
     const Candidates& found = query.found;
-    if (!found.all && (found.list || !found.trusted))
+    if ((!found.all && (found.list || !found.trusted)) || !has_plain_subscript(as_object(&self)))
         return std::nullopt;
     PyObject* list = query.keys.get();
     Py_ssize_t rows = PyList_GET_SIZE(list);
@@ -130,6 +132,10 @@ Ref tupledict_select(PyObject* self, PyObject* pattern) {
 }
 
 Ref tupledict_sum(PyObject* self, PyObject* pattern) {
+    if (Py_TYPE(self) != state().tupledict) { // select may be one of the user's own
+        Ref select = Ref::steal(PyObject_GetAttrString(self, "select"));
+        return quicksum(Ref::steal(PyObject_Call(select.get(), pattern, nullptr)).get());
+    }
     Query query(tupledict(self), pattern);
     auto values = values_in_place(tupledict(self), query);
     if (!values)
@@ -186,8 +192,9 @@ Ref tupledict_prod(TupleDict& self, const Call& call) {
         raise(PyExc_TypeError, "expect a dict for argument `coeffs`");
     Products products;
     if (call.nargs <= 1) {
+        bool plain = has_plain_lookup(as_object(&self));
         each_item(coeffs, [&](Py_ssize_t position, Borrowed key, Borrowed coeff) {
-            Ref value = find_value(as_object(&self), position, key);
+            Ref value = plain ? find_value(as_object(&self), position, key) : get_value_of(as_object(&self), key);
             if (value && value.get() != Py_None)
                 products.add(coeff, value.get());
         });
@@ -198,8 +205,7 @@ Ref tupledict_prod(TupleDict& self, const Call& call) {
         PyTuple_SET_ITEM(pattern.get(), i - 1, Ref::borrow(call.args[i]).release());
     bool plain = has_plain_lookup(coeffs);
     each_key(Query(self, pattern.get()), [&](Py_ssize_t position, Ref key) {
-        Ref coeff = plain ? find_value(coeffs, position, key.get())
-                          : Ref::steal(PyObject_CallMethod(coeffs, "get", "(O)", key.get()));
+        Ref coeff = plain ? find_value(coeffs, position, key.get()) : get_value_of(coeffs, key.get());
         if (coeff && coeff.get() != Py_None) {
             Ref value = value_at(as_object(&self), position, key.get());
             products.add(coeff.get(), value.get());

@@ -4,6 +4,7 @@
 #include "expr/kinds.h"
 #include "expr/psdexpr.h"
 #include "py/args.h"
+#include "py/signals.h"
 
 namespace tsp {
 
@@ -93,9 +94,11 @@ Ref quicksum(Borrowed data) {
     }
     Ref iterator = Ref::steal(PyObject_GetIter(data));
     iternextfunc next = Py_TYPE(iterator.get())->tp_iternext;
+    Interruptible loop;
     while (PyObject* item = next(iterator.get())) {
         Ref hold = Ref::steal(item);
         sum.add(item);
+        loop.step();
     }
     if (PyErr_Occurred()) {
         if (!PyErr_ExceptionMatches(PyExc_StopIteration))

@@ -101,38 +101,46 @@ Ref add_rows(Model& self, Borrowed exprs, Borrowed lower, Borrowed upper, const 
 bool is_plain_side(Borrowed x) { return x == Py_None || PyLong_CheckExact(x) || PyFloat_CheckExact(x); }
 
 // The router of all comparisons.
-Ref add_constr(Model& self, Borrowed tconstr, const char* name) {
+Ref add_constr(Model& self, Borrowed tconstr, RowName name) {
     if (PyBool_Check(tconstr)) { // 0 <= 0 or 0 <= -1: a row that always holds, or never
         LinExpr* e = new_linexpr();
         Ref hold = owned(e);
         if (tconstr == Py_False)
             e->constant = 1.0;
         Ref zero = Ref::steal(PyLong_FromLong(0));
-        return add_row(self, *e, Py_None, zero.get(), name);
+        return add_row(self, *e, Py_None, zero.get(), name.of_one());
     }
     if (!is_tempconstr(tconstr))
         raise_argument_type("tconstr", state().tempconstr->tp_name, tconstr);
     const TempConstr& t = as_tempconstr(tconstr);
     Ref hold = Ref::borrow(tconstr);
     if (Py_TYPE(t.expr) == state().linexpr && is_plain_side(t.lb) && is_plain_side(t.ub))
-        return add_row(self, t.expr, t.lb, t.ub, name); // the rule
+        return add_row(self, t.expr, t.lb, t.ub, name.of_one()); // the rule
     if (is_mquadexpr(t.expr))
-        return add_quadratic_rows(self, t.expr, t.lb, t.ub, name);
+        return add_quadratic_rows(self, t.expr, t.lb, t.ub, name.of_many());
     if (is_mvar(t.expr)) {
         BlockRef block = block_of(as_handle_array(t.expr));
         Ref zero = Ref::steal(PyLong_FromLong(0));
         Ref exprs = block ? new_mlinexpr(block) : Ref::steal(PyNumber_Add(t.expr, zero.get()));
-        return add_rows(self, exprs.get(), t.lb, t.ub, name);
+        return add_rows(self, exprs.get(), t.lb, t.ub, name.of_many());
     }
     if (is_mlinexpr(t.expr))
-        return add_rows(self, t.expr, t.lb, t.ub, name);
+        return add_rows(self, t.expr, t.lb, t.ub, name.of_many());
     if (is_quadexpr(t.expr))
-        return add_quadratic_row(self, t.expr, t.lb, t.ub, name);
+        return add_quadratic_row(self, t.expr, t.lb, t.ub, name.of_one());
     if (is_psdexpr(t.expr))
-        return add_psd_row(self, t.expr, t.lb, t.ub, name);
+        return add_psd_row(self, t.expr, t.lb, t.ub, name.of_one());
     if (is_tempconstr(t.lb) || is_tempconstr(t.ub))
-        return add_indicator_pair(self, t, name);
-    return add_row(self, t.expr, t.lb, t.ub, name);
+        return add_indicator_pair(self, t, name.of_one());
+    return add_row(self, t.expr, t.lb, t.ub, name.of_one());
+}
+
+// self.addConstr(tconstr, name), which a class of the user's own may have instead.
+Ref add_own_constr(Model& self, Borrowed tconstr, RowName name) {
+    if (Py_TYPE(&self) == state().model)
+        return add_constr(self, tconstr, name);
+    Ref given = name.object();
+    return Ref::steal(PyObject_CallMethod(as_object(&self), "addConstr", "OO", tconstr, given.get()));
 }
 
 bool is_linear(Borrowed x) { return is_number(x) || is_var(x) || is_linexpr(x); }
@@ -142,21 +150,19 @@ bool is_linear(Borrowed x) { return is_number(x) || is_var(x) || is_linexpr(x); 
 Ref model_addConstr(Model& self, const Call& call) {
     static const Signature<2> signature{"addConstr", {"tconstr", "name"}, 1};
     auto [tconstr, name] = parse(signature, call);
-    Chars holder;
-    return add_constr(self, tconstr, name_or_empty(name, holder));
+    return add_constr(self, tconstr, RowName(name));
 }
 
 Ref model_addLConstr(Model& self, const Call& call) {
     static const Signature<4> signature{"addLConstr", {"lhs", "sense", "rhs", "name"}, 1};
     auto [lhs, sense, rhs, name] = parse(signature, call);
     bool no_sense = !sense || sense == Py_None, no_rhs = !rhs || rhs == Py_None;
-    Chars holder;
     if (is_tempconstr(lhs)) {
         if (!no_sense || !no_rhs)
             raise(PyExc_ValueError, "sense and rhs should be None if lhs is s TempConstr");
         if (!is_linear(as_tempconstr(lhs).expr))
             raise(PyExc_TypeError, "expression in TempConstr shoud be one of [constant, Var, LinExpr] type");
-        return add_constr(self, lhs, name_or_empty(name, holder));
+        return add_own_constr(self, lhs, RowName(name));
     }
     if (!is_linear(lhs))
         raise(PyExc_TypeError, "lhs shoud be one of [constant, Var, LinExpr, TempConstr] type");
@@ -172,19 +178,17 @@ Ref model_addLConstr(Model& self, const Call& call) {
     if (!code) // Kept: the text never shows the sense (test_refusals.py).
         raise_tessolv_error("Invalid sense ``");
     Ref tconstr = tempconstr_of(std::move(expr), code != TSO_LESS_EQUAL, code != TSO_GREATER_EQUAL);
-    return add_constr(self, tconstr.get(), name_or_empty(name, holder));
+    return add_own_constr(self, tconstr.get(), RowName(name));
 }
 
 Ref model_addRange(Model& self, const Call& call) {
     static const Signature<4> signature{"addRange", {"expr", "lower", "upper", "name"}, 3};
     auto [expr, lower, upper, name] = parse(signature, call);
-    Chars holder;
-    const char* text = !name || name == Py_None ? "" : name_or_empty(name, holder);
-    if (is_psdexpr(expr))
-        return add_psd_row(self, expr, lower, upper, text);
-    if (!is_linear(expr))
+    if (!is_psdexpr(expr) && !is_linear(expr))
         raise(PyExc_TypeError, "expr should be one of [Var, LinExpr, PsdExpr] type");
-    return add_row(self, expr, lower, upper, text);
+    RowName given(name);
+    const char* text = given.of_many(); // None is no name here
+    return is_psdexpr(expr) ? add_psd_row(self, expr, lower, upper, text) : add_row(self, expr, lower, upper, text);
 }
 
 namespace {
@@ -195,13 +199,13 @@ public:
     explicit LoopVariables(Borrowed generator) : generator_(Ref::borrow(generator)) {}
 
     void read(std::vector<Ref>& values) {
+        values.clear();
+        Ref frame = Ref::steal(PyObject_GetAttrString(generator_.get(), "gi_frame"));
+        Ref locals = Ref::steal(PyObject_GetAttrString(frame.get(), "f_locals"));
         if (!free_) {
             Ref code = Ref::steal(PyObject_GetAttrString(generator_.get(), "gi_code"));
             free_ = Ref::steal(PyObject_GetAttrString(code.get(), "co_freevars"));
         }
-        values.clear();
-        Ref frame = Ref::steal(PyObject_GetAttrString(generator_.get(), "gi_frame"));
-        Ref locals = Ref::steal(PyObject_GetAttrString(frame.get(), "f_locals"));
         if (PyDict_CheckExact(locals.get())) {
             PyObject *name, *value;
             Py_ssize_t position = 0;
@@ -223,7 +227,8 @@ private:
     bool wanted(Borrowed name) const {
         if (!PyUnicode_Check(name) || (PyUnicode_GET_LENGTH(name) > 0 && PyUnicode_READ_CHAR(name, 0) == '.'))
             return false;
-        return PyTuple_GET_SIZE(free_.get()) == 0 || !checked(PySequence_Contains(free_.get(), name));
+        bool none = PyTuple_CheckExact(free_.get()) && PyTuple_GET_SIZE(free_.get()) == 0;
+        return none || !checked(PySequence_Contains(free_.get(), name));
     }
     Ref generator_, free_;
 };
@@ -257,7 +262,7 @@ Ref model_addConstrs(Model& self, const Call& call) {
             text = prefix;
             append_subscript(text, items, count);
         }
-        Ref constr = add_constr(self, next, text.c_str());
+        Ref constr = add_own_constr(self, next, RowName(text.c_str()));
         Ref key;
         if (count == 1) {
             key = std::move(values[0]);

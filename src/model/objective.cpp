@@ -122,6 +122,11 @@ Ref model_getObjective(Model& self) {
     for_each_var(vars.get(), [&](PyObject* var) { add_term(*le, read_cost(self.mdl_, index_in(self, var)), var); });
     int count = 0;
     check(TSOgetq(self.mdl_, &count, nullptr, nullptr, nullptr));
+    auto n = static_cast<std::size_t>(std::max(count, 0));
+    std::vector<int> rows(n), cols(n);
+    std::vector<double> values(n);
+    if (n > 0)
+        check(TSOgetq(self.mdl_, &count, rows.data(), cols.data(), values.data()));
     PsdExpr* psd = new_psdexpr();
     Ref semidefinite = owned(psd);
     read_psd_costs(self, *psd);
@@ -129,12 +134,8 @@ Ref model_getObjective(Model& self) {
         assign(psd->linexpr, std::move(linear));
         return semidefinite;
     }
-    if (count <= 0)
+    if (n == 0)
         return linear;
-    auto n = static_cast<std::size_t>(count);
-    std::vector<int> rows(n), cols(n);
-    std::vector<double> values(n);
-    check(TSOgetq(self.mdl_, &count, rows.data(), cols.data(), values.data()));
     QuadExpr* q = new_quadexpr();
     Ref result = owned(q);
     assign(q->linexpr, std::move(linear));

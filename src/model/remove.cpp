@@ -5,6 +5,7 @@
 #include "module/state.h"
 #include "module/text.h"
 #include "py/args.h"
+#include "py/signals.h"
 #include "solver/check.h"
 
 #include <algorithm>
@@ -80,9 +81,11 @@ void collect(Borrowed items, Indices& out) {
     }
     Ref values = is_dict ? Ref::steal(PyObject_CallMethod(items, "values", nullptr)) : Ref::borrow(items);
     Ref iterator = Ref::steal(PyObject_GetIter(values.get()));
+    Interruptible loop;
     while (PyObject* next = PyIter_Next(iterator.get())) {
         Ref item = Ref::steal(next);
         collect(next, out);
+        loop.step();
     }
     if (PyErr_Occurred())
         throw PythonError();

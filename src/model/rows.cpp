@@ -290,10 +290,23 @@ CellNames::CellNames(const char* name, const std::vector<Py_ssize_t>& shape, std
         names_[i] = text_.data() + starts[i];
 }
 
+double bound_of(Borrowed number) {
+    double b;
+    if (!PyLong_Check(number) || small_int(number, b))
+        return to_double(number);
+    int sign = 0;
+    PyLong_AsLongAndOverflow(number, &sign);
+    b = PyLong_AsDouble(number);
+    if (b != -1.0 || !PyErr_Occurred())
+        return b;
+    PyErr_Clear(); // and the sign is known then
+    return sign * TSO_INFINITY;
+}
+
 namespace {
 
 double side(Borrowed bound, double constant) {
-    double b = to_double(bound);
+    double b = bound_of(bound);
     if (std::fabs(b) >= TSO_INFINITY)
         return b >= 0 ? TSO_INFINITY : -TSO_INFINITY;
     return b - constant;

@@ -67,11 +67,31 @@ struct Sides {
 };
 Sides sides_of(Borrowed lower, Borrowed upper, double constant);
 
+// A number that stands for a bound. An int that no double can hold is infinite.
+double bound_of(Borrowed number);
+
 // TSO_LESS_EQUAL, TSO_GREATER_EQUAL or TSO_EQUAL for the sense of a row given as data; 0 for what is none.
 char row_sense(Borrowed sense);
 
 // The text of a name, which `holder` keeps; "" for one that was not given. None is refused.
 const char* name_or_empty(Borrowed name, Chars& holder);
+
+// The name of a row or an array of rows, told when it is clear which: one row refuses None, an array has no names then.
+// What was given outlives this, and so does its text.
+struct RowName {
+    explicit RowName(const char* text) : text(text) {}
+    explicit RowName(Borrowed given) : given(given) {}
+
+    const char* of_one() const {
+        Chars holder;
+        return text ? text : name_or_empty(given, holder);
+    }
+    const char* of_many() const { return given == Py_None ? "" : of_one(); }
+    Ref object() const { return given ? Ref::borrow(given) : chars2str(text ? text : ""); }
+
+    const char* text = nullptr;
+    Borrowed given = nullptr;
+};
 
 // "[1,2]" for the subscripts of an element: the text of their list, blanks removed.
 void append_subscript(std::string& text, PyObject* const* items, Py_ssize_t count);

@@ -1,5 +1,7 @@
 // Model: variables, one at a time and in bulk.
 #include "arrays/handle_array.h"
+#include "containers/base.h"
+#include "containers/positions.h"
 #include "expr/column.h"
 #include "expr/kinds.h"
 #include "model/model.h"
@@ -7,6 +9,7 @@
 #include "module/text.h"
 #include "py/args.h"
 #include "py/numpy.h"
+#include "py/signals.h"
 #include "solver/check.h"
 
 #include <algorithm>
@@ -73,6 +76,16 @@ Ref model_addVar(Model& self, const Call& call) {
 
 namespace {
 
+// What a variable takes at least, with its handle, and what it takes with a key in a dict.
+constexpr std::size_t kVarBytes = 64, kKeyedVarBytes = 150;
+
+// What cannot fit into the memory is refused before any of it is there.
+void require_room(std::size_t variables, std::size_t bytes_each = kKeyedVarBytes) {
+    if (variables > INT_MAX)
+        raise(PyExc_MemoryError, "too many variables");
+    require_memory(static_cast<Py_ssize_t>(variables), bytes_each);
+}
+
 Ref numpy_call(const char* function, Borrowed arg) {
     return Ref::steal(PyObject_CallMethod(state().np, function, "(O)", arg));
 }
@@ -121,6 +134,30 @@ private:
     std::vector<double> values_;
 };
 
+// numpy.take(values, i) for one i after another. What has no take() of its own becomes an array, but once.
+class Elements {
+public:
+    explicit Elements(Borrowed values) : values_(Ref::borrow(values)) {
+        if (PyArray_CheckExact(values) || !PyObject_HasAttrString(values, "take")) {
+            Ref array = Ref::steal(PyArray_FROM_O(values));
+            values_ = Ref::steal(PyArray_Ravel(as_array(array.get()), NPY_CORDER));
+            flat_ = true;
+        }
+    }
+    Ref take(Py_ssize_t i) const {
+        if (!flat_)
+            return Ref::steal(PyObject_CallMethod(state().np, "take", "On", values_.get(), i));
+        PyArrayObject* a = as_array(values_.get());
+        if (i >= PyArray_SIZE(a))
+            raise(PyExc_IndexError, "list index out of range");
+        return Ref::steal(PyArray_ToScalar(PyArray_GETPTR1(a, i), a));
+    }
+
+private:
+    Ref values_;
+    bool flat_ = false;
+};
+
 // The first byte of a type given as str or bytes; false for anything else.
 bool type_byte(Borrowed value, char& type) {
     if (PyBytes_Check(value))
@@ -151,8 +188,9 @@ public:
         if (numpy_number("size", value) != count)
             raise(PyExc_ValueError, "vtype doesn't have enough elements");
         values_.assign(static_cast<std::size_t>(count), TSO_CONTINUOUS);
+        Elements elements(value);
         for (Py_ssize_t i = 0; i < count; ++i) {
-            Ref item = Ref::steal(PyObject_CallMethod(state().np, "take", "On", value, i));
+            Ref item = elements.take(i);
             if (!type_byte(item.get(), values_[static_cast<std::size_t>(i)]))
                 raise(PyExc_TypeError, "vtype contains bad type %s at %zd", type_name(item.get()), i);
         }
@@ -180,7 +218,8 @@ public:
         if (PyUnicode_Check(name) || numpy_number("ndim", name) == 0) {
             Ref text = Ref::steal(PyObject_Str(name));
             std::string prefix = str2chars(text.get()).get();
-            for (std::size_t i = 0; i < count; ++i) {
+            Interruptible loop;
+            for (std::size_t i = 0; i < count; ++i, loop.step()) {
                 begin[i] = text_.size();
                 text_ += prefix;
                 append(text_, i);
@@ -189,9 +228,10 @@ public:
         } else {
             if (numpy_number("size", name) != static_cast<Py_ssize_t>(count))
                 raise(PyExc_ValueError, "names doesn't have enough elements");
+            Elements elements(name);
             for (std::size_t i = 0; i < count; ++i) {
                 begin[i] = text_.size();
-                Ref item = Ref::steal(PyObject_CallMethod(state().np, "take", "On", name, static_cast<Py_ssize_t>(i)));
+                Ref item = elements.take(static_cast<Py_ssize_t>(i));
                 Ref text = Ref::steal(PyObject_Str(item.get()));
                 text_ += str2chars(text.get()).get();
                 text_ += '\0';
@@ -216,11 +256,10 @@ struct VarArguments {
 
 // Adds variables with a single solver call. The handles are the last entries of vars_ then.
 void add_vars(Model& self, std::size_t number, const Subscripts& subscripts, const VarArguments& a) {
-    if (number > INT_MAX)
-        raise(PyExc_MemoryError, "too many variables");
+    require_room(number, kVarBytes);
     auto count = static_cast<Py_ssize_t>(number);
     Numbers lower(a.lb, true, count, "lb");
-    bool infinite = a.ub != Py_None && is_number(a.ub) && to_double(a.ub) >= TSO_INFINITY;
+    bool infinite = a.ub != Py_None && is_number(a.ub) && bound_of(a.ub) >= TSO_INFINITY;
     Numbers upper(infinite ? Py_None : a.ub, false, count, "ub");
     Numbers cost(a.obj, true, count, "obj");
     Types types(a.vtype, count);
@@ -256,6 +295,7 @@ bool has_iter(Borrowed e) {
 struct IndexSet {
     std::vector<Ref> items;
     std::vector<std::size_t> begin; // where each element begins, and the end; empty while each is one item
+    bool safe = true;               // no item whose hash or comparison could fail
 
     std::size_t size() const { return begin.empty() ? items.size() : begin.size() - 1; }
     std::size_t first(std::size_t element) const { return begin.empty() ? element : begin[element]; }
@@ -272,32 +312,54 @@ struct IndexSet {
     }
 };
 
+// tuple(iterable), which ends where no memory could hold a variable for each item.
+Ref tuple_of(Borrowed iterable) {
+    if (PyTuple_CheckExact(iterable) || PyList_CheckExact(iterable) || PyUnicode_CheckExact(iterable))
+        return Ref::steal(PySequence_Tuple(iterable));
+    Ref iterator = Ref::steal(PyObject_GetIter(iterable));
+    Py_ssize_t hint = PyObject_LengthHint(iterable, 0);
+    if (hint < 0)
+        throw PythonError();
+    require_room(static_cast<std::size_t>(hint));
+    Ref items = Ref::steal(PyList_New(0));
+    Interruptible loop;
+    for (; PyObject* next = PyIter_Next(iterator.get()); loop.step()) {
+        Ref item = Ref::steal(next);
+        checked(PyList_Append(items.get(), next));
+        if ((PyList_GET_SIZE(items.get()) & 0xffff) == 0)
+            require_room(static_cast<std::size_t>(PyList_GET_SIZE(items.get())));
+    }
+    if (PyErr_Occurred())
+        throw PythonError();
+    return Ref::steal(PyList_AsTuple(items.get()));
+}
+
 IndexSet index_set(Borrowed arg) {
     IndexSet set;
     if (PyLong_Check(arg)) {
         Py_ssize_t n = PyLong_AsSsize_t(arg);
         if (n == -1 && PyErr_Occurred())
             throw PythonError();
-        for (Py_ssize_t i = 0; i < n; ++i)
+        require_room(static_cast<std::size_t>(std::max(n, Py_ssize_t{0})));
+        Interruptible loop;
+        for (Py_ssize_t i = 0; i < n; ++i, loop.step())
             set.items.push_back(Ref::steal(PyLong_FromSsize_t(i)));
         return set;
     }
-    Ref elements = Ref::steal(PySequence_Tuple(arg));
+    Ref elements = tuple_of(arg);
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(elements.get()); ++i) {
         PyObject* e = PyTuple_GET_ITEM(elements.get(), i);
         std::size_t before = set.items.size();
         if (!has_iter(e)) {
             set.items.push_back(Ref::borrow(e));
         } else {
-            Ref items = Ref::steal(PySequence_Tuple(e));
+            Ref items = tuple_of(e);
             for (Py_ssize_t k = 0; k < PyTuple_GET_SIZE(items.get()); ++k)
                 set.items.push_back(Ref::borrow(PyTuple_GET_ITEM(items.get(), k)));
         }
         set.end_element(before);
     }
-    for (const Ref& item : set.items) // what cannot be a key is refused before anything is added
-        if (PyObject_Hash(item.get()) == -1)
-            throw PythonError();
+    set.safe = std::all_of(set.items.begin(), set.items.end(), [](const Ref& item) { return is_plain(item.get()); });
     return set;
 }
 
@@ -306,6 +368,7 @@ IndexSet index_set(Borrowed arg) {
 struct Keys {
     std::vector<Ref> list;
     bool plain; // no tuples around them
+    bool safe;  // no key whose hash or comparison could fail
 
     PyObject* key(std::size_t i) const {
         PyObject* subscript = list[i].get();
@@ -322,16 +385,19 @@ struct Keys {
 
 // The cartesian product of the sets, flat, the last set running fastest.
 Keys product(std::vector<IndexSet> sets) {
+    bool safe = std::all_of(sets.begin(), sets.end(), [](const IndexSet& set) { return set.safe; });
     if (sets.size() == 1 && sets[0].begin.empty())
-        return {std::move(sets[0].items), true};
+        return {std::move(sets[0].items), true, safe};
     std::size_t total = 1;
     for (auto& set : sets)
-        if (__builtin_mul_overflow(total, set.size(), &total) || total > INT_MAX)
-            raise(PyExc_MemoryError, "too many variables");
+        if (__builtin_mul_overflow(total, set.size(), &total))
+            total = SIZE_MAX;
+    require_room(total);
     std::vector<Ref> tuples;
     tuples.reserve(total);
     std::vector<std::size_t> at(sets.size(), 0);
-    for (std::size_t n = 0; n < total; ++n) {
+    Interruptible loop;
+    for (std::size_t n = 0; n < total; ++n, loop.step()) {
         std::size_t width = 0;
         for (std::size_t s = 0; s < sets.size(); ++s)
             width += sets[s].width(at[s]);
@@ -349,7 +415,7 @@ Keys product(std::vector<IndexSet> sets) {
             at[s] = 0;
         }
     }
-    return {std::move(tuples), false};
+    return {std::move(tuples), false, safe};
 }
 
 // A list of tuples is the list of keys as it stands. False for anything else, of which nothing is consumed then.
@@ -362,12 +428,13 @@ bool take_tuples(Borrowed elements, Keys& keys) {
         if (!PyTuple_CheckExact(items[i]))
             return false;
     keys.plain = false;
+    keys.safe = true;
     keys.list.reserve(static_cast<std::size_t>(count));
-    for (Py_ssize_t i = 0; i < count; ++i)
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        PyObject** fields = PySequence_Fast_ITEMS(items[i]);
+        keys.safe = keys.safe && std::all_of(fields, fields + PyTuple_GET_SIZE(items[i]), is_plain);
         keys.list.push_back(Ref::borrow(items[i]));
-    for (const Ref& key : keys.list)
-        if (PyObject_Hash(key.get()) == -1)
-            throw PythonError();
+    }
     return true;
 }
 
@@ -391,6 +458,9 @@ Ref model_addVars(Model& self, const Call& call) {
     if (call.nargs == 0)
         raise(PyExc_ValueError, "empty indices");
     const Keys keys = keys_of(call);
+    if (!keys.safe) // what cannot be a key says so before anything is added
+        for (std::size_t i = 0; i < keys.list.size(); ++i)
+            checked(PyDict_SetItem(result.get(), keys.key(i), Py_None));
     auto subscript = [&keys](std::string& text, std::size_t i) { keys.append_to(text, i); };
     add_vars(self, keys.list.size(), subscript,
              {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype),
@@ -398,7 +468,10 @@ Ref model_addVars(Model& self, const Call& call) {
     Ref vars = Ref::borrow(mirror(self.vars_));
     Py_ssize_t first = PyList_GET_SIZE(vars.get()) - static_cast<Py_ssize_t>(keys.list.size());
     for (std::size_t i = 0; i < keys.list.size(); ++i) {
-        Ref var = Ref::borrow(PyList_GET_ITEM(vars.get(), first + static_cast<Py_ssize_t>(i)));
+        Py_ssize_t at = first + static_cast<Py_ssize_t>(i);
+        if (at >= PyList_GET_SIZE(vars.get())) // hashing the keys may run Python code, which may take them out
+            raise(PyExc_IndexError, "list index out of range");
+        Ref var = Ref::borrow(PyList_GET_ITEM(vars.get(), at));
         checked(PyDict_SetItem(result.get(), keys.key(i), var.get()));
     }
     return result;

@@ -25,6 +25,8 @@
 #include "py/numpy.h"
 #include "solver/check.h"
 
+#include <new>
+
 namespace tsp {
 namespace {
 
@@ -166,6 +168,11 @@ void bind_all(Borrowed module) {
 }
 
 void run_import(Borrowed module) {
+    // What a thread needs to throw gets its memory at the first throw, and where none is left then the process ends.
+    try {
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+    }
     State& s = state();
     s.module = Ref::borrow(module).release();
     make_types(module);

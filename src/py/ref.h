@@ -33,7 +33,9 @@ public:
             throw PythonError();
         return Ref(p);
     }
-    static Ref borrow(PyObject* p) {
+    // Never shared by many places: there a processor takes writing one count and reading the next for dependent on each
+    // other, which doubles the time of tight loops.
+    [[gnu::always_inline]] static Ref borrow(PyObject* p) {
         if (!p)
             throw PythonError();
         Py_INCREF(p);

@@ -214,6 +214,9 @@ inline int answer_TSOgetintattr(TSOmodel, const char* name, int* value) {
     *value = std::stoi(answer(name, "0"));
     return 0;
 }
+inline int answer_TSOgetq(TSOmodel model, int* count, int*, int*, double*) { // terms of no value
+    return answer_TSOgetintattr(model, "NumQuads", count);
+}
 inline int answer_TSOgetdblattr(TSOmodel, const char* name, double* value) {
     *value = std::stod(answer(name, "0"));
     return 0;

@@ -1,6 +1,10 @@
 """Variables, rows, objective and removal: the exact calls, keys and names, and the handles afterwards."""
 
+import itertools
+import signal
+
 import numpy
+import pytest
 import tessolvpy as tso
 from expressions import check_rows, refusal, state, terms
 
@@ -55,6 +59,7 @@ def test_many_variables(stub, built):
         ((0,), {"name": "x"}, [], null),
         ((-5, 2), {}, [], null),
         ((2,), {"lb": 0, "ub": 1e30, "obj": numpy.zeros(2), "vtype": b"c"}, [0, 1], null),
+        ((1,), {"ub": 10**400}, [0], null),
         ((2,), {"lb": [0, 0], "ub": [1, INF], "obj": -1, "vtype": "B"}, [0, 1],
          [[-1.0, -1.0], [0.0, 0.0], [1.0, INF], "BB", None]),
         ((1, 2), {"lb": numpy.array([[1], [2]], "int8"), "ub": numpy.float64(3), "obj": [[4, 5]]}, [(0, 0), (0, 1)],
@@ -89,6 +94,25 @@ def test_indices_that_misbehave(built):
     assert [v.index for v in m.addVars(indices()).values()] == [5, 6]
     assert refusal(m.addVars, 10**6, 10**6, 10**6)[0] is MemoryError
 
+    class Clearing:
+        def __hash__(self):
+            m.getVars().clear()
+            return 1
+
+    assert refusal(m.addVars, [Clearing() for _ in range(100)])[0] is IndexError
+
+
+def test_what_takes_long(built):
+    """A list of names is read once, not once for each; and endless loops end with the first signal."""
+    m, (x, *_) = built
+    names = [f"v{i}" for i in range(30_000)]
+    assert len(m.addVars(30_000, name=names, vtype=["B"] * 30_000)) == 30_000
+    signal.signal(signal.SIGVTALRM, signal.default_int_handler)
+    for act, endless in ((m.addVars, 1), (m.remove, x), (tso.quicksum, 1)):
+        signal.setitimer(signal.ITIMER_VIRTUAL, 0.02)
+        with pytest.raises(KeyboardInterrupt):
+            act(itertools.repeat(endless))
+
 
 def row_call(stub):
     ((name, _, count, indices, values, *rest),) = stub.calls()
@@ -109,6 +133,7 @@ def test_rows(stub, built):
         (lambda: m.addConstr(True), [], [], -INF, 0.0, ""),
         (lambda: m.addConstr(False), [], [], -INF, -1.0, ""),
         (lambda: Range(x + 1, None, 5, None), [0], [1.0], -INF, 4.0, ""),
+        (lambda: Range(x + 1, -(10**400), 10**400), [0], [1.0], -INF, INF, ""),
         (lambda: Range(expr=7, lower=1, upper=None, name="n"), [], [], -6.0, INF, "n"),
         (lambda: L(x, "<", y, "l"), [0, 1], [1.0, -1.0], -INF, 0.0, "l"),
         (lambda: L(3, ">", x + y), [0, 1], [-1.0, -1.0], -3.0, INF, ""),
@@ -118,6 +143,8 @@ def test_rows(stub, built):
         assert row_call(stub) == expected
         assert type(made) is tso.Constr and m.getConstrs()[-1] is made
         check_rows(m, rows + 1)
+    array = tso.MVar.fromlist([x, y])
+    assert m.addConstr(array <= 1, name=None).size == 2 and stub.calls()[-1][-1] == ["", ""]
     many = tso.quicksum(3 * v for _ in range(40) for v in (z, y, x))
     m.addConstr(many <= 1)
     assert row_call(stub)[:2] == [[0, 1, 2], [120.0] * 3]
@@ -148,6 +175,10 @@ def test_generated_rows(stub, built):
         assert [call[-1] for call in calls] == names
         assert [k.index if isinstance(k, tso.Var) else k for k in made] == keys
         assert list(made.values()) == m.getConstrs()[len(m.getConstrs()) - len(names) :]
+
+    own = type("Own", (tso.Model,), {"addConstr": lambda m, tconstr, name: name})("own")
+    assert own.addConstrs((xs[i] <= 1 for i in [0]), "c") == {0: "c[0]"} and own.addLConstr(x, "<", 1, "l") == "l"
+    stub.clear()
 
     def unnamed():
         yield x <= 1

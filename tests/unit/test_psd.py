@@ -215,7 +215,10 @@ def test_objective_and_matrix_attributes(stub, built, env):
         write()
         calls = [call for call in stub.calls() if call[0] == "TSOsetmatattrlist"]
         assert [(*call[3:7], call[-1] or None) for call in calls] == expected
+    stub.set(NumQuads=1)
+    stub.clear()
     made = m.getObjective()
+    assert [name for name in stub.names() if "attr" not in name] == ["TSOgetq"] * 2
     assert type(made) is tso.PsdExpr and type(made.getCoeff(0)) is sp.csr_matrix
     assert numbers(made).tolist() == [1, 2, 2, 3, 1, 2, 2, 3, 0.5, 1.5, 0]
     for name, kind in (("PsdX", np.ndarray), ("PsdObj", sp.csr_matrix)):

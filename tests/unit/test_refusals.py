@@ -86,6 +86,14 @@ class Unhashable:
     __hash__ = None
 
 
+class Unequal:
+    def __hash__(self):
+        return 1
+
+    def __eq__(self, other):
+        raise KeyError
+
+
 def variables(b):
     m, x, c = b.m, b.x, b.m.getConstrs()
     few = "{} doesn't have enough elements".format
@@ -103,6 +111,9 @@ def variables(b):
         (lambda: m.addVars(1.5), TypeError),
         (lambda: m.addVars([Unhashable()]), TypeError, "unhashable type: 'Unhashable'"),
         (lambda: m.addVars([[[1]]]), TypeError, "unhashable type: 'list'"),
+        (lambda: m.addVars([Unequal(), Unequal()]), KeyError, ""),
+        *[(lambda n=n: m.addVars(*n), MemoryError, "too many variables") for n in ((10**12,), (10**5, 10**5))],
+        (lambda: m.addVars(2, ub=1j), TypeError),
         (lambda: m.addVar(lb="a"), TypeError, "must be real number, not str"),
         (lambda: m.addVar(vtype=5), TypeError, incorrect("vtype", "str", "int")),
         (lambda: m.addVar(name=b"x"), TypeError, incorrect("name", "str", "bytes")),
@@ -123,8 +134,9 @@ def rows(b):
     return [
         *[(lambda w=w: m.addConstr(w), TypeError) for w in (x, 1, None, tso.TempConstr())],
         (lambda: m.addConstr(x <= 1, name=None), TypeError, NO_NAME),
+        (lambda: m.addConstr(5, name=None), TypeError, incorrect("tconstr", "tessolvpy.TempConstr", "int")),
         (lambda: m.addConstr(x == [1, 2j]), TypeError, "must be real number, not complex"),
-        *[(lambda w=w: m.addRange(w, 0, 1), TypeError, kinds) for w in ("a", x * y)],
+        *[(lambda w=w: m.addRange(w, 0, 1, 5), TypeError, kinds) for w in ("a", x * y)],
         (lambda: m.addRange(x, None, None), TypeError, "must be real number, not NoneType"),
         (lambda: m.addRange(x, 0, y), TypeError),
         (lambda: m.addLConstr(x, "<"), ValueError, given.format("can not", "not a")),
@@ -148,7 +160,7 @@ def rows(b):
          f"expression in TempConstr should be one of [{linear}, {quadratic}] type"),
         (lambda: Q(x * y, "<=", 1), tso.TessolvError, "Invalid sense `<=`"),
         (lambda: m.addConstrs(i for i in range(2)), TypeError, only),
-        (lambda: m.addConstrs(iter([x <= 1])), AttributeError, "'list_iterator' object has no attribute 'gi_code'"),
+        (lambda: m.addConstrs(iter([x <= 1])), AttributeError, "'list_iterator' object has no attribute 'gi_frame'"),
         (lambda: m.addConstrs([x <= 1]), TypeError, "list object is not an iterator"),
         (lambda: m.addConstrs(None), TypeError, "NoneType object is not an iterator"),
         *[(lambda w=w: m.setObjective(w), TypeError, f"expr should be one of {objective}") for w in (x, 5)],

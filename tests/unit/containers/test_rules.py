@@ -219,14 +219,16 @@ def test_sums_and_products(model):
         def items(self):
             return [((1, 2), 10)]
 
-    made = keyed()
+    own = {"__getitem__": lambda d, key: 100, "get": lambda d, key: 10, "select": lambda d, *query: [7, *query]}
+    Own, made = type("Own", (tupledict,), own), keyed()
     counted = collections.defaultdict(lambda: 9, {(1, 2): 2})  # get() makes nothing
     for found, expected in [
         (made.sum(), 12), (made.sum("*", 2), 7), (tupledict().sum(), 0), (made.prod({(1, 2): 2, (7, 7): 100}), 6),
         (made.prod({(1, 2): 2, (1, 3): 1.5, (2, 2): 100}, 1), 13.5), (made.prod({(1, 3): 1.5}, "*", 2), 0),
         (made.prod({}), 0), (made.prod(coeffs=made), 50), (tupledict(a=None, b=2).prod({"a": 5, "b": 3}), 6),
         (tupledict(a=2).prod({"a": None}, "a"), 0), (made.prod(counted, 1), 6), (made.prod(Doubling(), "*", 2), 14),
-        (made.prod(Doubling()), 30),
+        (made.prod(Doubling()), 30), (Own(made).sum(1), 8), (Own(made).prod({1: 2}), 20),
+        (Own(made).prod({(2, 2): 3}, "*"), 300),
     ]:  # fmt: skip
         assert value(found) == expected
     assert len(counted) == 1
