@@ -143,9 +143,10 @@ Ref difference(Borrowed a, Borrowed b) {
 
 // self == other.
 Ref equal(Borrowed self, Borrowed other) {
-    if (exact_kind(other) == Operands::Number || is_scalar(other))
+    bool operand = is_instance(other, state().operand);
+    if (!operand && is_scalar(other))
         return tempconstr_of(difference(self, other), true, true);
-    if (kind_of(self) >= Operands::Var && is_arraylike(other)) {
+    if (!operand && kind_of(self) >= Operands::Var && is_arraylike(other)) {
         Py_ssize_t size = PyObject_Size(other);
         if (size < 0)
             throw PythonError();
@@ -158,8 +159,7 @@ Ref equal(Borrowed self, Borrowed other) {
     }
     // From here on the other side counts as an array: one of a list has a negation, which a list has not, and one of an
     // operand, without dimensions, is negated into the operand's own negation. So that is done at once where it works.
-    if (bool simple = exact_kind(self) != Operands::Other || g_array_operators.is_array(self);
-        simple && is_instance(other, state().operand))
+    if (bool simple = exact_kind(self) != Operands::Other || g_array_operators.is_array(self); simple && operand)
         if (Ref result; succeeds([&] { result = subtract(self, other); }))
             return tempconstr_of(std::move(result), true, true);
     Ref array = Ref::steal(PyArray_FROM_O(other));
