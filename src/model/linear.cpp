@@ -196,12 +196,14 @@ namespace {
 // The values of the loop variables of a suspended generator, in the order of its frame.
 class LoopVariables {
 public:
-    explicit LoopVariables(Borrowed generator) : generator_(Ref::borrow(generator)) {}
+    explicit LoopVariables(Borrowed generator)
+        : generator_(Ref::borrow(generator)), f_locals_(Ref::steal(PyUnicode_InternFromString("f_locals"))) {}
 
     void read(std::vector<Ref>& values) {
         values.clear();
-        Ref frame = Ref::steal(PyObject_GetAttrString(generator_.get(), "gi_frame"));
-        Ref locals = Ref::steal(PyObject_GetAttrString(frame.get(), "f_locals"));
+        if (!frame_ || !PyGen_CheckExact(generator_.get())) // a generator has the same one until it ends
+            frame_ = Ref::steal(PyObject_GetAttrString(generator_.get(), "gi_frame"));
+        Ref locals = Ref::steal(PyObject_GetAttr(frame_.get(), f_locals_.get()));
         if (!free_) {
             Ref code = Ref::steal(PyObject_GetAttrString(generator_.get(), "gi_code"));
             free_ = Ref::steal(PyObject_GetAttrString(code.get(), "co_freevars"));
@@ -209,28 +211,42 @@ public:
         if (PyDict_CheckExact(locals.get())) {
             PyObject *name, *value;
             Py_ssize_t position = 0;
-            while (PyDict_Next(locals.get(), &position, &name, &value))
-                if (wanted(name))
+            for (std::size_t i = 0; PyDict_Next(locals.get(), &position, &name, &value); ++i)
+                if (wanted(i, name))
                     values.push_back(Ref::borrow(value));
             return;
         }
         Ref items = Ref::steal(PyMapping_Items(locals.get()));
         for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items.get()); ++i) {
             PyObject* pair = PyList_GET_ITEM(items.get(), i);
-            if (PyTuple_Check(pair) && PyTuple_GET_SIZE(pair) == 2 && wanted(PyTuple_GET_ITEM(pair, 0)))
+            if (PyTuple_Check(pair) && PyTuple_GET_SIZE(pair) == 2 &&
+                wanted(static_cast<std::size_t>(i), PyTuple_GET_ITEM(pair, 0)))
                 values.push_back(Ref::borrow(PyTuple_GET_ITEM(pair, 1)));
         }
     }
 
 private:
-    // Neither the hidden argument of a generator expression nor a variable of the code around it.
-    bool wanted(Borrowed name) const {
-        if (!PyUnicode_Check(name) || (PyUnicode_GET_LENGTH(name) > 0 && PyUnicode_READ_CHAR(name, 0) == '.'))
-            return false;
-        bool none = PyTuple_CheckExact(free_.get()) && PyTuple_GET_SIZE(free_.get()) == 0;
-        return none || !checked(PySequence_Contains(free_.get(), name));
+    // Neither the hidden argument of a generator expression nor a variable of the code around it. The names come in
+    // the same order at every step, so the answers are kept by their places.
+    bool wanted(std::size_t place, Borrowed name) {
+        if (place >= known_.size())
+            known_.resize(place + 1);
+        Known& known = known_[place];
+        if (known.name.get() != name) {
+            known.wanted = PyUnicode_Check(name) &&
+                           !(PyUnicode_GET_LENGTH(name) > 0 && PyUnicode_READ_CHAR(name, 0) == '.') &&
+                           !checked(PySequence_Contains(free_.get(), name));
+            known.name = Ref::borrow(name);
+        }
+        return known.wanted;
     }
-    Ref generator_, free_;
+
+    struct Known {
+        Ref name;
+        bool wanted = false;
+    };
+    Ref generator_, f_locals_, free_, frame_;
+    std::vector<Known> known_;
 };
 
 } // namespace
