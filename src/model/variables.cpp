@@ -254,8 +254,10 @@ struct VarArguments {
     Borrowed lb, ub, obj, vtype, name; // None where the default is meant
 };
 
-// Adds variables with a single solver call. The handles are the last entries of vars_ then.
-void add_vars(Model& self, std::size_t number, const Subscripts& subscripts, const VarArguments& a) {
+// Adds variables with a single solver call. The handles are the last entries of vars_ then: those that are ready, or
+// new ones.
+void add_vars(Model& self, std::size_t number, const Subscripts& subscripts, const VarArguments& a,
+              const std::vector<Ref>& ready = {}) {
     require_room(number, kVarBytes);
     auto count = static_cast<Py_ssize_t>(number);
     Numbers lower(a.lb, true, count, "lb");
@@ -268,8 +270,13 @@ void add_vars(Model& self, std::size_t number, const Subscripts& subscripts, con
                      upper.get(), types.get(), names.get()));
     TakeBack added(self, &Model::vars_);
     added.added(static_cast<int>(count));
-    for (Py_ssize_t i = 0; i < count; ++i)
-        append_handle(self.vars_, state().var, self);
+    if (ready.empty())
+        for (Py_ssize_t i = 0; i < count; ++i)
+            append_handle(self.vars_, state().var, self);
+    for (const Ref& var : ready) {
+        reinterpret_cast<Handle*>(var.get())->index_ = static_cast<int>(PyList_GET_SIZE(self.vars_));
+        checked(PyList_Append(self.vars_, var.get()));
+    }
     added.keep();
 }
 
@@ -458,22 +465,22 @@ Ref model_addVars(Model& self, const Call& call) {
     if (call.nargs == 0)
         raise(PyExc_ValueError, "empty indices");
     const Keys keys = keys_of(call);
-    if (!keys.safe) // what cannot be a key says so before anything is added
-        for (std::size_t i = 0; i < keys.list.size(); ++i)
-            checked(PyDict_SetItem(result.get(), keys.key(i), Py_None));
-    auto subscript = [&keys](std::string& text, std::size_t i) { keys.append_to(text, i); };
-    add_vars(self, keys.list.size(), subscript,
-             {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype),
-              none_if_missing(name)});
-    Ref vars = Ref::borrow(mirror(self.vars_));
-    Py_ssize_t first = PyList_GET_SIZE(vars.get()) - static_cast<Py_ssize_t>(keys.list.size());
-    for (std::size_t i = 0; i < keys.list.size(); ++i) {
-        Py_ssize_t at = first + static_cast<Py_ssize_t>(i);
-        if (at >= PyList_GET_SIZE(vars.get())) // hashing the keys may run Python code, which may take them out
-            raise(PyExc_IndexError, "list index out of range");
-        Ref var = Ref::borrow(PyList_GET_ITEM(vars.get(), at));
-        checked(PyDict_SetItem(result.get(), keys.key(i), var.get()));
+    std::vector<Ref> ready; // what cannot be a key says so before anything is added, and so the dict is filled by then
+    for (std::size_t i = 0; !keys.safe && i < keys.list.size(); ++i) {
+        ready.push_back(new_handle(state().var, self.mdl_, -1));
+        checked(PyDict_SetItem(result.get(), keys.key(i), ready.back().get()));
     }
+    auto subscript = [&keys](std::string& text, std::size_t i) { keys.append_to(text, i); };
+    add_vars(
+        self, keys.list.size(), subscript,
+        {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype), none_if_missing(name)},
+        ready);
+    if (!keys.safe)
+        return result;
+    PyObject* vars = mirror(self.vars_);
+    Py_ssize_t first = PyList_GET_SIZE(vars) - static_cast<Py_ssize_t>(keys.list.size());
+    for (std::size_t i = 0; i < keys.list.size(); ++i)
+        checked(PyDict_SetItem(result.get(), keys.key(i), PyList_GET_ITEM(vars, first + static_cast<Py_ssize_t>(i))));
     return result;
 }
 
