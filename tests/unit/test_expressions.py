@@ -226,6 +226,11 @@ class Hostile:
     __float__ = acting(lambda self: 2.0)
     __eq__ = acting(lambda self, other: False)
     __len__ = acting(lambda self: 2)
+    __index__ = acting(lambda self: 0)
+    __neg__ = __radd__ = __abs__ = acting(lambda self, *other: 1.5)
+    __iter__ = acting(lambda self: iter([self, 1]))
+    VarName = shape = property(acting(lambda self: "ab"))
+    sameAs = acting(lambda self, other: True)
     __getitem__ = acting(lambda self, i: ([Hostile(self.act)] * 2)[i])
     __mul__ = __rmul__ = acting(lambda self, other: self)
 
@@ -251,6 +256,9 @@ def test_python_code_in_between(xyz, change):
         lambda: tso.LinExpr(hostile), lambda: tso.quicksum(data), lambda: x == hostile,
         lambda: q.addTerms(hostile, x, y), lambda: q.addTerms([hostile] * 3, [x] * 3, [y] * 3),
         lambda: operator.imul(q, 2), lambda: q * 3, lambda: q.add(q, 2.0), lambda: q.remove(x), lambda: str(q),
+        lambda: e.getVar(hostile), lambda: q.getVar1(hostile), lambda: e.addConstant(hostile), lambda: x - hostile,
+        lambda: operator.isub(q, hostile), lambda: tso.quicksum(hostile), lambda: x / hostile, lambda: x**hostile,
+        lambda: q.addTerms([hostile] * 2, [x, hostile], [hostile, y]), lambda: str(q), lambda: q.remove(x),
     ):  # fmt: skip
         with suppress(KeyError, TypeError, ValueError, IndexError, AttributeError, tso.TessolvError):
             use()
