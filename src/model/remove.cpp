@@ -121,7 +121,7 @@ private:
 };
 
 // Takes the entries that do not stay out of a list that nobody else can see. Nothing in here can fail.
-void shorten(PyObject* list, const std::vector<int>& removed) {
+void compact(PyObject* list, const std::vector<int>& removed) {
     Staying stays(list, removed);
     PyObject** items = PySequence_Fast_ITEMS(list);
     Py_ssize_t size = PyList_GET_SIZE(list), filled = 0;
@@ -168,7 +168,7 @@ public:
         if (fresh_)
             assign(list_, take_out(list_, removed, std::move(fresh_)));
         else
-            shorten(list_, removed);
+            compact(list_, removed);
     }
 
 private:
