@@ -65,11 +65,7 @@ Ref model_addVar(Model& self, const Call& call) {
     } else {
         check(TSOaddvar(self.mdl_, 0, nullptr, nullptr, cost, lower, upper, type, text));
     }
-    TakeBack added(self, &Model::vars_);
-    added.added(1);
-    Ref var = append_handle(self.vars_, state().var, self);
-    added.keep();
-    return var;
+    return append_handle(mirror(self.vars_), state().var, self, &TSOdelvars);
 }
 
 // ---- Many variables ----
