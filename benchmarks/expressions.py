@@ -1,4 +1,5 @@
 """What one operation of model building costs, in nanoseconds of CPU time: the least of many repeats, without the loop.
+
 python benchmarks/expressions.py
 """
 

@@ -48,7 +48,14 @@ const AttrRow* find_known(Borrowed name) {
 
 } // namespace
 
-void raise_no_attribute(Borrowed name) { raise(PyExc_AttributeError, "Attribute `%S` does not exist", name); }
+Ref no_attribute(Borrowed name) {
+    PyErr_Format(PyExc_AttributeError, "Attribute `%S` does not exist", name);
+    return {};
+}
+void raise_no_attribute(Borrowed name) {
+    no_attribute(name);
+    throw PythonError();
+}
 
 Attribute resolve_attribute(TSOmodel model, Borrowed name, Kind kind) {
     const AttrRow* row = find_known(name);

@@ -28,7 +28,8 @@ enum class Kind : int {
 // The row of a name as a person wrote it; null if there is none. What is not a str fails as value.replace would.
 const AttrRow* find_attr(Borrowed name);
 
-// AttributeError "Attribute `...` does not exist".
+// AttributeError "Attribute `...` does not exist", as a result of a slot or thrown.
+Ref no_attribute(Borrowed name);
 [[noreturn]] void raise_no_attribute(Borrowed name);
 
 // A resolved attribute that belongs to the asked kind.

@@ -28,9 +28,7 @@ Ref v_mul_v(Borrowed v, Borrowed w) {
 Ref l_mul_n(const LinExpr& l, double n) {
     LinExpr* r = new_linexpr();
     Ref result = owned(r);
-    if (n == 1.0)
-        begin_terms(*r, l);
-    else if (n != 0.0)
+    if (n != 0.0)
         append_terms(*r, l, n);
     return result;
 }
@@ -111,25 +109,9 @@ Ref q_mul_n(const QuadExpr& q, double n) {
 namespace {
 
 // mult * x behind the terms of a fresh sum.
-void put(LinExpr& sum, Operands kind, Borrowed x, double mult) {
-    switch (kind) {
-    case Operands::Var:
-        add_term(sum, mult, x);
-        break;
-    case Operands::LinExpr:
-        if (sum.size() == 0 && mult == 1.0)
-            begin_terms(sum, as_linexpr(x));
-        else
-            append_terms(sum, as_linexpr(x), mult);
-        break;
-    default:
-        sum.constant += mult * to_double(x);
-    }
-}
-
-void put(SumBuilder& sum, Operands kind, Borrowed x, double mult) {
+void append_scaled(SumBuilder& sum, Operands kind, Borrowed x, double mult) {
     if (kind != Operands::QuadExpr)
-        put(sum.linear(), kind, x, mult);
+        append_scaled(sum.linear(), kind, x, mult);
     else if (mult == 1.0)
         sum.add_quadexpr(as_quadexpr(x));
     else
@@ -149,13 +131,13 @@ Ref sum(Operands ka, Borrowed a, Operands kb, Borrowed b, double mult) {
     if (ka != Operands::QuadExpr) {
         LinExpr* linear = new_linexpr();
         Ref result = owned(linear);
-        put(*linear, ka, a, mult_a);
-        put(*linear, kb, b, mult);
+        append_scaled(*linear, ka, a, mult_a);
+        append_scaled(*linear, kb, b, mult);
         return result;
     }
     SumBuilder s;
-    put(s, ka, a, mult_a);
-    put(s, kb, b, mult);
+    append_scaled(s, ka, a, mult_a);
+    append_scaled(s, kb, b, mult);
     Ref result = s.finish();
     // Kept: where a quadratic sum is promised, one without quadratic terms fails (test_expression_programs.py).
     if (!is_quadexpr(result.get()))

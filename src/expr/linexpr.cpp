@@ -343,6 +343,8 @@ void begin_terms(LinExpr& to, const LinExpr& from) {
 }
 
 void append_terms(LinExpr& to, const LinExpr& from, double mult) {
+    if (mult == 1.0 && to.size() == 0)
+        return begin_terms(to, from);
     int n = from.size();
     double* c = to.coeffs.grow(n);
     const double* values = from.coeffs.data();
@@ -357,6 +359,22 @@ void append_terms(LinExpr& to, const LinExpr& from, double mult) {
     to.coeffs.set_vector_size(to.coeffs.vector_size() + n);
     to.coeffs.set_size(to.coeffs.size() + n);
     to.constant += mult == 1.0 ? from.constant : mult * from.constant;
+}
+
+bool append_scaled(LinExpr& to, Operands kind, Borrowed x, double mult) {
+    switch (kind) {
+    case Operands::Number:
+        to.constant += mult * to_double(x);
+        return true;
+    case Operands::Var:
+        add_term(to, mult, x);
+        return true;
+    case Operands::LinExpr:
+        append_terms(to, as_linexpr(x), mult);
+        return true;
+    default:
+        return false;
+    }
 }
 
 bool is_term_array(Borrowed x) { return PyList_Check(x) || PyTuple_Check(x) || is_list(x) || PyArray_Check(x); }

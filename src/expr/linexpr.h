@@ -57,6 +57,8 @@ void clear(LinExpr& self);
 void append_terms(LinExpr& to, const LinExpr& from, double mult);
 // ... as the beginning of an empty `to`.
 void begin_terms(LinExpr& to, const LinExpr& from);
+// The same for a number, a Var or a LinExpr; false for what is none of them.
+bool append_scaled(LinExpr& to, Operands kind, Borrowed x, double mult);
 
 // The methods addTerms and remove, which quadratic expressions use for their linear part.
 void add_terms(LinExpr& self, Borrowed coeffs, Borrowed vars);

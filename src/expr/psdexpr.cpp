@@ -430,22 +430,7 @@ bool append_scaled(PsdExpr& to, Borrowed x, double mult) {
             append_terms(to.terms, e.terms, mult);
         x = e.linexpr;
     }
-    switch (kind_of(x)) {
-    case Operands::Number:
-        to.linear().constant += mult * to_double(x);
-        return true;
-    case Operands::Var:
-        add_term(to.linear(), mult, x);
-        return true;
-    case Operands::LinExpr:
-        if (to.linear().size() == 0 && mult == 1.0)
-            begin_terms(to.linear(), as_linexpr(x));
-        else
-            append_terms(to.linear(), as_linexpr(x), mult);
-        return true;
-    default:
-        return false;
-    }
+    return append_scaled(to.linear(), kind_of(x), x, mult);
 }
 
 Ref multiply_psdvar(Borrowed a, Borrowed b) {

@@ -23,16 +23,7 @@ public:
         linear_->vars.add(var);
     }
     // mult * expr.
-    void add_linexpr(const LinExpr& expr, double mult = 1.0) {
-        if (linear_->size() == 0 && mult == 1.0) {
-            double constant = linear_->constant;
-            linear_->constant = 0.0;
-            begin_terms(*linear_, expr);
-            linear_->constant = constant + expr.constant;
-        } else {
-            append_terms(*linear_, expr, mult);
-        }
-    }
+    void add_linexpr(const LinExpr& expr, double mult = 1.0) { append_terms(*linear_, expr, mult); }
     void add_quadexpr(const QuadExpr& expr);
     void add_psdexpr(const PsdExpr& expr);
     void add_number(double value) { linear_->constant += value; }

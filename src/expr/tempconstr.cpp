@@ -135,8 +135,7 @@ Ref difference(Borrowed a, Borrowed b) {
         e->constant -= number;
         return result;
     }
-    if (exact_kind(a) != Operands::Other &&
-        (PyFloat_CheckExact(b) || PyLong_CheckExact(b) || exact_kind(b) != Operands::Other))
+    if (exact_kind(a) != Operands::Other && exact_kind(b) != Operands::Other)
         return subtract(a, b);
     return Ref::steal(PyNumber_Subtract(a, b));
 }

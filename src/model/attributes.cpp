@@ -22,15 +22,6 @@ Kind kind_of_first(Borrowed objects) {
     return require_kind(first.get());
 }
 
-bool begins_with(Borrowed name, Py_ssize_t count) {
-    if (PyUnicode_GET_LENGTH(name) < count)
-        return false;
-    for (Py_ssize_t i = 0; i < count; ++i)
-        if (PyUnicode_READ_CHAR(name, i) != '_')
-            return false;
-    return true;
-}
-
 PyObject* user_attributes(Model& self) {
     if (self.userattrs_ == Py_None)
         raise(PyExc_TypeError, "'NoneType' object is not subscriptable");
@@ -99,13 +90,13 @@ Ref model_getattro(Model& self, PyObject* name) {
     if (PyObject* found = plain ? lookup_in_type(object, name) : PyObject_GenericGetAttr(object, name))
         return Ref::steal(found);
     if (PyErr_Occurred()) {
-        if (!PyErr_ExceptionMatches(PyExc_AttributeError) || begins_with(name, 2))
+        if (!PyErr_ExceptionMatches(PyExc_AttributeError) || has_underscores(name, 2))
             throw PythonError();
         PyErr_Clear();
     }
-    if (begins_with(name, 2))
+    if (has_underscores(name, 2))
         return Ref::steal(PyObject_GenericGetAttr(object, name)); // words the error
-    if (begins_with(name, 1)) {
+    if (has_underscores(name, 1)) {
         PyObject* value = PyDict_GetItemWithError(user_attributes(self), name);
         if (!value && !PyErr_Occurred())
             PyErr_SetObject(PyExc_KeyError, name);
@@ -119,11 +110,11 @@ void model_setattro(Model& self, PyObject* name, PyObject* value) {
         checked(PyObject_GenericSetAttr(as_object(&self), name, nullptr));
         return;
     }
-    if (begins_with(name, 2)) {
+    if (has_underscores(name, 2)) {
         // Kept: no name with two leading underscores can be assigned (test_refusals.py).
         raise(PyExc_AttributeError, "type object 'object' has no attribute '__setattribute__'");
     }
-    if (begins_with(name, 1)) {
+    if (has_underscores(name, 1)) {
         checked(PyDict_SetItem(user_attributes(self), name, value));
         return;
     }

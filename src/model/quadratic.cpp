@@ -85,22 +85,11 @@ Ref add_row(Model& self, const QuadExpr& q, Sides sides, const char* name) {
 // Makes a quadratic expression of a number, a Var, a linear or a quadratic expression, times a factor; false for
 // anything else.
 bool add_to(QuadExpr& q, double factor, Borrowed x) {
-    switch (kind_of(x)) {
-    case Operands::Number:
-        q.linear().constant += factor * to_double(x);
-        return true;
-    case Operands::Var:
-        add_term(q.linear(), factor, x);
-        return true;
-    case Operands::LinExpr:
-        append_terms(q.linear(), as_linexpr(x), factor);
-        return true;
-    case Operands::QuadExpr:
-        add_expr(q, factor, as_quadexpr(x));
-        return true;
-    default:
-        return false;
-    }
+    Operands kind = kind_of(x);
+    if (kind != Operands::QuadExpr)
+        return append_scaled(q.linear(), kind, x, factor);
+    add_expr(q, factor, as_quadexpr(x));
+    return true;
 }
 
 } // namespace

@@ -128,9 +128,7 @@ void compact(PyObject* list, const std::vector<int>& removed) {
     for (Py_ssize_t i = 0; i < size; ++i)
         if (stays(items[i], filled))
             std::swap(items[filled++], items[i]);
-    Py_SET_SIZE(list, filled); // the list gives memory back when it grows the next time
-    for (Py_ssize_t i = filled; i < size; ++i)
-        Py_DECREF(items[i]);
+    shorten(list, filled);
 }
 
 // The same into `fresh`, which has room for what stays. The old list, which somebody holds, stays as it is.

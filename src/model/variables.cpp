@@ -1,7 +1,6 @@
 // Model: variables, one at a time and in bulk.
 #include "arrays/handle_array.h"
 #include "containers/base.h"
-#include "containers/positions.h"
 #include "expr/column.h"
 #include "expr/kinds.h"
 #include "model/model.h"
@@ -298,7 +297,6 @@ bool has_iter(Borrowed e) {
 struct IndexSet {
     std::vector<Ref> items;
     std::vector<std::size_t> begin; // where each element begins, and the end; empty while each is one item
-    bool safe = true;               // no item whose hash or comparison could fail
 
     std::size_t size() const { return begin.empty() ? items.size() : begin.size() - 1; }
     std::size_t first(std::size_t element) const { return begin.empty() ? element : begin[element]; }
@@ -362,7 +360,6 @@ IndexSet index_set(Borrowed arg) {
         }
         set.end_element(before);
     }
-    set.safe = std::all_of(set.items.begin(), set.items.end(), [](const Ref& item) { return is_plain(item.get()); });
     return set;
 }
 
@@ -371,7 +368,6 @@ IndexSet index_set(Borrowed arg) {
 struct Keys {
     std::vector<Ref> list;
     bool plain; // no tuples around them
-    bool safe;  // no key whose hash or comparison could fail
 
     PyObject* key(std::size_t i) const {
         PyObject* subscript = list[i].get();
@@ -388,9 +384,8 @@ struct Keys {
 
 // The cartesian product of the sets, flat, the last set running fastest.
 Keys product(std::vector<IndexSet> sets) {
-    bool safe = std::all_of(sets.begin(), sets.end(), [](const IndexSet& set) { return set.safe; });
     if (sets.size() == 1 && sets[0].begin.empty())
-        return {std::move(sets[0].items), true, safe};
+        return {std::move(sets[0].items), true};
     std::size_t total = 1;
     for (auto& set : sets)
         if (__builtin_mul_overflow(total, set.size(), &total))
@@ -418,7 +413,7 @@ Keys product(std::vector<IndexSet> sets) {
             at[s] = 0;
         }
     }
-    return {std::move(tuples), false, safe};
+    return {std::move(tuples), false};
 }
 
 // A list of tuples is the list of keys as it stands. False for anything else, of which nothing is consumed then.
@@ -431,13 +426,9 @@ bool take_tuples(Borrowed elements, Keys& keys) {
         if (!PyTuple_CheckExact(items[i]))
             return false;
     keys.plain = false;
-    keys.safe = true;
     keys.list.reserve(static_cast<std::size_t>(count));
-    for (Py_ssize_t i = 0; i < count; ++i) {
-        PyObject** fields = PySequence_Fast_ITEMS(items[i]);
-        keys.safe = keys.safe && std::all_of(fields, fields + PyTuple_GET_SIZE(items[i]), is_plain);
+    for (Py_ssize_t i = 0; i < count; ++i)
         keys.list.push_back(Ref::borrow(items[i]));
-    }
     return true;
 }
 
@@ -462,7 +453,8 @@ Ref model_addVars(Model& self, const Call& call) {
         raise(PyExc_ValueError, "empty indices");
     const Keys keys = keys_of(call);
     std::vector<Ref> ready; // what cannot be a key says so before anything is added, and so the dict is filled by then
-    for (std::size_t i = 0; !keys.safe && i < keys.list.size(); ++i) {
+    ready.reserve(keys.list.size());
+    for (std::size_t i = 0; i < keys.list.size(); ++i) {
         ready.push_back(new_handle(state().var, self.mdl_, -1));
         checked(PyDict_SetItem(result.get(), keys.key(i), ready.back().get()));
     }
@@ -471,12 +463,6 @@ Ref model_addVars(Model& self, const Call& call) {
         self, keys.list.size(), subscript,
         {none_if_missing(lb), none_if_missing(ub), none_if_missing(obj), none_if_missing(vtype), none_if_missing(name)},
         ready);
-    if (!keys.safe)
-        return result;
-    PyObject* vars = mirror(self.vars_);
-    Py_ssize_t first = PyList_GET_SIZE(vars) - static_cast<Py_ssize_t>(keys.list.size());
-    for (std::size_t i = 0; i < keys.list.size(); ++i)
-        checked(PyDict_SetItem(result.get(), keys.key(i), PyList_GET_ITEM(vars, first + static_cast<Py_ssize_t>(i))));
     return result;
 }
 

@@ -19,6 +19,15 @@ Chars::Chars(Borrowed value) {
 
 Ref chars2str(Borrowed bytes) { return Ref::steal(PyUnicode_FromEncodedObject(bytes, "UTF-8", nullptr)); }
 
+bool has_underscores(Borrowed name, Py_ssize_t count) {
+    if (PyUnicode_GET_LENGTH(name) < count)
+        return false;
+    for (Py_ssize_t i = 0; i < count; ++i)
+        if (PyUnicode_READ_CHAR(name, i) != '_')
+            return false;
+    return true;
+}
+
 bool is_scalar(Borrowed value) {
     PyTypeObject* type = Py_TYPE(value);
     if (type == &PyFloat_Type || type == &PyLong_Type || type == &PyUnicode_Type || type == &PyBool_Type)

@@ -32,6 +32,9 @@ inline Ref chars2str(const char* text) {
 }
 Ref chars2str(Borrowed bytes); // a bytes-like object, as str(bytes, "UTF-8")
 
+// Whether a name begins with so many underscores.
+bool has_underscores(Borrowed name, Py_ssize_t count);
+
 // numpy.isscalar(value); the usual types are told apart without asking NumPy.
 bool is_scalar(Borrowed value);
 
