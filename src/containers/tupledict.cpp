@@ -110,10 +110,16 @@ std::optional<std::vector<PyObject*>> values_in_place(TupleDict& self, const Que
 }
 
 Ref list_of(const std::vector<PyObject*>& values) {
-    Ref list = Ref::steal(PyList_New(static_cast<Py_ssize_t>(values.size())));
-    for (std::size_t i = 0; i < values.size(); ++i)
-        PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), Ref::borrow(values[i]).release());
-    return list;
+    for (PyObject* value : values) // before there is a list, for making it may collect garbage, and so run Python code
+        Py_INCREF(value);
+    PyObject* list = PyList_New(static_cast<Py_ssize_t>(values.size()));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (list)
+            PyList_SET_ITEM(list, static_cast<Py_ssize_t>(i), values[i]);
+        else
+            Py_DECREF(values[i]);
+    }
+    return Ref::steal(list);
 }
 
 Ref select_values(TupleDict& self, const Query& query) {

@@ -211,9 +211,11 @@ public:
         if (PyDict_CheckExact(locals.get())) {
             PyObject *name, *value;
             Py_ssize_t position = 0;
-            for (std::size_t i = 0; PyDict_Next(locals.get(), &position, &name, &value); ++i)
+            for (std::size_t i = 0; PyDict_Next(locals.get(), &position, &name, &value); ++i) {
+                Ref hold_name = Ref::borrow(name), local = Ref::borrow(value); // what is no generator may run code here
                 if (wanted(i, name))
-                    values.push_back(Ref::borrow(value));
+                    values.push_back(std::move(local));
+            }
             return;
         }
         Ref items = Ref::steal(PyMapping_Items(locals.get()));

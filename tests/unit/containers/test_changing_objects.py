@@ -60,6 +60,36 @@ def test_lists_that_change_meanwhile(name):
                 assert isinstance(made.select(*query), tuplelist)
 
 
+def test_garbage_that_empties_the_dict():
+    """Collected at whichever allocation of a query: what is selected is alive."""
+
+    class Garbage:
+        def __init__(self, act):
+            self.itself, self.act = self, act
+
+        def __del__(self):
+            self.act()
+
+    usual, collected, held = gc.get_threshold(), [], []
+    for allocations in range(12):
+        values = [Value(i, int) for i in range(50)]
+        made, references = tupledict(((i, 1), v) for i, v in enumerate(values)), list(map(weakref.ref, values))
+        made.select(0)  # so that there is an index
+        held.append([[] for _ in range(200)])  # so that no freed list is at hand, and the next one is an allocation
+        del values
+        gc.collect()
+        Garbage(lambda made=made, allocations=allocations: (made.clear(), collected.append(allocations)))
+        try:
+            gc.set_threshold(gc.get_count()[0] + allocations)
+            found = made.select("*", 1)
+        except KeyError:
+            found = []
+        finally:
+            gc.set_threshold(*usual)
+        assert len(found) == sum(r() is not None for r in references)
+    assert len(set(collected)) > 3
+
+
 def test_failing_values_end_the_query():
     for moment in range(200):
         value = Value(1, countdown(moment, fail))
